@@ -1,0 +1,541 @@
+/*
+ * util_zvg.h - GPU device library for boards built around the RQ300, RQ301 and RQ302 chips.
+ *
+ * The library talks to one board at a time through one process-wide connection. Open it with
+ * zvgRwOpen (kernel driver), zvgMemOpen (mapped apertures) or zvgSerialOpen (debug UART), call
+ * any of the families below, and end with zvgClose.
+ *
+ * Conventions
+ *   - Results are int unless said otherwise: 0 (or a count or value) on success, -22 (-EINVAL)
+ *     for an invalid argument, -errno for a failed open, the driver's own result (normally -1
+ *     with errno set) for a failed request, -1 for a generic failure, -2 for a timeout.
+ *   - Diagnostics are printed, never returned as text: errors on standard error, progress and
+ *     results on standard output, unless a function says otherwise.
+ *   - Nothing here is thread safe: one caller at a time.
+ *   - No function throws or keeps a pointer that it was given.
+ */
+#ifndef UTIL_ZVG_H
+#define UTIL_ZVG_H
+
+#include <stdint.h>
+
+#ifndef ZVG_API
+#if defined(__GNUC__)
+#define ZVG_API __attribute__((visibility("default")))
+#else
+#define ZVG_API
+#endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------------------------- */
+/* Card connection                                                                             */
+/* ------------------------------------------------------------------------------------------- */
+
+/* How the open connection reaches its board: the values of get_s_type(). */
+enum zvg_access_mode {
+  ZVG_MODE_NONE = -1,  /* no connection */
+  ZVG_MODE_DRIVER = 0, /* requests on the driver's node "/dev/zvgrw" */
+  ZVG_MODE_MEMORY = 1, /* apertures mapped from "/dev/mem" */
+  ZVG_MODE_SERIAL = 2, /* 11-byte frames to the board's debug UART */
+  ZVG_MODE_I2C = 3     /* a name only: no open call selects it */
+};
+
+/* Chip generations: the values of get_device_id(). RQ300 is handled like RQ301. */
+enum zvg_device_id { ZVG_DEVICE_RQ301 = 0x201, ZVG_DEVICE_RQ302 = 0x202 };
+
+/* Indices of zvg_gpu_hardware. */
+enum zvg_hardware_word {
+  ZVG_HW_SYSTEM_CONTROL = 0,
+  ZVG_HW_SPI_FLASH = 1,
+  ZVG_HW_CLOCK = 2,
+  ZVG_HW_DDR_CHANNELS = 5,       /* a count, not an offset */
+  ZVG_HW_DDR_CONTROLLER = 6,     /* 6 to 9, channels 0 to 3 */
+  ZVG_HW_DDR_PHY = 10,           /* 10 to 13, channels 0 to 3 */
+  ZVG_HW_WORDS = 14
+};
+
+/*
+ * Base offsets of the hardware blocks in the MMIO register space. The words describe RQ300 and
+ * RQ301 until set_rq302_reg_base() switches them, once and for the life of the process.
+ */
+extern ZVG_API uint32_t zvg_gpu_hardware[ZVG_HW_WORDS];
+
+/*
+ * Opens a board through the kernel driver's node "/dev/zvgrw" and asks the driver for its chip
+ * generation; identifier 0x202 switches zvg_gpu_hardware to RQ302.
+ *
+ * card: board index, 0 or more. An index that the driver does not have falls back to 0.
+ * Returns the descriptor; -22 for a negative card; -errno when the node cannot be opened, in
+ * which case the previous connection stays as it was. A success replaces that connection.
+ * Prints on standard error "Invalid argument card (%d)" or "Opening device %d failed, %s"; on
+ * standard output the text for an index that is out of range.
+ */
+ZVG_API int zvgRwOpen(int card);
+
+/*
+ * Opens a board by mapping its apertures from "/dev/mem". doGetDeviceId() tells the library
+ * which chip it is.
+ *
+ * mmio_base, vram_base: physical addresses in bytes. mmio_length, vram_length: bytes; an
+ * aperture of length 0 stays unmapped and every access to it fails its range check.
+ * Returns the descriptor, or -errno. Only a null address counts as a failed mapping; MAP_FAILED
+ * does not end the call, but accesses to such an aperture fail their range check too.
+ * Prints on standard error "Opening /dev/mem failed, %s", "mmap mmio failed, %s" or
+ * "mmap vram failed, %s".
+ */
+ZVG_API int zvgMemOpen(uint64_t mmio_base, uint64_t mmio_length, uint64_t vram_base,
+                       uint64_t vram_length);
+
+/*
+ * Opens a board over the serial line to its debug UART and switches both ends to a baud rate.
+ * The board is taken to run at the rate that the process last used, 9600 at first.
+ *
+ * path: the serial device. baud: 9600, 19200, 38400, 115200 or 460800.
+ * Returns the descriptor; -22 for any other baud or when the line cannot be set up; -errno when
+ * the device cannot be opened.
+ * Prints on standard error "baudrate %d is not supported", "Opening %s failed, %s",
+ * "tcgetattr() failed: %s", "tcsetattr() failed: %s" or "write() failed: %s".
+ */
+ZVG_API int zvgSerialOpen(const char* path, int baud);
+
+/*
+ * Closes the connection. A serial one is first taken back to 9600 baud, board and line.
+ * Always returns 0; prints "No file descriptor is opened" on standard error when there is none.
+ * The card index, the device id and zvg_gpu_hardware keep their values.
+ */
+ZVG_API int zvgClose(void);
+
+/* The selected board's index. */
+ZVG_API unsigned zvgGetCard(void);
+
+/* Selects a board for the driver requests that follow. The index is not checked. */
+ZVG_API void zvgSetCard(unsigned card);
+
+/* The access mode (enum zvg_access_mode); 0xFFFFFFFF without a connection. */
+ZVG_API unsigned get_s_type(void);
+
+/* The device id (enum zvg_device_id), 0x201 until an open or doGetDeviceId() says otherwise. */
+ZVG_API unsigned get_device_id(void);
+
+/*
+ * Names the chip generation where no driver can tell it (memory and serial mode).
+ *
+ * program: the name that the error text begins with. generation: "RQ302", "rq302", "302",
+ * "RQ301", "rq301" or "301".
+ * Returns the device id. Any other text prints "%s need correct gpu type, eg: rq301, rq302" on
+ * standard output and ENDS THE PROCESS with status 1.
+ */
+ZVG_API int doGetDeviceId(const char* program, const char* generation);
+
+/* Loads the RQ302 bases into zvg_gpu_hardware and returns it. There is no way back. */
+ZVG_API uint32_t* set_rq302_reg_base(void);
+
+/* "ZVGWR", "MEM", "SERIAL" or "I2C" for modes 0 to 3, "invalid type" above. Never null. */
+ZVG_API const char* zvgType2Str(unsigned mode);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Register and memory access                                                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/* Spaces and directions of zvgMmioOperate(). */
+enum zvg_bar { ZVG_BAR_VRAM = 0, ZVG_BAR_MMIO = 2 };
+enum zvg_op { ZVG_OP_READ = 0, ZVG_OP_WRITE = 1 };
+
+/*
+ * One register or memory access over whichever path the connection uses; every family below
+ * that has no request of its own comes through here.
+ *
+ * bar: enum zvg_bar (ignored in serial mode, where offset is relative to bus address 0x1000000).
+ * op: enum zvg_op. width: 1, 2, 4 or 8 bytes. offset: bytes inside the space.
+ * value: in, what to write; out, what was read, zero-extended.
+ * Returns 0, -22 for a rejected argument or without a connection, or the driver's result. In
+ * serial mode it returns 0 whatever happened; the messages of the link tell.
+ * Prints on standard error "bar (%d) is out of range", "offset (%ld) is out of range",
+ * "op (%d) is out of range" or "s_type (%d) is not supported".
+ */
+ZVG_API int zvgMmioOperate(uint32_t bar, uint32_t op, uint32_t width, uint64_t offset,
+                           uint64_t* value);
+
+/*
+ * Reg: chip registers at byte offsets in the MMIO space (BAR 2).
+ *
+ * offset: 0 to 0xFFFFFF; above, "Invalid argument: offset is out of range" is printed on
+ * standard error and -22 returned with nothing stored (serial mode takes any offset).
+ * Reads store through value even when the access failed. Return zvgMmioOperate's result.
+ */
+ZVG_API int zvgRegReadByte(uint64_t offset, uint8_t* value);
+ZVG_API int zvgRegReadWord(uint64_t offset, uint16_t* value);
+ZVG_API int zvgRegReadLong(uint64_t offset, uint32_t* value);
+ZVG_API int zvgRegReadQuad(uint64_t offset, uint64_t* value);
+ZVG_API int zvgRegWriteByte(uint64_t offset, uint8_t value);
+ZVG_API int zvgRegWriteWord(uint64_t offset, uint16_t value);
+ZVG_API int zvgRegWriteLong(uint64_t offset, uint32_t value);
+ZVG_API int zvgRegWriteQuad(uint64_t offset, uint64_t value);
+
+/*
+ * Replaces the bits of mask in a byte register by those of value. The write is made even when
+ * the read failed. Returns the bitwise OR of both results.
+ */
+ZVG_API int zvgRegMskWriteByte(uint64_t offset, uint8_t mask, uint8_t value);
+
+/*
+ * Reads the 32-bit register at (numeric value of base) + offset and returns it; 0 after a
+ * rejected offset. A failure prints "read long from 0x%lx error" on standard output.
+ */
+ZVG_API uint32_t zvgRegReadLongBase(const uint8_t* base, uint64_t offset);
+
+/*
+ * Vram: video memory (BAR 0), offset 0 to 0xFFFFFFF; above, -22 without a message (serial mode
+ * takes any offset). Otherwise as the Reg family.
+ */
+ZVG_API int zvgVramReadByte(uint64_t offset, uint8_t* value);
+ZVG_API int zvgVramReadWord(uint64_t offset, uint16_t* value);
+ZVG_API int zvgVramReadLong(uint64_t offset, uint32_t* value);
+ZVG_API int zvgVramReadQuad(uint64_t offset, uint64_t* value);
+ZVG_API int zvgVramWriteByte(uint64_t offset, uint8_t value);
+ZVG_API int zvgVramWriteWord(uint64_t offset, uint16_t value);
+ZVG_API int zvgVramWriteLong(uint64_t offset, uint32_t value);
+ZVG_API int zvgVramWriteQuad(uint64_t offset, uint64_t value);
+
+/*
+ * Reads count 32-bit words of video memory from byte offset on, into buffer or, when path is
+ * not null, into a file (host byte order, buffer unused). A word that cannot be read is tried
+ * through the AMBA bridge, three rounds in all; then "Failed to read vram [0x%lx]" is printed on
+ * standard error and the next word follows.
+ * Returns 0; -1 when the file cannot be opened ("Failed to open file %s" on standard error).
+ */
+ZVG_API int zvgMultiVramReadLong(uint32_t* buffer, uint64_t offset, uint32_t count,
+                                 const char* path);
+
+/*
+ * Fills count 32-bit words of video memory from byte offset on with value or, when path is not
+ * null, with the words of a file, with the same three rounds a word.
+ * Returns 0; -1 when the file cannot be opened or runs short.
+ * Prints on standard error "Failed to open file %s", "Failed to read vram [0x%lx]" (fill),
+ * "Failed to write vram [0x%lx]" (file) or
+ * "Failed to read from file %s. Writing stream crashed at 0x%lx".
+ */
+ZVG_API int zvgMultVramWriteLong(uint32_t value, uint64_t offset, uint32_t count,
+                                 const char* path);
+
+/*
+ * Prints count items of width bytes (1, 2, 4 or 8) as a hex dump on standard output, labelled
+ * with addresses from start on. Items of 8 bytes show only their low 16 bits. There is no
+ * newline after the last item; another width or a count of 0 prints nothing.
+ */
+ZVG_API void dump_vram(const uint8_t* buffer, unsigned width, uint64_t start, unsigned count);
+
+/*
+ * Kmem: kernel virtual memory, driver mode only (in other modes the request fails). Reads store
+ * the record's value whatever the result. Return the request's result.
+ */
+ZVG_API int zvgKmemReadByte(uint64_t address, uint8_t* value);
+ZVG_API int zvgKmemReadWord(uint64_t address, uint16_t* value);
+ZVG_API int zvgKmemReadLong(uint64_t address, uint32_t* value);
+ZVG_API int zvgKmemReadQuad(uint64_t address, uint64_t* value);
+ZVG_API int zvgKmemWriteByte(uint64_t address, uint8_t value);
+ZVG_API int zvgKmemWriteWord(uint64_t address, uint16_t value);
+ZVG_API int zvgKmemWriteLong(uint64_t address, uint32_t value);
+ZVG_API int zvgKmemWriteQuad(uint64_t address, uint64_t value);
+
+/*
+ * Crtc: legacy VGA CRTC registers by index (0 to 254; 255 and above print
+ * "Invalid argument: offset is out of range" on standard error and return -22). The first use in
+ * a process puts the VGA registers into colour (0x3Dx) addressing.
+ * Return the data access's result.
+ */
+ZVG_API int zvgCrtcReadByte(uint32_t index, uint8_t* value);
+ZVG_API int zvgCrtcWriteByte(uint32_t index, uint8_t value);
+
+/*
+ * Amba: the chip's on-chip bus, reached through the bridge in the extended CRTC registers.
+ *
+ * address: 40-bit bus address; MMIO lies at 0x1000000 + offset, VRAM at 0x8000000000 + offset.
+ * Return 0; reads -2 and writes -1 when the bridge does not answer in time.
+ */
+ZVG_API int zvgAmbaReadByte(uint64_t address, uint8_t* value);
+ZVG_API int zvgAmbaReadWord(uint64_t address, uint16_t* value);
+ZVG_API int zvgAmbaReadLong(uint64_t address, uint32_t* value);
+ZVG_API int zvgAmbaReadQuad(uint64_t address, uint64_t* value);
+ZVG_API int zvgAmbaWriteByte(uint64_t address, uint8_t value);
+ZVG_API int zvgAmbaWriteWord(uint64_t address, uint16_t value);
+ZVG_API int zvgAmbaWriteLong(uint64_t address, uint32_t value);
+ZVG_API int zvgAmbaWriteQuad(uint64_t address, uint64_t value);
+
+/* As zvgRegMskWriteByte(), on the on-chip bus. */
+ZVG_API int zvgAmbaMskWriteByte(uint64_t address, uint8_t mask, uint8_t value);
+
+/*
+ * Ioport: x86 style I/O ports by their 8-bit number, driver mode only; in other modes
+ * "ioport is only supported in driver mode" is printed on standard error and -22 returned.
+ * The read hands the byte in *value to the driver and replaces it only on success.
+ */
+ZVG_API int zvgIoportRead(uint8_t port, uint8_t* value);
+ZVG_API int zvgIoportWrite(uint8_t port, uint8_t value);
+
+/*
+ * Uart: the serial link itself, at a 40-bit bus address.
+ *
+ * op: 0 read, anything else a write. width: 1, 2, 4 or 8 bytes (any other is handled as 4).
+ * Returns 0; 11 for a 64-bit write; -1 when no reply came within 2 seconds; the failed write()'s
+ * result. A 64-bit read yields the word at address + 4 alone, zero-extended.
+ * Prints on standard error "write() failed: %s", "select() failed: %s",
+ * "uart receive data timeout!", "read() failed: %s" or "serial does not respond".
+ */
+ZVG_API int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value);
+ZVG_API int zvgUartReadByte(uint64_t address, uint8_t* value);
+ZVG_API int zvgUartReadWord(uint64_t address, uint16_t* value);
+ZVG_API int zvgUartReadLong(uint64_t address, uint32_t* value);
+ZVG_API int zvgUartReadQuad(uint64_t address, uint64_t* value);
+ZVG_API int zvgUartWriteByte(uint64_t address, uint8_t value);
+ZVG_API int zvgUartWriteWord(uint64_t address, uint16_t value);
+ZVG_API int zvgUartWriteLong(uint64_t address, uint32_t value);
+ZVG_API int zvgUartWriteQuad(uint64_t address, uint64_t value);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Driver requests (driver mode; elsewhere the request fails at the descriptor)                */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Generic operations: the five numbers go to the driver's handler of that name, which gives them
+ * their meaning. Return the request's result: 0, or -1 with errno set.
+ */
+ZVG_API int zvg3DOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                         uint64_t value);
+ZVG_API int zvg2DOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                         uint64_t value);
+ZVG_API int zvgDacOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                          uint64_t value);
+ZVG_API int zvgHDMIOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                           uint64_t value);
+ZVG_API int zvgDvoOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                          uint64_t value);
+ZVG_API int zvgDDROperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                          uint64_t value);
+ZVG_API int zvgSpiOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3,
+                          uint64_t value);
+
+/*
+ * One I2C transfer by the driver.
+ *
+ * bus: 0 to 5. device: 7-bit address. reg: register offset. op: 1 write, 0 read.
+ * length: bytes at data, at most 512.
+ * Returns the driver's I2C status, or the result of a failed request, which also prints
+ * "ioctl zvg_ioctl_i2c error" on standard output.
+ */
+ZVG_API int zvgI2cOperate(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op,
+                          uint32_t length, void* data);
+
+/* Keys of zvgQueryOperate() and zvgQueryInt(). */
+enum zvg_query_key {
+  ZVG_QUERY_DEVICE_ID = 0,
+  ZVG_QUERY_AXI_CLOCK = 1,
+  ZVG_QUERY_VPU_CLOCK = 2,
+  ZVG_QUERY_3D_CLOCK = 3,
+  ZVG_QUERY_2D_CLOCK = 4,
+  ZVG_QUERY_DDR_CLOCK = 5,
+  ZVG_QUERY_3D_CORES = 6,
+  ZVG_QUERY_2D_CORES = 7,
+  ZVG_QUERY_CARDS = 8,
+  ZVG_QUERY_GOP_VERSION = 9,       /* text */
+  ZVG_QUERY_CHANNEL_MASK = 10,
+  ZVG_QUERY_ENGINE_LOAD = 11,      /* in: engine number; out: per cent */
+  ZVG_QUERY_FIRMWARE_VERSION = 12  /* text */
+};
+
+/*
+ * Asks the driver for an item. buffer: 128 bytes; only the first goes to the driver, all 128 come
+ * back, also after a failure. Returns the request's result.
+ */
+ZVG_API int zvgQueryOperate(int key, void* buffer);
+
+/* As zvgQueryOperate() for a number. *value is replaced only on success. */
+ZVG_API int zvgQueryInt(unsigned key, uint32_t* value);
+
+/*
+ * The kernel core's version, four numbers; a null pointer skips its number. They are stored also
+ * after a failed request. Returns the request's result.
+ */
+ZVG_API int zvgKrtcoreVer(uint32_t* major, uint32_t* minor, uint32_t* patch, uint32_t* build);
+
+/*
+ * PCI configuration space by byte offset. The request always names card 0. The read hands *value
+ * to the driver and replaces it whatever the result. Return the request's result.
+ */
+ZVG_API int zvgPciRead(uint32_t offset, uint32_t* value);
+ZVG_API int zvgPciWrite(uint32_t offset, uint32_t value);
+
+/* The driver's information record. */
+struct zvg_info {
+  uint32_t card;     /* filled by the library: the selected card */
+  uint32_t used;     /* video memory in use */
+  uint32_t reserved;
+  uint32_t free;     /* video memory that is free */
+};
+
+/* Fills the record at info (16 bytes, struct zvg_info). Returns the request's result. */
+ZVG_API int zvgInfoRead(void* info);
+
+/*
+ * Makes the driver print its free VRAM nodes. Returns the request's result; a failure prints
+ * "card %d: dump vram node failed" on standard output.
+ */
+ZVG_API int zvgDumpVramFree(void);
+
+/* ------------------------------------------------------------------------------------------- */
+/* HDMI transmitters                                                                           */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Common to the family. hdmi: transmitter 0 to 3; others return -22 where a function checks.
+ * Returns 0; -19 when the controller reports an error; -2 on a timeout; -1 when a status read
+ * fails; otherwise the bitwise OR of the register functions' results. Messages go to standard
+ * output: "hdmi %d:i2c config failed", "hdmi %d:i2c read status faield" and those named below.
+ */
+
+/* Words of the mode timing record that the mode readbacks fill. */
+enum zvg_mode_word {
+  ZVG_MODE_PIXEL_CLOCK = 0,
+  ZVG_MODE_H_ACTIVE = 1,
+  ZVG_MODE_H_SYNC_START = 2,
+  ZVG_MODE_H_SYNC_END = 3,
+  ZVG_MODE_H_TOTAL = 4,
+  ZVG_MODE_V_ACTIVE = 5,
+  ZVG_MODE_V_SYNC_START = 6,
+  ZVG_MODE_V_SYNC_END = 7,
+  ZVG_MODE_V_TOTAL = 8,
+  ZVG_MODE_WORDS = 9
+};
+
+/* Reads or writes the 16-bit PHY register reg (0 to 255) over the PHY's I2C master. */
+ZVG_API int zvgHdmiPhyRead(uint32_t hdmi, int reg, uint16_t* value);
+ZVG_API int zvgHdmiPhyWrite(uint32_t hdmi, int reg, int value);
+
+/* Pulses the PHY reset for 1 ms. */
+ZVG_API int zvgHdmiPhyReset(uint32_t hdmi);
+
+/* Prepares the PHY for configuration: masks its interrupt, powers it down, resets it. */
+ZVG_API int zvgHdmiPhyStart(uint32_t hdmi);
+
+/*
+ * Powers the PHY up and waits for its PLL to lock, about a second at the most. Without a lock
+ * "PHY PLL not locked: PCLK_ON=%d,TMDSCLK_ON=%d" is printed and -1 returned.
+ */
+ZVG_API int zvgHdmiPhyEnd(uint32_t hdmi);
+
+/* Stores 1 when a monitor is plugged in and at least one receiver is sensed, else 0. */
+ZVG_API int zvgHdmiHpdSense(uint32_t hdmi, uint8_t* hpd);
+
+/* Programs the DDC bus for standard mode. Comes before DDC transfers. */
+ZVG_API int zvgHdmiDDCInit(uint32_t hdmi);
+
+/*
+ * One byte over DDC. slave: 7-bit address. offset: 0 to 255.
+ * The write does not check hdmi, polls the PHY's status (not the DDC's) and returns the OR of its
+ * register writes.
+ */
+ZVG_API int zvgHdmiDDCRead(uint32_t hdmi, int slave, int offset, uint8_t* byte);
+ZVG_API int zvgHdmiDDCWrite(uint32_t hdmi, int slave, uint32_t offset, int value);
+
+/*
+ * Fetches the monitor's EDID, all blocks, prints it as a hex dump and keeps the first 256 bytes
+ * in the EDID store, where do_edid_parse(NULL) decodes them.
+ * Returns 0, or -1 with "hdmi %d: read edid failed" or "out of memory" printed.
+ * The fetched bytes stay allocated.
+ */
+ZVG_API int zvgHdmiEDIDRead(uint32_t hdmi);
+
+/*
+ * Reads the timing that the frame composer is programmed with. mode: ZVG_MODE_WORDS words.
+ * Does not check hdmi. Returns the pixel-clock word.
+ */
+ZVG_API uint32_t zvgHdmiModeRead(uint32_t hdmi, uint32_t* mode);
+
+/* ------------------------------------------------------------------------------------------- */
+/* EDID                                                                                        */
+/* ------------------------------------------------------------------------------------------- */
+
+/* The EDID store, filled by edid_print_helper() and decoded by do_edid_parse(NULL). */
+extern ZVG_API uint8_t last_edid[256];
+
+/* Where the store is; all code reads and writes it through this pointer. */
+extern ZVG_API uint8_t* g_last_edid;
+
+/* Bits of zvg_display_mode.flags. */
+enum zvg_mode_flag {
+  ZVG_FLAG_HSYNC_POSITIVE = 0x01,
+  ZVG_FLAG_HSYNC_NEGATIVE = 0x02,
+  ZVG_FLAG_VSYNC_POSITIVE = 0x04,
+  ZVG_FLAG_VSYNC_NEGATIVE = 0x08,
+  ZVG_FLAG_INTERLACED = 0x10,
+  ZVG_FLAG_DOUBLE_SCAN = 0x20
+};
+
+/* A display mode as the EDID decoder sees it; 156 bytes. Timings in pixels and lines. */
+struct zvg_display_mode {
+  char name[32];        /* "1920x1080", with a trailing "i" when interlaced */
+  int32_t status;
+  int32_t type;         /* 64 in the established timings, 0 from a descriptor */
+  int32_t clock;        /* kHz */
+  int32_t hdisplay;
+  int32_t hsync_start;
+  int32_t hsync_end;
+  int32_t htotal;
+  int32_t hskew;
+  int32_t vdisplay;
+  int32_t vsync_start;
+  int32_t vsync_end;
+  int32_t vtotal;
+  int32_t vscan;
+  uint32_t flags;       /* enum zvg_mode_flag */
+  int32_t width_mm;
+  int32_t height_mm;
+  int32_t hardware[13]; /* not used by the decoder, zero */
+  int32_t vrefresh;     /* Hz; 0 means compute it from the timings */
+  int32_t reserved[2];  /* zero */
+};
+
+/*
+ * Decodes an EDID and prints the report on standard output.
+ *
+ * path: a file of 128 or 256 raw bytes (of a larger file the first 256 bytes are decoded), or
+ * null for the EDID store.
+ * Always returns 0: a file that cannot be opened or has another size is only reported, as are
+ * header, checksum and version faults, after which decoding goes on.
+ */
+ZVG_API int do_edid_parse(const char* path);
+
+/*
+ * Prints count bytes as a hex dump. store (low byte not 0) also clears the EDID store, copies the
+ * bytes into it (the first 256 of them) and prints "EDID is ready for parsed.".
+ */
+ZVG_API void edid_print_helper(const uint8_t* bytes, uint32_t count, int store);
+
+/*
+ * Checks header, checksum and version of one block and prints what it found.
+ * edid: the whole EDID, block 0 first. block: 0 or 1.
+ * Returns 1 when the block is accepted (a CEA block also with a wrong checksum), else 0.
+ */
+ZVG_API int zvg_edid_block_is_valid(const uint8_t* edid, int block);
+
+/* Prints n newlines on standard output. */
+ZVG_API void print_empty_line(int n);
+
+/* The mode's refresh rate in Hz: mode->vrefresh when set, else from its timings; 0 if unknown. */
+ZVG_API int zvg_mode_vrefresh(const struct zvg_display_mode* mode);
+
+/* Writes mode->name from its size and flags; returns what snprintf returns. */
+ZVG_API int zvg_mode_set_name(struct zvg_display_mode* mode);
+
+/* Appends the words for flags to text, which has room for 120 bytes. */
+ZVG_API void zvg_detailed_mode_flag2str(uint32_t flags, char* text);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* UTIL_ZVG_H */

@@ -1,0 +1,260 @@
+// The libc calls that this process or preload library takes over. Each finds what was mounted on
+// the descriptor or path and hands the call to it, or passes it on to the next library.
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <stdarg.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <map>
+#include <mutex>
+
+#include "doors/platform.h"
+
+namespace zvgsim {
+
+namespace {
+
+// The real calls are looked up on first use: a preloaded library is called before its own
+// initialisers have run.
+template <typename Function>
+Function* next_symbol(const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+#define ZVGSIM_REAL(name)                                                    \
+  ([] {                                                                      \
+    static auto* const real = zvgsim::next_symbol<decltype(::name)>(#name);  \
+    return real;                                                             \
+  }())
+
+// Descriptors are small numbers; the few that stand for a device are found without a lock.
+constexpr size_t max_descriptors = 4096;
+
+struct Platform {
+  std::mutex lock;
+  std::map<std::string, Opener> nodes;
+  std::array<std::shared_ptr<OpenFile>, max_descriptors> files;
+  std::array<std::atomic<OpenFile*>, max_descriptors> open_files{};
+  Sleeper sleeper;
+  MunmapObserver munmap_observer;
+};
+
+// Never destroyed: descriptors are closed and memory is unmapped until the very end of a process.
+Platform& platform() {
+  static Platform& instance = *new Platform;
+  return instance;
+}
+
+std::atomic<bool> mounted{false};
+
+OpenFile* device_behind(int fd) {
+  if (!mounted.load(std::memory_order_acquire)) return nullptr;
+  if (fd < 0 || static_cast<size_t>(fd) >= max_descriptors) return nullptr;
+  return platform().open_files[static_cast<size_t>(fd)].load(std::memory_order_acquire);
+}
+
+int refuse(int error) {
+  errno = error;
+  return -1;
+}
+
+// Returns true when a node answered; *fd is then the result of the open call.
+bool open_node(const char* path, int flags, int* fd) {
+  if (path == nullptr || !mounted.load(std::memory_order_acquire)) return false;
+  Opener opener;
+  {
+    std::lock_guard guard(platform().lock);
+    const auto node = platform().nodes.find(path);
+    if (node == platform().nodes.end()) return false;
+    opener = node->second;
+  }
+  std::shared_ptr<OpenFile> file = opener(flags);
+  if (!file) {
+    *fd = -1;
+    return true;
+  }
+  // A real descriptor keeps the number unique and makes any call that is not taken over fail
+  // quietly.
+  *fd = ZVGSIM_REAL(open)("/dev/null", O_RDWR | O_CLOEXEC);
+  if (*fd < 0) return true;
+  const auto index = static_cast<size_t>(*fd);
+  if (index >= max_descriptors) {
+    ZVGSIM_REAL(close)(*fd);
+    *fd = refuse(EMFILE);
+    return true;
+  }
+  std::lock_guard guard(platform().lock);
+  platform().open_files[index].store(file.get(), std::memory_order_release);
+  platform().files[index] = std::move(file);
+  return true;
+}
+
+void forget(int fd) {
+  std::shared_ptr<OpenFile> file;
+  {
+    std::lock_guard guard(platform().lock);
+    const auto index = static_cast<size_t>(fd);
+    platform().open_files[index].store(nullptr, std::memory_order_release);
+    file = std::move(platform().files[index]);
+  }
+}  // the file is destroyed outside the lock: it may call back
+
+int open_with(int (*real)(const char*, int, ...), const char* path, int flags, mode_t mode) {
+  int fd = -1;
+  if (open_node(path, flags, &fd)) return fd;
+  return real(path, flags, mode);
+}
+
+bool take_sleep(uint64_t nanoseconds) {
+  if (!mounted.load(std::memory_order_acquire) || !platform().sleeper) return false;
+  platform().sleeper(nanoseconds);
+  return true;
+}
+
+}  // namespace
+
+int OpenFile::ioctl(unsigned long, void*) { return refuse(ENOTTY); }
+ssize_t OpenFile::read(void*, size_t) { return refuse(EINVAL); }
+ssize_t OpenFile::write(const void*, size_t) { return refuse(EINVAL); }
+int OpenFile::wait_readable(const timeval*) { return 1; }
+void* OpenFile::mmap(void*, size_t, int, int, off_t) {
+  errno = ENODEV;
+  return MAP_FAILED;
+}
+int OpenFile::tcgetattr(termios*) { return refuse(ENOTTY); }
+int OpenFile::tcsetattr(int, const termios*) { return refuse(ENOTTY); }
+int OpenFile::tcflush(int) { return refuse(ENOTTY); }
+
+void mount_node(const std::string& path, Opener opener) {
+  std::lock_guard guard(platform().lock);
+  if (opener) {
+    platform().nodes[path] = std::move(opener);
+  } else {
+    platform().nodes.erase(path);
+  }
+  mounted.store(true, std::memory_order_release);
+}
+
+void set_sleeper(Sleeper sleeper) {
+  platform().sleeper = std::move(sleeper);
+  mounted.store(true, std::memory_order_release);
+}
+
+void set_munmap_observer(MunmapObserver observer) {
+  platform().munmap_observer = std::move(observer);
+  mounted.store(true, std::memory_order_release);
+}
+
+void unmount_all() {
+  std::lock_guard guard(platform().lock);
+  platform().nodes.clear();
+  platform().sleeper = nullptr;
+  platform().munmap_observer = nullptr;
+}
+
+}  // namespace zvgsim
+
+using zvgsim::device_behind;
+
+#define ZVGSIM_INTERPOSED extern "C" __attribute__((visibility("default")))
+
+ZVGSIM_INTERPOSED int open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return zvgsim::open_with(ZVGSIM_REAL(open), path, flags, mode);
+}
+
+ZVGSIM_INTERPOSED int open64(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+  va_end(arguments);
+  return zvgsim::open_with(ZVGSIM_REAL(open64), path, flags, mode);
+}
+
+ZVGSIM_INTERPOSED int close(int fd) {
+  if (device_behind(fd) != nullptr) zvgsim::forget(fd);
+  return ZVGSIM_REAL(close)(fd);
+}
+
+ZVGSIM_INTERPOSED int ioctl(int fd, unsigned long request, ...) noexcept {
+  va_list arguments;
+  va_start(arguments, request);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  if (auto* file = device_behind(fd)) return file->ioctl(request, argument);
+  return ZVGSIM_REAL(ioctl)(fd, request, argument);
+}
+
+ZVGSIM_INTERPOSED ssize_t read(int fd, void* buffer, size_t size) {
+  if (auto* file = device_behind(fd)) return file->read(buffer, size);
+  return ZVGSIM_REAL(read)(fd, buffer, size);
+}
+
+ZVGSIM_INTERPOSED ssize_t write(int fd, const void* buffer, size_t size) {
+  if (auto* file = device_behind(fd)) return file->write(buffer, size);
+  return ZVGSIM_REAL(write)(fd, buffer, size);
+}
+
+ZVGSIM_INTERPOSED void* mmap(void* address, size_t length, int protection, int flags, int fd,
+                             off_t offset) noexcept {
+  if (auto* file = device_behind(fd)) {
+    return file->mmap(address, length, protection, flags, offset);
+  }
+  return ZVGSIM_REAL(mmap)(address, length, protection, flags, fd, offset);
+}
+
+ZVGSIM_INTERPOSED int munmap(void* address, size_t length) noexcept {
+  if (zvgsim::mounted.load(std::memory_order_acquire) && zvgsim::platform().munmap_observer) {
+    zvgsim::platform().munmap_observer(address, length);
+  }
+  return ZVGSIM_REAL(munmap)(address, length);
+}
+
+// A wait for a device is the library's reply wait: one descriptor, to read from. Any other select
+// goes on to libc.
+ZVGSIM_INTERPOSED int select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
+                             timeval* timeout) {
+  if (readable != nullptr && count > 0) {
+    const int fd = count - 1;
+    auto* file = device_behind(fd);
+    if (file != nullptr && FD_ISSET(fd, readable)) {
+      const int result = file->wait_readable(timeout);
+      if (result == 0) FD_CLR(fd, readable);
+      return result;
+    }
+  }
+  return ZVGSIM_REAL(select)(count, readable, writable, exceptional, timeout);
+}
+
+ZVGSIM_INTERPOSED int tcgetattr(int fd, termios* attributes) noexcept {
+  if (auto* file = device_behind(fd)) return file->tcgetattr(attributes);
+  return ZVGSIM_REAL(tcgetattr)(fd, attributes);
+}
+
+ZVGSIM_INTERPOSED int tcsetattr(int fd, int actions, const termios* attributes) noexcept {
+  if (auto* file = device_behind(fd)) return file->tcsetattr(actions, attributes);
+  return ZVGSIM_REAL(tcsetattr)(fd, actions, attributes);
+}
+
+ZVGSIM_INTERPOSED int tcflush(int fd, int queue) noexcept {
+  if (auto* file = device_behind(fd)) return file->tcflush(queue);
+  return ZVGSIM_REAL(tcflush)(fd, queue);
+}
+
+ZVGSIM_INTERPOSED int usleep(useconds_t microseconds) {
+  if (zvgsim::take_sleep(uint64_t{microseconds} * 1000)) return 0;
+  return ZVGSIM_REAL(usleep)(microseconds);
+}
+
+ZVGSIM_INTERPOSED unsigned sleep(unsigned seconds) {
+  if (zvgsim::take_sleep(uint64_t{seconds} * 1'000'000'000)) return 0;
+  return ZVGSIM_REAL(sleep)(seconds);
+}
