@@ -1,0 +1,45 @@
+// Bounded waits for the hardware, in the shapes that it needs.
+#ifndef ZVG_CORE_POLL_H
+#define ZVG_CORE_POLL_H
+
+#include <unistd.h>
+
+#include <optional>
+
+namespace zvg::core {
+
+// Probes, and sleeps after every probe that does not end the wait, the last one too.
+//
+// probe: returns the wait's result, or nothing to go on. tries: how many probes at most.
+// Returns the probe's result, or timeout.
+template <typename Probe>
+int poll(int tries, useconds_t step_us, int timeout, Probe probe) {
+  for (int i = 0; i < tries; ++i) {
+    if (const std::optional<int> result = probe()) return *result;
+    usleep(step_us);
+  }
+  return timeout;
+}
+
+// Whether a match that only the last repeat found still counts.
+enum class LastMatch { counts, comes_too_late };
+
+// Reads once and, while that is not what is waited for, repeats: read, sleep, compare.
+//
+// repeats: how many reads at most after the first.
+// Returns whether the wait ended in time.
+template <typename Read, typename Done>
+bool poll_after_sleep(int repeats, useconds_t step_us, LastMatch last, Read read, Done done) {
+  if (done(read())) return true;
+  for (int left = repeats; left > 0;) {
+    --left;
+    const auto value = read();
+    usleep(step_us);
+    if (done(value)) return left > 0 || last == LastMatch::counts;
+  }
+  return false;
+}
+
+}  // namespace zvg::core
+
+#endif  // ZVG_CORE_POLL_H

@@ -1,0 +1,30 @@
+// The host's side of the debug UART: line attributes, baud rate and framing.
+#ifndef ZVG_CORE_SERIAL_LINE_H
+#define ZVG_CORE_SERIAL_LINE_H
+
+#include <stddef.h>
+
+namespace zvg::core {
+
+// Every frame to the board has this size, commands and padding alike.
+constexpr size_t serial_frame_size = 11;
+
+// The rate that the board's UART starts with.
+constexpr int serial_default_baud = 9600;
+
+bool baud_is_supported(int baud);
+
+// Sets the line to raw 8N1 at a rate, remembers that rate, and sends the sync burst (also when the
+// attributes could not be applied). Returns 0, -22 for another rate, or the failed call's result.
+int set_up_line(int fd, int baud);
+
+// Writes four frames of zero bytes: whatever the board's receiver was in the middle of ends here.
+void send_sync_burst(int fd);
+
+// Tells the board to change its rate and gives it time to do so. At the remembered rate there is
+// nothing to tell, only the time. The remembered rate stays.
+void switch_board_baud(int fd, int baud);
+
+}  // namespace zvg::core
+
+#endif  // ZVG_CORE_SERIAL_LINE_H
