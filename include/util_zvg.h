@@ -475,7 +475,7 @@ enum zvg_mode_flag {
   ZVG_FLAG_DOUBLE_SCAN = 0x20
 };
 
-/* A display mode as the EDID decoder sees it; 156 bytes. Timings in pixels and lines. */
+/* A display mode as the EDID decoder sees it; 160 bytes. Timings in pixels and lines. */
 struct zvg_display_mode {
   char name[32];        /* "1920x1080", with a trailing "i" when interlaced */
   int32_t status;

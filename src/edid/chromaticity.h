@@ -1,0 +1,21 @@
+// 10-bit chromaticity codes.
+#ifndef ZVG_EDID_CHROMATICITY_H
+#define ZVG_EDID_CHROMATICITY_H
+
+namespace zvg::edid {
+
+// The coordinate, 0 to below 1, that a 10-bit code stands for.
+constexpr float chroma_value(int code) {
+  return static_cast<float>((code >> 2) & 15) / 256.0f + static_cast<float>(code >> 6) / 16.0f +
+         static_cast<float>((code * 4) & 12) / 4096.0f;
+}
+
+// The same, rounded to three decimals with halves going up. printf alone would round a half to
+// the even digit.
+constexpr float rounded_chroma_value(int code) {
+  return static_cast<float>(static_cast<int>(chroma_value(code) * 1000.0f + 0.5f)) / 1000.0f;
+}
+
+}  // namespace zvg::edid
+
+#endif  // ZVG_EDID_CHROMATICITY_H
