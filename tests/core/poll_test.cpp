@@ -1,0 +1,75 @@
+// The bounded waits: how often they look, when they sleep, and what the last look counts for.
+#include "core/poll.h"
+
+#include <gtest/gtest.h>
+
+#include "doors/platform.h"
+
+namespace {
+
+using zvg::core::LastMatch;
+
+class Poll : public testing::Test {
+ protected:
+  void SetUp() override {
+    zvgsim::set_sleeper([this](uint64_t nanoseconds) {
+      ++sleeps_;
+      slept_us_ += nanoseconds / 1000;
+    });
+  }
+  void TearDown() override { zvgsim::unmount_all(); }
+
+  int looks_ = 0;
+  int sleeps_ = 0;
+  uint64_t slept_us_ = 0;
+};
+
+TEST_F(Poll, SleepsAfterEveryLookThatFails) {
+  const auto nothing = [&]() -> std::optional<int> {
+    ++looks_;
+    return std::nullopt;
+  };
+  EXPECT_EQ(zvg::core::poll(5, 7, -2, nothing), -2);
+  EXPECT_EQ(looks_, 5);
+  EXPECT_EQ(sleeps_, 5);
+  EXPECT_EQ(slept_us_, 35u);
+}
+
+TEST_F(Poll, EndsWithTheLookThatSucceeds) {
+  const auto third = [&]() -> std::optional<int> {
+    return ++looks_ == 3 ? std::optional<int>(42) : std::nullopt;
+  };
+  EXPECT_EQ(zvg::core::poll(5, 7, -2, third), 42);
+  EXPECT_EQ(sleeps_, 2);
+}
+
+bool after_sleep(int& looks, int match, int repeats, LastMatch last) {
+  return zvg::core::poll_after_sleep(
+      repeats, 50, last, [&] { return ++looks; }, [match](int look) { return look == match; });
+}
+
+TEST_F(Poll, FirstLookNeedsNoSleep) {
+  EXPECT_TRUE(after_sleep(looks_, 1, 15, LastMatch::comes_too_late));
+  EXPECT_EQ(sleeps_, 0);
+}
+
+TEST_F(Poll, RepeatsLookThenSleepThenCompare) {
+  EXPECT_TRUE(after_sleep(looks_, 4, 15, LastMatch::comes_too_late));
+  EXPECT_EQ(looks_, 4);
+  EXPECT_EQ(sleeps_, 3);
+}
+
+TEST_F(Poll, LastRepeatCountsOnlyWhereItIsSaid) {
+  EXPECT_FALSE(after_sleep(looks_, 16, 15, LastMatch::comes_too_late));
+  looks_ = 0;
+  EXPECT_TRUE(after_sleep(looks_, 15, 15, LastMatch::comes_too_late));
+  looks_ = 0;
+  EXPECT_TRUE(after_sleep(looks_, 16, 15, LastMatch::counts));
+  looks_ = 0;
+  sleeps_ = 0;
+  EXPECT_FALSE(after_sleep(looks_, 99, 15, LastMatch::counts));
+  EXPECT_EQ(looks_, 16);
+  EXPECT_EQ(sleeps_, 15);
+}
+
+}  // namespace
