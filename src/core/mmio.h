@@ -1,19 +1,98 @@
-// Typed access through the dispatcher: what the Reg and Vram families are made of.
+// How the open connection reaches a register or a byte of video memory. Inline, because every
+// family's every width is made of it: a typed access becomes one load, store or system call with
+// nothing between it and the caller.
 #ifndef ZVG_CORE_MMIO_H
 #define ZVG_CORE_MMIO_H
 
 #include <stdint.h>
 
+#include "core/connection.h"
+#include "core/driver_requests.h"
 #include "util_zvg.h"
 
 namespace zvg::core {
+
+// One record for every register request of the process: an access allocates and clears nothing.
+extern RegisterRecord g_register_record;
+
+inline int by_driver(uint32_t bar, uint32_t op, uint32_t width, uint64_t offset, uint64_t* value) {
+  g_register_record = {g_connection.card, bar, op, width, offset, *value};
+  const int result = issue(request_register, &g_register_record);
+  *value = g_register_record.value;
+  return result;
+}
+
+// Apertures take accesses at any offset, so that the types carry no alignment.
+using Byte [[gnu::may_alias]] = volatile uint8_t;
+using Word [[gnu::may_alias, gnu::aligned(1)]] = volatile uint16_t;
+using Long [[gnu::may_alias, gnu::aligned(1)]] = volatile uint32_t;
+using Quad [[gnu::may_alias, gnu::aligned(1)]] = volatile uint64_t;
+
+template <typename Cell>
+inline void load_or_store(void* address, uint32_t op, uint64_t* value) {
+  auto* const cell = static_cast<Cell*>(address);
+  if (op == ZVG_OP_READ) {
+    *value = *cell;
+  } else {
+    *cell = static_cast<Cell>(*value);
+  }
+}
+
+// Says what is wrong with an access that an aperture cannot take; returns -22.
+int refuse_aperture_access(uint32_t bar, uint32_t op, bool in_range, uint64_t offset);
+
+inline int by_aperture(uint32_t bar, uint32_t op, uint32_t width, uint64_t offset,
+                       uint64_t* value) {
+  const Aperture& aperture = bar == ZVG_BAR_MMIO ? g_connection.mmio : g_connection.vram;
+  // A width that is none of the four is a 32-bit access; both it and the width must fit.
+  const uint32_t access = width == 1 || width == 2 || width == 8 ? width : 4;
+  const uint64_t extent = width > access ? width : access;
+  const bool in_range = extent <= aperture.limit && offset <= aperture.limit - extent;
+  const bool known_bar = bar == ZVG_BAR_MMIO || bar == ZVG_BAR_VRAM;
+  const bool known_op = op == ZVG_OP_READ || op == ZVG_OP_WRITE;
+  if (!known_bar || !in_range || !known_op) [[unlikely]] {
+    return refuse_aperture_access(bar, op, in_range, offset);
+  }
+  void* const address = static_cast<uint8_t*>(aperture.base) + offset;
+  switch (access) {
+    case 1:
+      load_or_store<Byte>(address, op, value);
+      break;
+    case 2:
+      load_or_store<Word>(address, op, value);
+      break;
+    case 8:
+      load_or_store<Quad>(address, op, value);
+      break;
+    default:
+      load_or_store<Long>(address, op, value);
+      break;
+  }
+  return 0;
+}
+
+// Serial mode, and the refusal of any mode that is none.
+int by_serial_link(uint32_t op, uint32_t width, uint64_t offset, uint64_t* value);
+
+// The one switch on the access mode.
+[[gnu::always_inline]] inline int operate(uint32_t bar, uint32_t op, uint32_t width,
+                                          uint64_t offset, uint64_t* value) {
+  switch (g_connection.mode) {
+    case ZVG_MODE_DRIVER:
+      return by_driver(bar, op, width, offset, value);
+    case ZVG_MODE_MEMORY:
+      return by_aperture(bar, op, width, offset, value);
+    default:
+      return by_serial_link(op, width, offset, value);
+  }
+}
 
 // Reads sizeof(Value) bytes at an offset that its family has checked. The value is stored whatever
 // the result: a failed read leaves what the access left, normally 0.
 template <typename Value>
 int mmio_read(zvg_bar bar, uint64_t offset, Value* value) {
   uint64_t wide = 0;
-  const int result = zvgMmioOperate(bar, ZVG_OP_READ, sizeof(Value), offset, &wide);
+  const int result = operate(bar, ZVG_OP_READ, sizeof(Value), offset, &wide);
   *value = static_cast<Value>(wide);
   return result;
 }
@@ -21,14 +100,13 @@ int mmio_read(zvg_bar bar, uint64_t offset, Value* value) {
 template <typename Value>
 int mmio_write(zvg_bar bar, uint64_t offset, Value value) {
   uint64_t wide = value;
-  return zvgMmioOperate(bar, ZVG_OP_WRITE, sizeof(Value), offset, &wide);
+  return operate(bar, ZVG_OP_WRITE, sizeof(Value), offset, &wide);
 }
 
 // Replaces the bits of mask in a byte, over any family's byte access. The write is made even when
 // the read failed. Returns the OR of both results.
-template <typename Address>
-int masked_write(int (*read)(Address, uint8_t*), int (*write)(Address, uint8_t), Address address,
-                 uint8_t mask, uint8_t value) {
+inline int masked_write(int (*read)(uint64_t, uint8_t*), int (*write)(uint64_t, uint8_t),
+                        uint64_t address, uint8_t mask, uint8_t value) {
   uint8_t old = 0;
   const int read_result = read(address, &old);
   const auto merged = static_cast<uint8_t>((old & ~mask) | (value & mask));
