@@ -1,0 +1,133 @@
+#include "zvgctl/application.h"
+
+#include <stdio.h>
+#include <util_zvg.h>
+
+#include <CLI/CLI.hpp>
+
+#include "zvgctl/arguments.h"
+#include "zvgctl/context.h"
+#include "zvgctl/errors.h"
+#include "zvgctl/families.h"
+#include "zvgctl/interrupts.h"
+#include "zvgctl/output.h"
+#include "zvgctl/virtual_board.h"
+
+namespace zvgctl {
+
+namespace {
+
+constexpr char general_examples[] =
+    "Numbers are decimal (31) or hexadecimal (0x1f). Options may stand before or behind the\n"
+    "command. Every command has a --help of its own, with examples.\n"
+    "\n"
+    "Examples:\n"
+    "  zvgctl --sim info                              no board needed: a virtual one\n"
+    "  zvgctl edid read --hdmi 0 --sim                the report of its first monitor\n"
+    "  zvgctl reg read 0x308000                       a register, through the driver\n"
+    "  zvgctl reg read 0x308000 --driver 1            the same of the second board\n"
+    "  zvgctl reg read 0x308000 --mem 0xE0000000:0x1000000\n"
+    "  zvgctl reg read 0x308000 --serial /dev/ttyUSB0:115200\n"
+    "\n"
+    "Exit status: 0 done, 1 failed, 2 the command line makes no sense.";
+
+constexpr char connection_reminder[] =
+    "\nWhich board, and through which door (--driver, --mem, --serial, --sim), and --json, --yes\n"
+    "and --deadline: see zvgctl --help.";
+
+// The innermost command that was named, for "try ... --help".
+std::string named_command(const CLI::App& application) {
+  std::string name = "zvgctl";
+  const CLI::App* command = &application;
+  while (!command->get_subcommands().empty()) {
+    command = command->get_subcommands().front();
+    name += " " + command->get_name();
+  }
+  return name;
+}
+
+// Leaves say where the options are that they share.
+void add_reminders(CLI::App& application) {
+  for (CLI::App* const command : application.get_subcommands({})) {
+    const std::string footer = command->get_footer();
+    command->footer(footer.empty() ? connection_reminder + 1 : footer + "\n" + connection_reminder);
+    add_reminders(*command);
+  }
+}
+
+void build(CLI::App& application, Context& context) {
+  application.set_version_flag("--version", std::string("zvgctl ") + ZVGCTL_VERSION);
+  application.require_subcommand(1);
+  // Options behind a subcommand that are not its own belong to the whole.
+  application.fallthrough();
+  application.footer(general_examples);
+  add_connection_options(application, context.connection);
+  application.add_flag("--json", context.json, "Print data as JSON, and nothing else, on stdout")
+      ->group("Behaviour");
+  application.add_flag("-y,--yes", context.yes, "Do what cannot be undone without asking")
+      ->group("Behaviour");
+  application
+      .add_option("--deadline", context.deadline,
+                  "Give up after that many seconds; 0 for never (default: edid and hdmi 60, or 300 "
+                  "over a serial line; others never)")
+      ->type_name("SECONDS")
+      ->group("Behaviour");
+  add_info(application, context);
+  add_reg(application, context);
+  add_vram(application, context);
+  add_crtc(application, context);
+  add_amba(application, context);
+  add_kmem(application, context);
+  add_pci(application, context);
+  add_ioport(application, context);
+  add_edid(application, context);
+  add_hdmi(application, context);
+  add_reminders(application);
+}
+
+int finish(Exit exit) {
+  try {
+    finish_output();
+  } catch (const Failure& failure) {
+    print_error(failure.what());
+    return static_cast<int>(Exit::failed);
+  }
+  return static_cast<int>(exit);
+}
+
+}  // namespace
+
+int run(const std::vector<std::string>& words) {
+  CLI::App application{"Reach a graphics board's registers, memory and monitors.", "zvgctl"};
+  Context context;
+  build(application, context);
+
+  const Arguments arguments = settle_optional_values(words, is_board);
+  context.arguments_without_sim = arguments.without_sim;
+  if (arguments.words.empty()) {
+    fprintf(stderr, "%s", application.help().c_str());
+    return static_cast<int>(Exit::usage);
+  }
+  try {
+    // CLI11 takes its words from the back.
+    application.parse(std::vector<std::string>(arguments.words.rbegin(), arguments.words.rend()));
+    catch_interrupts();
+    context.action();
+    return finish(Exit::done);
+  } catch (const CLI::Success& request) {  // --help or --version
+    application.exit(request);
+    return finish(Exit::done);
+  } catch (const CLI::ParseError& error) {
+    print_error(format("%s\nTry '%s --help'.", error.what(), named_command(application).c_str()));
+    return static_cast<int>(Exit::usage);
+  } catch (const Failure& failure) {
+    std::string message = failure.what();
+    if (failure.exit() == Exit::usage) {
+      message += "\nTry '" + named_command(application) + " --help'.";
+    }
+    print_error(message);
+    return static_cast<int>(failure.exit());
+  }
+}
+
+}  // namespace zvgctl

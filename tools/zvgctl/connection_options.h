@@ -1,0 +1,49 @@
+// The options that say which board to talk to, and through which door.
+#ifndef ZVGCTL_CONNECTION_OPTIONS_H
+#define ZVGCTL_CONNECTION_OPTIONS_H
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <string>
+
+namespace zvgctl {
+
+// As given; empty where an option is absent.
+struct ConnectionText {
+  std::string driver;
+  std::string memory;
+  std::string serial;
+  std::string sim;
+  std::string generation;
+};
+
+enum class Door { driver, memory, serial };
+enum class Generation { unknown, rq300, rq301, rq302 };
+
+struct Aperture {
+  uint64_t base = 0;    // physical address
+  uint64_t length = 0;  // bytes; 0 leaves it unmapped
+};
+
+struct ConnectionOptions {
+  Door door = Door::driver;
+  int card = 0;
+  Aperture mmio;
+  Aperture vram;
+  std::string device;
+  int baud = 0;
+  Generation generation = Generation::unknown;
+};
+
+// What stands for "--sim" and "--driver" without a value (see arguments.h).
+inline constexpr char default_board[] = "default";
+inline constexpr char default_card[] = "0";
+
+void add_connection_options(CLI::App& application, ConnectionText& text);
+
+// Throws a usage Failure for what makes no sense, alone or together.
+ConnectionOptions parse_connection(const ConnectionText& text);
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_CONNECTION_OPTIONS_H

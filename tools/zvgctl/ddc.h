@@ -1,0 +1,37 @@
+// Bytes to and from a monitor over a transmitter's DDC master, where the library has no function
+// that serves.
+#ifndef ZVGCTL_DDC_H
+#define ZVGCTL_DDC_H
+
+#include <cstdint>
+
+#include "zvgctl/connection.h"
+
+namespace zvgctl {
+
+class Ddc {
+ public:
+  Ddc(Connection& connection, uint32_t hdmi) : connection_(connection), hdmi_(hdmi) {}
+
+  // slave: 7-bit address. offset: 0 to 255. All throw a Failure when the monitor does not answer.
+  uint8_t read(uint8_t slave, uint8_t offset);
+
+  // The library's own DDC write waits for the PHY's I2C master, which has nothing to do with it:
+  // the wait lasts a minute and tells nothing about the write. This one waits for the DDC master.
+  void write(uint8_t slave, uint8_t offset, uint8_t value);
+
+  // A byte of the EDID, from any of its 256 blocks: offset up to 0x7FFF.
+  uint8_t read_edid(uint32_t offset);
+
+ private:
+  void put(uint64_t reg, uint64_t value);
+  void begin(uint8_t slave, uint8_t offset);
+  void run(uint64_t operation, const char* deed, uint8_t slave, uint32_t offset);
+
+  Connection& connection_;
+  uint32_t hdmi_;
+};
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_DDC_H

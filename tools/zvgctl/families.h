@@ -1,0 +1,24 @@
+// One function a command family: it adds its commands to the application.
+#ifndef ZVGCTL_FAMILIES_H
+#define ZVGCTL_FAMILIES_H
+
+#include <CLI/CLI.hpp>
+
+#include "zvgctl/context.h"
+
+namespace zvgctl {
+
+void add_info(CLI::App& application, Context& context);
+void add_reg(CLI::App& application, Context& context);
+void add_vram(CLI::App& application, Context& context);
+void add_crtc(CLI::App& application, Context& context);
+void add_amba(CLI::App& application, Context& context);
+void add_kmem(CLI::App& application, Context& context);
+void add_pci(CLI::App& application, Context& context);
+void add_ioport(CLI::App& application, Context& context);
+void add_edid(CLI::App& application, Context& context);
+void add_hdmi(CLI::App& application, Context& context);
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_FAMILIES_H

@@ -1,0 +1,221 @@
+// zvgctl info: what there is to know about the board.
+#include <inttypes.h>
+#include <stdio.h>
+#include <string.h>
+#include <util_zvg.h>
+
+#include <optional>
+
+#include "zvgctl/connection.h"
+#include "zvgctl/errors.h"
+#include "zvgctl/families.h"
+#include "zvgctl/number.h"
+#include "zvgctl/output.h"
+#include "zvgctl/virtual_board.h"
+
+namespace zvgctl {
+
+namespace {
+
+constexpr size_t answer_size = 128;
+
+struct NumberItem {
+  const char* key;    // in JSON
+  const char* label;  // for people
+  unsigned query;
+};
+
+// The driver gives no units, so none are printed.
+constexpr NumberItem clocks[] = {
+    {"axi", "AXI clock", ZVG_QUERY_AXI_CLOCK}, {"vpu", "VPU clock", ZVG_QUERY_VPU_CLOCK},
+    {"3d", "3D clock", ZVG_QUERY_3D_CLOCK},    {"2d", "2D clock", ZVG_QUERY_2D_CLOCK},
+    {"ddr", "DDR clock", ZVG_QUERY_DDR_CLOCK},
+};
+constexpr NumberItem engines[] = {
+    {"3d_cores", "3D cores", ZVG_QUERY_3D_CORES},
+    {"2d_cores", "2D cores", ZVG_QUERY_2D_CORES},
+    {"channel_mask", "Memory channel mask", ZVG_QUERY_CHANNEL_MASK},
+};
+
+struct BaseItem {
+  const char* key;
+  const char* label;
+  size_t word;
+};
+constexpr BaseItem bases[] = {
+    {"system_control", "System control", ZVG_HW_SYSTEM_CONTROL},
+    {"spi_flash", "SPI flash controller", ZVG_HW_SPI_FLASH},
+    {"clock", "Clocks and PLLs", ZVG_HW_CLOCK},
+};
+
+std::optional<uint32_t> query_number(unsigned key) {
+  uint32_t value = 0;
+  if (zvgQueryInt(key, &value) != 0) return std::nullopt;
+  return value;
+}
+
+std::optional<std::string> query_text(int key) {
+  char answer[answer_size] = {};
+  if (zvgQueryOperate(key, answer) != 0 || answer[0] == '\0') return std::nullopt;
+  return std::string(answer, strnlen(answer, sizeof answer));
+}
+
+template <typename Value>
+Json or_null(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json();
+}
+
+void line(const char* label, const std::string& value) {
+  printf("%-22s %s\n", label, value.c_str());
+}
+
+// What the driver would not say stays visible as such.
+std::string or_unknown(const std::optional<uint32_t>& value) {
+  return value ? std::to_string(*value) : std::string("not told by the driver");
+}
+
+std::string or_unknown(const std::optional<std::string>& value) {
+  return value ? *value : std::string("not told by the driver");
+}
+
+struct DriverInfo {
+  std::optional<uint32_t> cards;
+  std::optional<std::string> core_version;
+  std::optional<std::string> gop_version;
+  std::optional<std::string> firmware_version;
+  std::optional<zvg_info> memory;
+};
+
+DriverInfo ask_driver() {
+  DriverInfo info;
+  info.cards = query_number(ZVG_QUERY_CARDS);
+  uint32_t version[4] = {};
+  if (zvgKrtcoreVer(&version[0], &version[1], &version[2], &version[3]) == 0) {
+    info.core_version = format("%u.%u.%u.%u", version[0], version[1], version[2], version[3]);
+  }
+  info.gop_version = query_text(ZVG_QUERY_GOP_VERSION);
+  info.firmware_version = query_text(ZVG_QUERY_FIRMWARE_VERSION);
+  zvg_info memory = {};
+  if (zvgInfoRead(&memory) == 0) info.memory = memory;
+  return info;
+}
+
+void print_driver(const Connection& connection, const DriverInfo& info) {
+  line("Card", format("%d of %s", connection.options().card, or_unknown(info.cards).c_str()));
+  line("Device id", hex(get_device_id(), 3));
+  line("Driver core version", or_unknown(info.core_version));
+  line("GOP version", or_unknown(info.gop_version));
+  line("Firmware version", or_unknown(info.firmware_version));
+  for (const NumberItem& item : clocks) line(item.label, or_unknown(query_number(item.query)));
+  for (const NumberItem& item : engines) line(item.label, or_unknown(query_number(item.query)));
+  if (info.memory) {
+    line("Video memory used", std::to_string(info.memory->used));
+    line("Video memory free", std::to_string(info.memory->free));
+  } else {
+    line("Video memory", "not told by the driver");
+  }
+}
+
+void add_driver(Json& document, const Connection& connection, const DriverInfo& info) {
+  document["card"] = connection.options().card;
+  document["cards"] = or_null(info.cards);
+  document["device_id"] = hex(get_device_id(), 3);
+  document["versions"] = {{"core", or_null(info.core_version)},
+                          {"gop", or_null(info.gop_version)},
+                          {"firmware", or_null(info.firmware_version)}};
+  for (const NumberItem& item : clocks) {
+    document["clocks"][item.key] = or_null(query_number(item.query));
+  }
+  for (const NumberItem& item : engines) document[item.key] = or_null(query_number(item.query));
+  document["video_memory"] = Json();
+  if (info.memory) {
+    document["video_memory"] = {{"used", info.memory->used}, {"free", info.memory->free}};
+  }
+}
+
+std::string aperture_text(const Aperture& aperture) {
+  if (aperture.length == 0) return "not mapped";
+  return format("0x%" PRIx64 " bytes at 0x%" PRIx64, aperture.length, aperture.base);
+}
+
+Json aperture_json(const Aperture& aperture) {
+  return {{"base", hex(aperture.base)}, {"length", hex(aperture.length)}};
+}
+
+void print_info(Connection& connection) {
+  const ConnectionOptions& options = connection.options();
+  line("Mode", zvgType2Str(get_s_type()));
+  if (on_virtual_board()) line("Board", "virtual (" + virtual_board_name() + ")");
+  if (options.door == Door::memory) {
+    line("Register aperture", aperture_text(options.mmio));
+    line("Video memory aperture", aperture_text(options.vram));
+  }
+  if (options.door == Door::serial) line("Serial line", connection.serial()->name());
+  line("Generation", connection.generation_known() ? connection.generation_name()
+                                                   : "unknown: --generation tells");
+  if (options.door == Door::driver) print_driver(connection, ask_driver());
+  if (!connection.generation_known()) return;
+  for (const BaseItem& item : bases) line(item.label, hex(zvg_gpu_hardware[item.word], 6));
+  const uint32_t channels = zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS];
+  line("DDR channels", std::to_string(channels));
+  for (uint32_t channel = 0; channel < channels; ++channel) {
+    line(format("DDR %u controller", channel).c_str(),
+         hex(zvg_gpu_hardware[ZVG_HW_DDR_CONTROLLER + channel], 6));
+    line(format("DDR %u PHY", channel).c_str(), hex(zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel], 6));
+  }
+}
+
+Json info_json(Connection& connection) {
+  const ConnectionOptions& options = connection.options();
+  Json document;
+  document["mode"] = zvgType2Str(get_s_type());
+  document["virtual_board"] = on_virtual_board() ? Json(virtual_board_name()) : Json();
+  if (options.door == Door::memory) {
+    document["apertures"] = {{"mmio", aperture_json(options.mmio)},
+                             {"vram", aperture_json(options.vram)}};
+  }
+  if (options.door == Door::serial) {
+    document["serial"] = {{"device", options.device}, {"baud", options.baud}};
+  }
+  document["generation"] =
+      connection.generation_known() ? Json(connection.generation_name()) : Json();
+  if (options.door == Door::driver) add_driver(document, connection, ask_driver());
+  if (!connection.generation_known()) return document;
+  Json& blocks = document["block_bases"];
+  for (const BaseItem& item : bases) blocks[item.key] = hex(zvg_gpu_hardware[item.word], 6);
+  blocks["ddr"] = Json::array();
+  for (uint32_t channel = 0; channel < zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS]; ++channel) {
+    blocks["ddr"].push_back(
+        {{"controller", hex(zvg_gpu_hardware[ZVG_HW_DDR_CONTROLLER + channel], 6)},
+         {"phy", hex(zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel], 6)}});
+  }
+  return document;
+}
+
+void info_command(const Context& context) {
+  if (context.json) reserve_stdout_for_json();
+  Connection connection(context);
+  if (context.json) {
+    print_json(info_json(connection));
+  } else {
+    print_info(connection);
+  }
+}
+
+}  // namespace
+
+void add_info(CLI::App& application, Context& context) {
+  CLI::App* const command = application.add_subcommand(
+      "info", "Show the connection, the chip, its versions, clocks and block bases");
+  command->footer(
+      "The driver knows most; --mem and --serial show what they can. Numbers are the driver's "
+      "own,\n"
+      "in its units.\n"
+      "Examples:\n"
+      "  zvgctl info\n"
+      "  zvgctl info --json --sim\n"
+      "  zvgctl info --serial /dev/ttyUSB0 --generation rq302");
+  command->callback([&context] { context.action = [&context] { info_command(context); }; });
+}
+
+}  // namespace zvgctl

@@ -1,0 +1,60 @@
+// What a command prints on standard output: text for people, or JSON for programs.
+#ifndef ZVGCTL_OUTPUT_H
+#define ZVGCTL_OUTPUT_H
+
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace zvgctl {
+
+using Json = nlohmann::ordered_json;
+
+// Colour is for terminals, and for those who did not set NO_COLOR.
+bool use_colour(int fd);
+
+// Keeps standard output for JSON: from now on what anything else prints there, such as the
+// library's messages, goes to standard error.
+void reserve_stdout_for_json();
+
+// Prints one document on the real standard output: indented, or on one line.
+void print_json(const Json& document);
+void print_json_line(const Json& document);
+
+// While it lives, what is printed on standard output is dropped.
+class QuietStdout {
+ public:
+  QuietStdout();
+  ~QuietStdout();
+  QuietStdout(const QuietStdout&) = delete;
+  QuietStdout& operator=(const QuietStdout&) = delete;
+
+ private:
+  int saved_;
+};
+
+// Writes out everything that was printed. Throws a Failure when it did not all get there.
+void finish_output();
+
+// Columns as wide as their widest cell, two blanks apart.
+class Table {
+ public:
+  explicit Table(std::vector<std::string> header) : rows_{std::move(header)} {}
+  void row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  void print() const;
+
+ private:
+  std::vector<std::vector<std::string>> rows_;
+};
+
+// Lines of 16 bytes: the address of the first item with that many digits, then the items.
+void print_hex_dump(uint64_t address, int address_digits, unsigned width,
+                    std::span<const uint64_t> values);
+
+const char* yes_no(bool value);
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_OUTPUT_H

@@ -1,0 +1,81 @@
+#include "zvgctl/virtual_board.h"
+
+#include <errno.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "zvgctl/connection_options.h"
+#include "zvgctl/errors.h"
+
+namespace zvgctl {
+
+namespace {
+
+constexpr char simulator[] = "zvgsim";
+constexpr char ready_boards[] = "/../share/zvgsim/boards/";
+
+std::string own_path() {
+  char path[PATH_MAX];
+  const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
+  return size > 0 ? std::string(path, static_cast<size_t>(size)) : std::string();
+}
+
+std::string own_folder() {
+  const std::string path = own_path();
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? std::string(".") : path.substr(0, slash);
+}
+
+bool is_file(const std::string& path) {
+  struct stat status;
+  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+}  // namespace
+
+bool on_virtual_board() {
+  return getenv(virtual_board_variable) != nullptr;
+}
+
+std::string virtual_board_name() {
+  const char* const name = getenv(virtual_board_variable);
+  return name == nullptr ? std::string() : std::string(name);
+}
+
+bool is_board(const std::string& word) {
+  if (word.empty() || word.starts_with('-')) return false;
+  if (word.ends_with(".toml")) return true;
+  return word.find('/') == std::string::npos &&
+         is_file(own_folder() + ready_boards + word + ".toml");
+}
+
+void run_on_virtual_board(const std::string& board, const std::vector<std::string>& arguments) {
+  std::vector<std::string> words = {simulator, "run"};
+  if (board != default_board) {
+    words.push_back("--board");
+    words.push_back(board);
+  }
+  words.push_back("--");
+  words.push_back(own_path());
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  std::vector<char*> argv;
+  for (std::string& word : words) argv.push_back(word.data());
+  argv.push_back(nullptr);
+
+  setenv(virtual_board_variable, board.c_str(), 1);
+  fflush(stdout);
+  const std::string beside = own_folder() + "/" + simulator;
+  execv(beside.c_str(), argv.data());
+  if (errno != ENOENT) fail("cannot run %s: %s", beside.c_str(), strerror(errno));
+  execvp(simulator, argv.data());
+  fail(
+      "cannot run the virtual board: its program %s is neither in %s, beside zvgctl, nor in PATH "
+      "(%s)",
+      simulator, own_folder().c_str(), strerror(errno));
+}
+
+}  // namespace zvgctl
