@@ -387,6 +387,136 @@ ZVG_API int zvgInfoRead(void* info);
 ZVG_API int zvgDumpVramFree(void);
 
 /* ------------------------------------------------------------------------------------------- */
+/* Register scripts, register blocks and DDR registers                                         */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Runs a register script against the open connection. A line is a comment ('#' or '/'), a delay
+ * ("ssleep N", "msleep N", "usleep N"), an echo ("echo TEXT", printed as it stands), or a register
+ * line "ADDRESS VALUE OPERATION MASK WIDTH": hexadecimal but for the width, 8, 16 or 32 bits.
+ * Fields that a line leaves out keep the values of the one before; they start at zero.
+ *
+ *   W  write VALUE
+ *   C  check once that the register is VALUE in the bits of MASK
+ *   R  read until it is, at most 9,999 times a millisecond apart; N until it is not
+ *   S  set the bits of MASK to those of VALUE
+ *
+ * Lines are read in pieces of 1,023 characters, each of which counts as a line.
+ * Returns 0, also when a failed access stopped the script; -errno when the file does not open.
+ * Prints on standard output mismatches and the progress of polls; on standard error what failed,
+ * each with its line number. A mismatch and a poll that times out do not stop the script.
+ */
+ZVG_API int zvgRunScript(const char* path);
+
+/*
+ * A handler of a register block. address: as the block counts. value: what is expected or written.
+ * mask: the bits that a check compares. width: bits. channel: which of several blocks.
+ * Checks and writes return 0 or -1, reads the value or 0xFFFFFFFF; all print what they did.
+ */
+typedef int zvg_check_handler(uint64_t address, uint32_t value, uint32_t mask, int width,
+                              unsigned channel);
+typedef uint32_t zvg_read_handler(uint64_t address, uint32_t value, uint32_t mask, int width,
+                                  unsigned channel);
+
+/* A row of the table of blocks; 24 bytes. */
+struct zvg_reg_dev {
+  uint64_t key;             /* operation letter ('R' or 'W'), block letter in the next byte */
+  zvg_check_handler* check; /* called for a line of a check file */
+  zvg_read_handler* read;   /* called for a line of a read file; null in the rows that write */
+};
+
+#define ZVG_REG_DEV_ROWS 10
+
+/* Blocks by letter: H HDMI controller, V VGA CRTC, M MMIO, P HDMI PHY, D DisplayPort. */
+extern ZVG_API const struct zvg_reg_dev reg_dev[ZVG_REG_DEV_ROWS];
+
+/*
+ * Runs a check file: lines "ADDRESS NAME MASK WIDTH VALUE", where NAME is operation letter, block
+ * letter and channel digit ("RH0"). Comments, blank lines and delays are those of a script; '#'
+ * lines are headers and printed. Unknown names are passed over.
+ * Returns 0, or -errno when the file does not open. Results go to standard output.
+ */
+ZVG_API int zvgRunCheckReg(const char* path);
+
+/*
+ * Runs a read file: lines "ADDRESS NAME FIELD WIDTH". Each line is appended with the value read to
+ * "out_file.txt" in the current folder; a failed read counts as 0xffffffff.
+ * Returns 0; -errno when a file does not open; -1 at once when a line names a writing row.
+ */
+ZVG_API int zvgRunReadReg(const char* path);
+
+/* Removes every carriage return from a line, in place. Returns the length that it had. */
+ZVG_API int removeLine(char* line);
+
+/* Handlers of reg_dev. HDMI and MMIO take 8, 16 and 32 bits. */
+ZVG_API int zvgHdmiCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                            unsigned channel);
+ZVG_API uint32_t zvgHdmiReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                                unsigned channel);
+ZVG_API int zvgHdmiWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                            unsigned channel);
+ZVG_API int zvgMmioCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                            unsigned channel);
+ZVG_API uint32_t zvgMmioReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                                unsigned channel);
+ZVG_API int zvgMmioWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                            unsigned channel);
+/* HDMI PHY registers: 16 bits. */
+ZVG_API int zvgHdmiPhyCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                               unsigned channel);
+ZVG_API uint32_t zvgHdmiPhyReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                                   unsigned channel);
+ZVG_API int zvgHdmiPhyWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                               unsigned channel);
+/* CRTC indices: 8 bits; reads and writes know channel 0 alone. */
+ZVG_API int zvgVgaCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                           unsigned channel);
+ZVG_API uint32_t zvgVgaReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                               unsigned channel);
+ZVG_API int zvgVgaWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                           unsigned channel);
+/* DisplayPort controller registers: 32 bits, addresses counted from 0x10000. */
+ZVG_API int zvgDpCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                          unsigned channel);
+ZVG_API uint32_t zvgDpReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                              unsigned channel);
+ZVG_API int zvgDpWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
+                          unsigned channel);
+
+/*
+ * DDR registers on several channels at once. channel_mask: bit i is channel i; bits from the
+ * board's channel count on are not looked at. address: the register in any channel's controller or
+ * PHY block; the same register of every selected channel is accessed, lowest channel first. An
+ * address in no DDR block is accessed once, whatever the mask.
+ * Returns 0, or the result of the first access that failed (named on standard error). A read
+ * leaves the value of the highest selected channel.
+ */
+ZVG_API int zvgDdrRegReadLong(unsigned channel_mask, uint64_t address, uint32_t* value);
+ZVG_API int zvgDdrRegWriteLong(unsigned channel_mask, uint64_t address, uint32_t value);
+
+/* The same by offset in the controller (32 KiB) or PHY (256 KiB) block. */
+ZVG_API int zvg_ddr_ctr_read(unsigned channel_mask, uint32_t offset, uint32_t* value);
+ZVG_API int zvg_ddr_phy_read(unsigned channel_mask, uint32_t offset, uint32_t* value);
+ZVG_API int zvg_ddr_ctr_write(unsigned channel_mask, uint32_t offset, uint32_t value);
+ZVG_API int zvg_ddr_phy_write(unsigned channel_mask, uint32_t offset, uint32_t value);
+
+/*
+ * Appends all the registers of the selected channels to "DDR_Dump_Reg.txt" in the current folder:
+ * nine PHY blocks and the controller, about 600,000 lines a channel. Nothing else may use the
+ * PHYs meanwhile.
+ * Returns 0; -1 when the file does not open (the reason is on standard error); otherwise the
+ * result of the last read of the last selected channel.
+ */
+ZVG_API int zvgDDRReadReg(unsigned channel_mask);
+
+/*
+ * Runs a script as zvgRunScript does, with every access going to the selected DDR channels in 32
+ * bits. Only W and R exist, and a poll that does not match within 100 reads ends the script with
+ * "trainning failed" on standard output. Prints its own name first.
+ */
+ZVG_API int zvgDdrRunScript(const char* path, unsigned channel_mask);
+
+/* ------------------------------------------------------------------------------------------- */
 /* HDMI transmitters                                                                           */
 /* ------------------------------------------------------------------------------------------- */
 

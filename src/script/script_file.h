@@ -1,0 +1,97 @@
+// The text files of register lines: what all of their runners read in the same way.
+#ifndef ZVG_SCRIPT_SCRIPT_FILE_H
+#define ZVG_SCRIPT_SCRIPT_FILE_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+
+namespace zvg::script {
+
+// What a line is to its runner.
+enum class Line {
+  skipped,   // a comment or a blank line
+  header,    // begins with '#', in the files whose headers are shown
+  done,      // a delay or an echo, which the reader has carried out
+  registers  // anything else: a register line
+};
+
+// How the file formats differ in their common lines.
+struct Format {
+  bool headers;  // '#' begins a header, not a comment
+  bool echo;     // there are echo lines
+};
+
+constexpr Format script_format = {.headers = false, .echo = true};
+constexpr Format block_file_format = {.headers = true, .echo = false};
+
+// A file that is being run, line by line. A line longer than the buffer comes in pieces, each of
+// which counts as a line.
+class ScriptFile {
+ public:
+  explicit ScriptFile(const Format& format) : format_(format) {}
+  ScriptFile(const ScriptFile&) = delete;
+  ScriptFile& operator=(const ScriptFile&) = delete;
+  ~ScriptFile() { close(); }
+
+  // Returns 0, or -errno with the reason on standard error.
+  int open(const char* path);
+
+  // Reads the next line and carries out what is common to the formats. False at the end.
+  bool next(Line* line);
+
+  char* text() { return text_; }
+  int number() const { return number_; }
+
+  void close();
+  // Lets go of the file without closing it.
+  void abandon() { file_ = nullptr; }
+
+ private:
+  Line classify() const;
+
+  Format format_;
+  FILE* file_ = nullptr;
+  int number_ = 0;
+  char text_[1024] = {};
+};
+
+// A register line of a script. Fields that a line does not have keep the values of the one before.
+struct ScriptLine {
+  unsigned long address = 0;
+  uint32_t value = 0;
+  char operation = 0;
+  uint32_t mask = 0;
+  int width = 0;  // bits
+
+  void parse(const char* text);
+};
+
+// Whether a value read is the expected one, in the bits of the line's mask.
+inline bool matches(const ScriptLine& line, uint32_t value) {
+  return ((value ^ line.value) & line.mask) == 0;
+}
+
+// Messages that the script runners share. number: of the line.
+void report_bad_operation(const ScriptFile& file, const char* text);
+void report_failed_write(int number, unsigned long address, uint32_t value);
+void report_failed_read(int number, unsigned long address);
+
+// How a poll of a script line ended.
+enum class Poll { matched, timed_out, read_failed, gave_up };
+
+// Polls until done(value) holds, at most 9,999 reads a millisecond apart, and reports progress at
+// every hundredth.
+//
+// read: stores a value, returns 0 or an error. progress: the text of a progress line, with
+// conversions for line, times, address, value, expected value and mask. give_up: end at the first
+// progress line.
+template <typename Read, typename Done>
+Poll poll_register(int number, const ScriptLine& line, const char* progress, bool give_up,
+                   Read read, Done done);
+
+}  // namespace zvg::script
+
+#include "script/script_poll.h"
+
+#endif  // ZVG_SCRIPT_SCRIPT_FILE_H
