@@ -319,6 +319,12 @@ TEST(DataBlock, Ycbcr420CapabilityMap) {
   expect_block(7, payload, title + supports_420(240));
 }
 
+TEST(DataBlock, Ycbcr420CapabilityMapEndsWithItsBlock) {
+  // All bits of what follows, up to the next block's header, are set.
+  expect_data_blocks(Cea().data_block(7, {15, 0x80}).data_block(7, Bytes(31, 0xFF)),
+                     "YCBCR420 Capability Map Data Block\n" + supports_420(8) + "\n\n\n\n");
+}
+
 TEST(DataBlock, Ycbcr420CapabilityMapEndsAtFifty) {
   std::string text = "YCBCR420 Capability Map Data Block\n";
   for (int i = 1; i <= 50; ++i) text += supports_420(i);
