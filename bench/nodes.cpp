@@ -37,8 +37,9 @@ int opened(int fd) {
 }  // namespace
 
 void open_memory() {
-  constexpr uint64_t size = 1 << 20;
-  opened(zvgMemOpen(0, size, 0, size));
+  constexpr uint64_t mmio_size = 0x1000000;
+  constexpr uint64_t vram_size = 1 << 20;
+  opened(zvgMemOpen(0, mmio_size, 0, vram_size));
 }
 
 int open_driver() { return opened(zvgRwOpen(0)); }

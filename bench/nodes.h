@@ -10,7 +10,7 @@
 
 namespace zvgbench {
 
-// Opens a connection in memory mode with register and VRAM apertures of one MiB.
+// Opens a connection in memory mode: the whole register aperture and one MiB of VRAM.
 void open_memory();
 // Opens a connection in driver mode and returns its descriptor.
 int open_driver();

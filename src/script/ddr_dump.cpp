@@ -20,44 +20,60 @@ constexpr uint32_t phy_select_offset = 0x110;
 constexpr uint32_t first_phy_block = 5;
 constexpr uint32_t further_phy_blocks[] = {0, 1, 2, 4, 7, 9, 0xC, 0xD};
 
-// Eight digits. A dump has over half a million lines a channel: printf would take longer than the
-// board does to answer.
+// Writes a number as eight hexadecimal digits. A dump has over half a million lines a channel;
+// printf would take longer than the board does to answer.
 void put_hex(char* at, uint32_t value) {
-  static constexpr char digits[] = "0123456789abcdef";
-  for (int i = 7; i >= 0; --i) {
-    at[i] = digits[value & 0xF];
-    value >>= 4;
-  }
+  // A nibble a byte, the highest first in memory.
+  uint64_t nibbles = __builtin_bswap32(value);
+  nibbles = (nibbles | nibbles << 16) & 0x0000FFFF0000FFFF;
+  nibbles = (nibbles | nibbles << 8) & 0x00FF00FF00FF00FF;
+  nibbles = (nibbles >> 4 | nibbles << 8) & 0x0F0F0F0F0F0F0F0F;
+  // 6 more than a nibble reaches the byte's upper half from 10 on: those are letters.
+  constexpr uint64_t ones = 0x0101010101010101;
+  const uint64_t letters = (nibbles + 6 * ones) >> 4 & ones;
+  const uint64_t digits = nibbles + '0' * ones + letters * ('a' - '9' - 1);
+  memcpy(at, &digits, sizeof digits);
 }
 
-// The file and its output buffer.
+// The file, and a buffer in which lines are put together.
 class Dump {
  public:
-  explicit Dump(FILE* file) : file_(file) { setvbuf(file_, buffer_, _IOFBF, sizeof buffer_); }
+  // Lines come in large pieces, which stdio need not gather again.
+  explicit Dump(FILE* file) : file_(file) { setvbuf(file_, nullptr, _IONBF, 0); }
   Dump(const Dump&) = delete;
   Dump& operator=(const Dump&) = delete;
   ~Dump() { fclose(file_); }
 
-  FILE* file() { return file_; }
-
   // Dumps the registers of a range; the first that cannot be read ends it. Returns the last
   // read's result.
   int registers(uint32_t base, uint32_t size) {
-    char line[] = "0x########     ########        R        FFFFFFFF\n";
+    static constexpr char line[] = "0x########     ########        R        FFFFFFFF\n";
+    constexpr size_t length = sizeof line - 1;
     constexpr size_t address_at = 2;
     constexpr size_t value_at = 15;
+    static_assert(sizeof buffer_ > length);
+
+    int result = 0;
+    size_t used = 0;
     for (uint32_t offset = 0; offset < size; offset += 4) {
       uint32_t value = 0;
-      const int result = zvgRegReadLong(base + offset, &value);
+      result = zvgRegReadLong(base + offset, &value);
       if (result != 0) {
         fprintf(stderr, "%s: read from [0x%x] failed\n", "zvgDDRReadReg", base + offset);
-        return result;
+        break;
       }
-      put_hex(line + address_at, base + offset);
-      put_hex(line + value_at, value);
-      fwrite_unlocked(line, 1, sizeof line - 1, file_);
+      if (sizeof buffer_ - used < length) {
+        fwrite(buffer_, 1, used, file_);
+        used = 0;
+      }
+      char* const at = buffer_ + used;
+      memcpy(at, line, length);
+      put_hex(at + address_at, base + offset);
+      put_hex(at + value_at, value);
+      used += length;
     }
-    return 0;
+    fwrite(buffer_, 1, used, file_);
+    return result;
   }
 
   void phy_block(unsigned channel, uint32_t block, bool heads) {
