@@ -181,7 +181,8 @@ void print_feature_support(const uint8_t* edid) {
   print_empty_line(1);
   // The colour code is taken from bits 1:0, where the preferred timing and GTF flags are, and not
   // from bits 4:3: deliberate.
-  const int color_code = features & 3;
+  constexpr uint8_t color_code_mask = 0x03;
+  const int color_code = features & color_code_mask;
   if (is_digital(edid)) {
     fputs("\tSupported Color Encoding Format: ", stdout);
     puts(color_encodings[color_code]);

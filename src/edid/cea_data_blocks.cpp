@@ -31,6 +31,17 @@ enum ExtendedTag : uint8_t {
   ext_infoframe = 32,
 };
 
+// Bytes of the HDMI vendor block behind its physical address; what follows them is a list.
+enum HdmiField {
+  hdmi_deep_color = 6,
+  hdmi_max_tmds_clock = 7,
+  hdmi_presence = 8,
+  hdmi_first_latency = 9,
+  hdmi_last_latency = 12,
+  hdmi_3d = 13,
+  hdmi_list_lengths = 14,
+};
+
 void print_audio(const uint8_t*, int length) {
   constexpr int audio_descriptor_size = 3;
   if (length % audio_descriptor_size != 0) {
@@ -63,45 +74,34 @@ void print_hdmi_deep_color(uint8_t byte) {
 
 void print_hdmi_extension_field(int index, uint8_t value) {
   constexpr int tmds_clock_unit_mhz = 5;
-  switch (index) {
-    case 6:
-      print_hdmi_deep_color(value);
-      break;
-    case 7:
-      printf("\tMax TMDS Clock: %dMHz\n", value * tmds_clock_unit_mhz);
-      break;
-    case 8:
-      printf("\tHere is some info in byte:%d,value:%x\n", index, value);
-      break;
-    case 9:
-    case 10:
-    case 11:
-    case 12:
-      printf("\tHere is some info about Latency in byte:%d,value :%x\n", index, value);
-      break;
-    case 13:
-      printf("\tHere is some info about 3d,value :%x\n", value);
-      break;
-    case 14:
-      printf("\tHDMI_VIC_LEN:%d\tHDMI_3D_LEN:%d\n", value >> 5, value & 0x1F);
-      break;
-    default:
-      puts("\tHere is some info about HDMI_VIC_4k or HDMI_3D");
+  if (index == hdmi_deep_color) {
+    print_hdmi_deep_color(value);
+  } else if (index == hdmi_max_tmds_clock) {
+    printf("\tMax TMDS Clock: %dMHz\n", value * tmds_clock_unit_mhz);
+  } else if (index == hdmi_presence) {
+    printf("\tHere is some info in byte:%d,value:%x\n", index, value);
+  } else if (index >= hdmi_first_latency && index <= hdmi_last_latency) {
+    printf("\tHere is some info about Latency in byte:%d,value :%x\n", index, value);
+  } else if (index == hdmi_3d) {
+    printf("\tHere is some info about 3d,value :%x\n", value);
+  } else if (index == hdmi_list_lengths) {
+    printf("\tHDMI_VIC_LEN:%d\tHDMI_3D_LEN:%d\n", value >> 5, value & 0x1F);
+  } else {
+    puts("\tHere is some info about HDMI_VIC_4k or HDMI_3D");
   }
 }
 
 void print_vendor(const uint8_t* block, int length) {
   constexpr uint8_t hdmi_identifier[3] = {0x03, 0x0C, 0x00};
-  constexpr int first_extension_field = 6;
   if (memcmp(block + 1, hdmi_identifier, sizeof hdmi_identifier) != 0) {
     printf("\tIEEE Registration Identifier:%x%x%x\n", block[3], block[2], block[1]);
     return;
   }
   printf("\tSource Physical Address: A:%d B:%d C:%d D:%d\n", block[4] >> 4, block[4] & 0x0F,
          block[5] >> 4, block[5] & 0x0F);
-  if (length < first_extension_field) return;
+  if (length < hdmi_deep_color) return;
   puts("\tSupport extension fields");
-  for (int i = first_extension_field; i <= length; ++i) print_hdmi_extension_field(i, block[i]);
+  for (int i = hdmi_deep_color; i <= length; ++i) print_hdmi_extension_field(i, block[i]);
 }
 
 void print_colorimetry(const uint8_t* block, int) {

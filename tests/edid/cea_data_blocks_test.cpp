@@ -72,6 +72,10 @@ TEST(DataBlock, VendorIdentifierMayReachIntoTheNextBlock) {
                      std::string(vendor) + "\tIEEE Registration Identifier:003\n\n\n\n\n");
 }
 
+TEST(DataBlock, VendorOfLengthZeroHasOneToo) {
+  expect_block(3, {}, std::string(vendor) + "\tIEEE Registration Identifier:000\n");
+}
+
 TEST(DataBlock, HdmiVendorWithoutExtensionFields) {
   expect_block(3, {0x03, 0x0C, 0x00, 0x12, 0x34},
                std::string(vendor) + "\tSource Physical Address: A:1 B:2 C:3 D:4\n");

@@ -71,6 +71,16 @@ TEST(ModeRefresh, IsZeroWithoutTotals) {
   EXPECT_EQ(zvg_mode_vrefresh(&mode), 50);
 }
 
+TEST(ModeRefresh, TakesTotalsAndRatesOfOne) {
+  zvg_display_mode mode{};
+  mode.clock = 1;
+  mode.htotal = 1;
+  mode.vtotal = 1;
+  EXPECT_EQ(zvg_mode_vrefresh(&mode), 1000);
+  mode.vrefresh = 1;
+  EXPECT_EQ(zvg_mode_vrefresh(&mode), 1);
+}
+
 TEST(ModeRefresh, CountsFieldsScansAndRepeats) {
   zvg_display_mode mode = mode_1080p60();
   mode.flags = ZVG_FLAG_INTERLACED;
@@ -84,6 +94,8 @@ TEST(ModeRefresh, CountsFieldsScansAndRepeats) {
   EXPECT_EQ(zvg_mode_vrefresh(&mode), 60);
   mode.vscan = -2;
   EXPECT_EQ(zvg_mode_vrefresh(&mode), 60);
+  mode.vscan = 2;
+  EXPECT_EQ(zvg_mode_vrefresh(&mode), 30);
   mode.vscan = 4;
   EXPECT_EQ(zvg_mode_vrefresh(&mode), 15);
   mode.flags = ZVG_FLAG_INTERLACED;
