@@ -23,12 +23,8 @@ class Buffer {
   Buffer& operator=(const Buffer&) = delete;
   ~Buffer() { free(bytes_); }
 
-  bool resize(uint32_t size) {
-    void* const bytes = realloc(bytes_, size);
-    if (bytes == nullptr) return false;
-    bytes_ = static_cast<uint8_t*>(bytes);
-    return true;
-  }
+  bool allocate(uint32_t size) { return take(malloc(size)); }
+  bool grow(uint32_t size) { return take(realloc(bytes_, size)); }
   uint8_t& operator[](uint32_t i) { return bytes_[i]; }
   uint8_t* hand_over() {
     uint8_t* const bytes = bytes_;
@@ -37,6 +33,13 @@ class Buffer {
   }
 
  private:
+  // Without new memory the buffer keeps what it has.
+  bool take(void* bytes) {
+    if (bytes == nullptr) return false;
+    bytes_ = static_cast<uint8_t*>(bytes);
+    return true;
+  }
+
   uint8_t* bytes_ = nullptr;
 };
 
@@ -64,7 +67,7 @@ int failed(uint32_t transmitter) {
 int zvgHdmiEDIDRead(uint32_t hdmi) {
   using namespace zvg::display::hdmi;
   Buffer buffer;
-  if (!buffer.resize(block_size)) {
+  if (!buffer.allocate(block_size)) {
     puts("out of memory");
     return -1;
   }
@@ -72,7 +75,7 @@ int zvgHdmiEDIDRead(uint32_t hdmi) {
   uint32_t size = block_size;
   if (const uint32_t extensions = buffer[extension_count_offset]; extensions != 0) {
     size = (extensions + 1) * block_size;
-    if (!buffer.resize(size) || !fetch(hdmi, buffer, block_size, size)) return failed(hdmi);
+    if (!buffer.grow(size) || !fetch(hdmi, buffer, block_size, size)) return failed(hdmi);
   }
   // The bytes belong to the report from here on; they are not freed when it has been printed.
   edid_print_helper(buffer.hand_over(), size, 1);

@@ -13,6 +13,25 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:zvgHdmiEDIDR
 
 namespace {
 
+bool g_no_malloc = false;
+bool g_no_realloc = false;
+
+}  // namespace
+
+#if !defined(__SANITIZE_ADDRESS__)
+// The library's allocations come here, so that a test can refuse them.
+extern "C" __attribute__((visibility("default"))) void* __libc_malloc(size_t);
+extern "C" __attribute__((visibility("default"))) void* malloc(size_t size) {
+  return g_no_malloc ? nullptr : __libc_malloc(size);
+}
+extern "C" __attribute__((visibility("default"))) void* __libc_realloc(void*, size_t);
+extern "C" __attribute__((visibility("default"))) void* realloc(void* bytes, size_t size) {
+  return g_no_realloc ? nullptr : __libc_realloc(bytes, size);
+}
+#endif
+
+namespace {
+
 using testing::ElementsAreArray;
 using zvgtest::capture;
 using zvgtest::join;
@@ -202,6 +221,32 @@ TEST_F(HdmiEdid, FailedAccessOfASegmentedReadPrintsOneText) {
   };
   EXPECT_EQ(fetch(-1).out, read_failed());
 }
+
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(HdmiEdid, WithoutMemoryNothingIsRead) {
+  monitor(0, 0);
+  const auto output = capture([] {
+    g_no_malloc = true;
+    const int result = zvgHdmiEDIDRead(0);
+    g_no_malloc = false;
+    EXPECT_EQ(result, -1);
+  });
+  EXPECT_EQ(output.out, "out of memory\n");
+  EXPECT_TRUE(node_.take().empty());
+}
+
+TEST_F(HdmiEdid, WithoutMemoryForTheExtensionsTheFetchFails) {
+  node_.quiet = true;
+  monitor(1, 2);
+  const auto output = capture([] {
+    g_no_realloc = true;
+    const int result = zvgHdmiEDIDRead(1);
+    g_no_realloc = false;
+    EXPECT_EQ(result, -1);
+  });
+  EXPECT_EQ(output.out, read_failed());
+}
+#endif
 
 TEST_F(HdmiEdid, TransmitterAboveThreeFailsAtTheFirstByte) {
   hdmi_ = 4;
