@@ -14,8 +14,8 @@ namespace {
 
 constexpr uint64_t last_bus_address = 0xFFFFFFFFFF;
 
-void check_amba(const Connection& connection) {
-  connection.require_generation("the bridge to the on-chip bus");
+void check_amba(const ConnectionOptions& options) {
+  require_generation(options, "the bridge to the on-chip bus");
 }
 
 // The bridge gives no more than a timeout, whatever went wrong.
@@ -94,8 +94,8 @@ void mask_command(const Context& context, const MaskArguments& arguments) {
   const Span span = parse_span(bus, arguments.address, "8", "");
   const auto mask = static_cast<uint8_t>(parse_number("MASK", arguments.mask, 0xFF));
   const auto value = static_cast<uint8_t>(parse_number("VALUE", arguments.value, 0xFF));
+  check_amba(parse_connection(context.connection));
   Connection connection(context);
-  check_amba(connection);
   expect_answer(zvgAmbaMskWriteByte(span.first, mask, value), "change", span.first);
 }
 

@@ -118,7 +118,14 @@ int run(const std::vector<std::string>& words) {
     application.exit(request);
     return finish(Exit::done);
   } catch (const CLI::ParseError& error) {
-    print_error(format("%s\nTry '%s --help'.", error.what(), named_command(application).c_str()));
+    // A word that is no command's name shows up only as a command that is missing.
+    const std::vector<std::string> strays = application.remaining(true);
+    const std::string message = strays.empty() ? error.what()
+                                               : format(
+                                                     "\"%s\" is out of place: no such command or "
+                                                     "option here",
+                                                     strays.front().c_str());
+    print_error(message + "\nTry '" + named_command(application) + " --help'.");
     return static_cast<int>(Exit::usage);
   } catch (const Failure& failure) {
     std::string message = failure.what();

@@ -213,21 +213,6 @@ std::string Connection::generation_name() const {
   return "unknown";
 }
 
-void Connection::require_driver(const char* what) const {
-  if (options_.door != Door::driver) {
-    usage_error("%s can be reached only through the driver: leave --mem and --serial out", what);
-  }
-}
-
-void Connection::require_generation(const char* what) const {
-  if (!generation_known()) {
-    usage_error(
-        "%s differs between the chips, and nothing tells which one this is: add "
-        "--generation rq300, rq301 or rq302",
-        what);
-  }
-}
-
 uint64_t Connection::read_register(uint64_t offset, unsigned width) {
   if (serial_) return serial_->read(bus_mmio_base + offset, width);
   uint64_t value = 0;

@@ -34,11 +34,6 @@ class Connection {
   // "RQ301", "RQ302", or "RQ300" where --generation says so.
   std::string generation_name() const;
 
-  // Throw a usage Failure unless the driver is the door, or the generation is known. what: the
-  // thing that needs it, at the start of a sentence.
-  void require_driver(const char* what) const;
-  void require_generation(const char* what) const;
-
   // One access of 1, 2, 4 or 8 bytes. Throw a Failure when it did not work.
   uint64_t read_register(uint64_t offset, unsigned width);
   void write_register(uint64_t offset, unsigned width, uint64_t value);

@@ -133,4 +133,19 @@ ConnectionOptions parse_connection(const ConnectionText& text) {
   return options;
 }
 
+void require_driver(const ConnectionOptions& options, const char* what) {
+  if (options.door != Door::driver) {
+    usage_error("%s can be reached only through the driver: leave --mem and --serial out", what);
+  }
+}
+
+void require_generation(const ConnectionOptions& options, const char* what) {
+  if (options.door != Door::driver && options.generation == Generation::unknown) {
+    usage_error(
+        "%s differs between the chips, and nothing tells which one this is: add "
+        "--generation rq300, rq301 or rq302",
+        what);
+  }
+}
+
 }  // namespace zvgctl

@@ -10,11 +10,11 @@ namespace zvgctl {
 
 // As given; empty where an option is absent.
 struct ConnectionText {
-  std::string driver;
-  std::string memory;
-  std::string serial;
-  std::string sim;
-  std::string generation;
+  std::string driver = {};
+  std::string memory = {};
+  std::string serial = {};
+  std::string sim = {};
+  std::string generation = {};
 };
 
 enum class Door { driver, memory, serial };
@@ -43,6 +43,11 @@ void add_connection_options(CLI::App& application, ConnectionText& text);
 
 // Throws a usage Failure for what makes no sense, alone or together.
 ConnectionOptions parse_connection(const ConnectionText& text);
+
+// Throw a usage Failure unless the driver is the door, or unless the driver or --generation tells
+// which chip it is. what: the thing that needs it, at the start of a sentence.
+void require_driver(const ConnectionOptions& options, const char* what);
+void require_generation(const ConnectionOptions& options, const char* what);
 
 }  // namespace zvgctl
 

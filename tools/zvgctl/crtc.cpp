@@ -39,7 +39,7 @@ const Space crtc = {
     .last = last_index,
     .fixed_width = 1,
     .aligned = false,
-    .check = [](const Connection&) {},
+    .check = [](const ConnectionOptions&) {},
     .read = read_crtc,
     .write = write_crtc,
 };

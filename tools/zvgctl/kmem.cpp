@@ -65,7 +65,7 @@ const Space kernel_memory = {
     .last = UINT64_MAX,
     .fixed_width = 0,
     .aligned = false,
-    .check = [](const Connection& connection) { connection.require_driver("kernel memory"); },
+    .check = [](const ConnectionOptions& options) { require_driver(options, "kernel memory"); },
     .read = read_kmem,
     .write = write_kmem,
 };

@@ -18,11 +18,10 @@ constexpr uint64_t conventional_size = 0x100;
 constexpr uint64_t extended_size = 0x1000;
 
 // The driver's request has a place for the card, but the library always leaves it at 0.
-void check_pci(const Connection& connection) {
-  connection.require_driver("PCI configuration space");
-  if (connection.options().card != 0) {
-    fail("PCI configuration space can be reached for card 0 only, not for card %d",
-         connection.options().card);
+void check_pci(const ConnectionOptions& options) {
+  require_driver(options, "PCI configuration space");
+  if (options.card != 0) {
+    fail("PCI configuration space can be reached for card 0 only, not for card %d", options.card);
   }
 }
 
@@ -56,9 +55,9 @@ const Space configuration = {
 };
 
 void dump_command(const Context& context, bool extended) {
+  check_pci(parse_connection(context.connection));
   if (context.json) reserve_stdout_for_json();
   Connection connection(context);
-  check_pci(connection);
   const uint64_t size = extended ? extended_size : conventional_size;
   const Span all = {.first = 0, .width = 4, .count = size / 4};
   print_span(configuration, context, all, read_span(configuration, connection, all));

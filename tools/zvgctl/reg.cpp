@@ -28,7 +28,7 @@ const Space registers = {
     .last = last_register,
     .fixed_width = 0,
     .aligned = false,
-    .check = [](const Connection&) {},
+    .check = [](const ConnectionOptions&) {},
     .read = [](Connection& connection, uint64_t address,
                unsigned width) { return connection.read_register(address, width); },
     .write = [](Connection& connection, uint64_t address, unsigned width,

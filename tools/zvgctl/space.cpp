@@ -27,9 +27,9 @@ struct SpaceArguments {
 
 void read_command(const Space& space, const Context& context, const SpaceArguments& arguments) {
   const Span span = parse_span(space, arguments.addresses, arguments.width, arguments.count);
+  space.check(parse_connection(context.connection));
   if (context.json) reserve_stdout_for_json();
   Connection connection(context);
-  space.check(connection);
   print_span(space, context, span, read_span(space, connection, span));
 }
 
@@ -42,8 +42,8 @@ void write_command(const Space& space, const Context& context, const SpaceArgume
   for (const std::string& text : arguments.values) {
     values.push_back(parse_number("VALUE", text, largest(span.width)));
   }
+  space.check(parse_connection(context.connection));
   Connection connection(context);
-  space.check(connection);
   if (question != nullptr) {
     confirm(format("%s at %s", question, hex(span.first, space.digits).c_str()), context.yes);
   }
