@@ -110,6 +110,10 @@ int open_with(int (*real)(const char*, int, ...), const char* path, int flags, m
   return real(path, flags, mode);
 }
 
+constexpr bool takes_mode(int flags) {
+  return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+}
+
 bool take_sleep(uint64_t nanoseconds) {
   if (!mounted.load(std::memory_order_acquire) || !platform().sleeper) return false;
   platform().sleeper(nanoseconds);
@@ -117,18 +121,6 @@ bool take_sleep(uint64_t nanoseconds) {
 }
 
 }  // namespace
-
-int OpenFile::ioctl(unsigned long, void*) { return refuse(ENOTTY); }
-ssize_t OpenFile::read(void*, size_t) { return refuse(EINVAL); }
-ssize_t OpenFile::write(const void*, size_t) { return refuse(EINVAL); }
-int OpenFile::wait_readable(const timeval*) { return 1; }
-void* OpenFile::mmap(void*, size_t, int, int, off_t) {
-  errno = ENODEV;
-  return MAP_FAILED;
-}
-int OpenFile::tcgetattr(termios*) { return refuse(ENOTTY); }
-int OpenFile::tcsetattr(int, const termios*) { return refuse(ENOTTY); }
-int OpenFile::tcflush(int) { return refuse(ENOTTY); }
 
 void mount_node(const std::string& path, Opener opener) {
   std::lock_guard guard(platform().lock);
@@ -157,16 +149,23 @@ void unmount_all() {
   platform().munmap_observer = nullptr;
 }
 
+void lock_platform() { platform().lock.lock(); }
+void unlock_platform() { platform().lock.unlock(); }
+
 }  // namespace zvgsim
 
 using zvgsim::device_behind;
 
 #define ZVGSIM_INTERPOSED extern "C" __attribute__((visibility("default")))
 
+// libc declares these only for its own use.
+extern "C" int __open_2(const char* path, int flags);
+extern "C" int __open64_2(const char* path, int flags);
+
 ZVGSIM_INTERPOSED int open(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+  const mode_t mode = zvgsim::takes_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   return zvgsim::open_with(ZVGSIM_REAL(open), path, flags, mode);
 }
@@ -174,9 +173,18 @@ ZVGSIM_INTERPOSED int open(const char* path, int flags, ...) {
 ZVGSIM_INTERPOSED int open64(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
-  const mode_t mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+  const mode_t mode = zvgsim::takes_mode(flags) ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
   return zvgsim::open_with(ZVGSIM_REAL(open64), path, flags, mode);
+}
+
+// What open() without a mode becomes in programs that are built with _FORTIFY_SOURCE.
+ZVGSIM_INTERPOSED int __open_2(const char* path, int flags) {
+  return zvgsim::open_with(ZVGSIM_REAL(open), path, flags, 0);
+}
+
+ZVGSIM_INTERPOSED int __open64_2(const char* path, int flags) {
+  return zvgsim::open_with(ZVGSIM_REAL(open64), path, flags, 0);
 }
 
 ZVGSIM_INTERPOSED int close(int fd) {
@@ -211,6 +219,14 @@ ZVGSIM_INTERPOSED void* mmap(void* address, size_t length, int protection, int f
   return ZVGSIM_REAL(mmap)(address, length, protection, flags, fd, offset);
 }
 
+ZVGSIM_INTERPOSED void* mmap64(void* address, size_t length, int protection, int flags, int fd,
+                               off64_t offset) noexcept {
+  if (auto* file = device_behind(fd)) {
+    return file->mmap(address, length, protection, flags, offset);
+  }
+  return ZVGSIM_REAL(mmap64)(address, length, protection, flags, fd, offset);
+}
+
 ZVGSIM_INTERPOSED int munmap(void* address, size_t length) noexcept {
   if (zvgsim::mounted.load(std::memory_order_acquire) && zvgsim::platform().munmap_observer) {
     zvgsim::platform().munmap_observer(address, length);
@@ -218,19 +234,31 @@ ZVGSIM_INTERPOSED int munmap(void* address, size_t length) noexcept {
   return ZVGSIM_REAL(munmap)(address, length);
 }
 
-// A wait for a device is the library's reply wait: one descriptor, to read from. Any other select
-// goes on to libc.
+// A wait for a device's input. Next to a real descriptor a device only counts when its input is
+// there already: the wait itself is then libc's.
 ZVGSIM_INTERPOSED int select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
                              timeval* timeout) {
-  if (readable != nullptr && count > 0) {
-    const int fd = count - 1;
-    auto* file = device_behind(fd);
-    if (file != nullptr && FD_ISSET(fd, readable)) {
-      const int result = file->wait_readable(timeout);
-      if (result == 0) FD_CLR(fd, readable);
-      return result;
+  int device = -1;
+  bool others = writable != nullptr || exceptional != nullptr;
+  for (int fd = 0; readable != nullptr && fd < count && fd < FD_SETSIZE; ++fd) {
+    if (!FD_ISSET(fd, readable)) continue;
+    if (device < 0 && device_behind(fd) != nullptr) {
+      device = fd;
+    } else {
+      others = true;
     }
   }
+  if (device < 0) return ZVGSIM_REAL(select)(count, readable, writable, exceptional, timeout);
+  constexpr timeval at_once = {0, 0};
+  const int result = device_behind(device)->wait_readable(others ? &at_once : timeout);
+  if (result != 0 || !others) {
+    FD_ZERO(readable);
+    if (writable != nullptr) FD_ZERO(writable);
+    if (exceptional != nullptr) FD_ZERO(exceptional);
+    if (result > 0) FD_SET(device, readable);
+    return result;
+  }
+  FD_CLR(device, readable);
   return ZVGSIM_REAL(select)(count, readable, writable, exceptional, timeout);
 }
 

@@ -55,6 +55,10 @@ void set_munmap_observer(MunmapObserver observer);
 // Takes every node, the sleeper and the observer away.
 void unmount_all();
 
+// Held across a fork(), so that the child never finds the table of descriptors locked.
+void lock_platform();
+void unlock_platform();
+
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DOORS_PLATFORM_H

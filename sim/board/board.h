@@ -1,0 +1,105 @@
+// One card: a chip and what is soldered around it.
+#ifndef ZVGSIM_BOARD_BOARD_H
+#define ZVGSIM_BOARD_BOARD_H
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "board/access_trace.h"
+#include "board/board_config.h"
+#include "board/device.h"
+#include "board/fault_plan.h"
+#include "board/i2c_bus.h"
+#include "board/memory.h"
+#include "board/space.h"
+#include "board/virtual_clock.h"
+
+namespace zvgsim {
+
+// The address map of a card. Registers that no device was attached at are plain storage. Not
+// guarded: the doors take the machine's lock.
+class Board {
+ public:
+  // The configuration, the clock, the trace and the fault plan belong to the machine that the card
+  // is in and outlive the board.
+  Board(const BoardConfig& config, VirtualClock& clock, AccessTrace& trace, FaultPlan& faults,
+        unsigned card = 0);
+  ~Board();
+  Board(const Board&) = delete;
+  Board& operator=(const Board&) = delete;
+
+  const BoardConfig& config() const { return config_; }
+  Generation generation() const { return config_.generation; }
+  unsigned card() const { return card_; }
+  VirtualClock& clock() { return clock_; }
+  AccessTrace& trace() { return trace_; }
+  FaultPlan& faults() { return faults_; }
+
+  // What lies under the devices, and what the register aperture maps.
+  Memory& mmio_storage() { return mmio_; }
+  Memory& vram_storage() { return vram_; }
+
+  // The DDC wires of an HDMI port.
+  I2cBus& ddc(unsigned port) { return ddc_[port]; }
+
+  // Gives the MMIO range [base, base + size) to a device. Both are multiples of attach_unit and the
+  // range is free; throws std::invalid_argument otherwise. Returns the device.
+  Device& attach(uint32_t base, uint32_t size, std::unique_ptr<Device> device);
+  static constexpr uint32_t attach_unit = 1024;
+
+  // One access from outside.
+  // REQUIRES: decodes(space, offset, width); space is mmio, vram, pci or ioport.
+  uint64_t read(Space space, uint64_t offset, unsigned width);
+  void write(Space space, uint64_t offset, unsigned width, uint64_t value);
+  bool decodes(Space space, uint64_t offset, unsigned width) const;
+
+  // Where a bus address leads; nothing when nobody decodes it.
+  struct Location {
+    Space space;
+    uint64_t offset;
+  };
+  static std::optional<Location> decode_bus(uint64_t address, unsigned width);
+
+  // One 32-bit word on the bus, at a multiple of 4, with a byte enable for each of its lanes. It
+  // becomes the widest accesses that the enables allow; lanes that are not enabled read as 0.
+  // False when nobody decodes the address. `as_bridge` records the accesses as the bus's own, not
+  // as the space's.
+  bool bus_read(uint64_t address, unsigned enables, uint32_t* word, bool as_bridge);
+  bool bus_write(uint64_t address, unsigned enables, uint32_t word, bool as_bridge);
+
+  // read() and write() without the trace or a cost in time: for devices that reach into others.
+  uint64_t dispatch_read(Space space, uint64_t offset, unsigned width);
+  void dispatch_write(Space space, uint64_t offset, unsigned width, uint64_t value);
+
+  // Devices that answer in a space of their own.
+  void set_pci(std::unique_ptr<Device> device) { pci_ = std::move(device); }
+  void set_ioports(std::unique_ptr<Device> device) { ioports_ = std::move(device); }
+
+ private:
+  struct Range {
+    uint32_t base;
+    Device* device;
+  };
+
+  void record_bus(bool write, unsigned width, uint64_t address, uint64_t value, bool as_bridge);
+
+  const BoardConfig& config_;
+  VirtualClock& clock_;
+  AccessTrace& trace_;
+  FaultPlan& faults_;
+  const unsigned card_;
+  Memory mmio_{"zvgsim-mmio", mmio_size};
+  Memory vram_{"zvgsim-vram", vram_size};
+  std::array<I2cBus, hdmi_ports> ddc_;
+  std::vector<std::unique_ptr<Device>> devices_;
+  std::array<Range, mmio_size / attach_unit> map_{};
+  std::unique_ptr<Device> pci_;
+  std::unique_ptr<Device> ioports_;
+};
+
+}  // namespace zvgsim
+
+#endif  // ZVGSIM_BOARD_BOARD_H

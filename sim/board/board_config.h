@@ -1,0 +1,137 @@
+// What a board is made of. A board file (board_file.h) fills it; tests fill it by hand.
+#ifndef ZVGSIM_BOARD_BOARD_CONFIG_H
+#define ZVGSIM_BOARD_BOARD_CONFIG_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "board/generation.h"
+#include "board/space.h"
+
+namespace zvgsim {
+
+constexpr unsigned hdmi_ports = 4;
+constexpr unsigned max_cards = 16;
+constexpr unsigned edid_block_size = 128;
+constexpr unsigned max_edid_blocks = 256;
+constexpr unsigned engines = 21;
+
+// What the frame composer of a transmitter is programmed with: kHz, pixels and lines.
+struct ModeTiming {
+  uint32_t clock;
+  uint32_t hactive, hsync_start, hsync_end, htotal;
+  uint32_t vactive, vsync_start, vsync_end, vtotal;
+};
+
+// One HDMI port and the monitor on it.
+struct HdmiPortConfig {
+  std::vector<uint8_t> edid;               // empty: nothing answers on the DDC bus
+  std::optional<bool> hot_plug;            // not set: plugged when there is an EDID
+  std::optional<uint8_t> receiver_sense;   // bits 0 to 3, a receiver each; not set: all if plugged
+  std::optional<ModeTiming> timing;        // set: the firmware left the port driving this mode
+  bool pixel_clock = true;                 // the pixel clock reaches the transmitter
+  unsigned pll_lock_ms = 3;                // from power-up to the PHY's lock
+};
+
+// Faults ------------------------------------------------------------------------------------
+
+// Fails driver requests. Either from the n-th on, count times, or each with a probability.
+struct DriverFault {
+  uint64_t request = 0;             // counted from 1; 0: by probability
+  double probability = 0;           // 0 to 1
+  std::optional<unsigned> number;   // only requests of this number count, for example 0x01
+  int error = 5;                    // errno; EIO
+  uint64_t count = 1;
+};
+
+enum class UartAction {
+  drop,     // nothing is sent
+  corrupt,  // one byte is changed
+  cut,      // only the first `bytes` are sent
+  delay,    // the reply comes `delay_ms` late
+  noise,    // `bytes` arbitrary bytes come in front of the reply
+};
+
+// Spoils replies on the debug UART, chosen as above.
+struct UartFault {
+  uint64_t reply = 0;
+  double probability = 0;
+  UartAction action = UartAction::drop;
+  unsigned bytes = 1;
+  unsigned delay_ms = 3000;
+  uint64_t count = 1;
+};
+
+struct HdmiFaults {
+  std::vector<uint8_t> ddc_nack;             // addresses that nobody acknowledges
+  std::optional<uint32_t> ddc_nack_at_byte;  // the EDID byte whose offset is not acknowledged
+  bool ddc_busy = false;                     // the DDC bus hangs: no transfer ever ends
+  bool phy_busy = false;                     // the same for the PHY's I2C bus
+  bool pll_never_locks = false;
+};
+
+struct FaultConfig {
+  uint64_t seed = 1;
+  std::vector<DriverFault> driver;
+  std::vector<UartFault> uart;
+  std::array<HdmiFaults, hdmi_ports> hdmi;
+  bool amba_never_answers = false;
+};
+
+// -------------------------------------------------------------------------------------------
+
+struct InitialValue {
+  Space space = Space::mmio;  // mmio, vram or kmem
+  uint64_t offset = 0;        // kmem: the address
+  unsigned width = 4;
+  uint64_t value = 0;
+};
+
+struct BoardConfig {
+  std::string description;
+  Generation generation = Generation::rq302;
+  unsigned cards = 1;  // this many boards of this kind, each with registers of its own
+
+  // The driver's answers.
+  std::array<uint32_t, 4> kernel_version = {1, 4, 0, 218};
+  std::string gop_version = "GOP 1.3.2";
+  std::string firmware_version = "FW 2.7.1";
+  struct {
+    uint32_t axi = 600, vpu = 500, core_3d = 1000, core_2d = 500, ddr = 1600;
+  } clocks;  // MHz
+  struct {
+    uint32_t core_3d = 8, core_2d = 2;
+  } cores;
+  struct {
+    uint32_t used = 128, free = 1920;  // MiB
+    uint32_t channels = 3;             // a bit each
+  } memory;
+  std::vector<int32_t> engine_load;  // per cent, engine 0 first; engines after the last are absent
+
+  struct {
+    uint64_t mmio_base = 0xE0000000, vram_base = 0xD0000000;  // physical
+  } aperture;
+  struct {
+    uint64_t base = 0xFFFF888000000000, size = 1u << 20;
+  } kernel;
+  struct {
+    // 0: made up from the generation.
+    uint16_t vendor = 0x5A56, device = 0, subsystem_vendor = 0x5A56, subsystem = 1;
+    uint8_t revision = 1;
+  } pci;
+  struct {
+    unsigned baud = 9600;
+    unsigned reply_delay_us = 50;
+  } uart;
+
+  std::array<HdmiPortConfig, hdmi_ports> hdmi;
+  FaultConfig faults;
+  std::vector<InitialValue> registers;  // written at power-up, in order
+};
+
+}  // namespace zvgsim
+
+#endif  // ZVGSIM_BOARD_BOARD_CONFIG_H

@@ -1,0 +1,52 @@
+// The faults of a board: what fails, when.
+#ifndef ZVGSIM_BOARD_FAULT_PLAN_H
+#define ZVGSIM_BOARD_FAULT_PLAN_H
+
+#include <cstdint>
+#include <random>
+
+#include "board/board_config.h"
+
+namespace zvgsim {
+
+// Answers each model's question whether it fails now. The same plan with the same seed and the
+// same sequence of questions gives the same answers on every machine.
+class FaultPlan {
+ public:
+  explicit FaultPlan(const FaultConfig& config);
+
+  // Called once a driver request; returns the errno to fail it with, or 0.
+  int driver_request(unsigned number);
+
+  // What happens to the next UART reply. Both counts are 0 for a reply that is sent as it is.
+  struct Reply {
+    bool drop = false;
+    unsigned keep = 4;         // bytes of the reply that are sent
+    uint32_t flip = 0;         // exclusive-or with the reply
+    uint64_t delay = 0;        // ns
+    unsigned noise_bytes = 0;  // in front; noise() gives them
+  };
+  Reply uart_reply();
+  uint8_t noise() { return static_cast<uint8_t>(random_()); }
+
+  // Standing faults; a test may change them at any time.
+  HdmiFaults& hdmi(unsigned port) { return hdmi_[port]; }
+  bool amba_never_answers = false;
+
+ private:
+  struct CountedDriverFault : DriverFault {
+    uint64_t seen = 0;
+  };
+
+  bool strikes(uint64_t from, uint64_t count, double probability, uint64_t seen);
+
+  std::mt19937_64 random_;
+  std::vector<CountedDriverFault> driver_;
+  std::vector<UartFault> uart_;
+  uint64_t replies_ = 0;
+  std::array<HdmiFaults, hdmi_ports> hdmi_;
+};
+
+}  // namespace zvgsim
+
+#endif  // ZVGSIM_BOARD_FAULT_PLAN_H

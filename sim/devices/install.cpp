@@ -1,0 +1,27 @@
+#include "devices/install.h"
+
+#include "devices/hdmi_transmitter.h"
+#include "devices/io_ports.h"
+#include "devices/pci_config.h"
+#include "devices/vga.h"
+
+namespace zvgsim {
+
+namespace {
+
+// Each device's own file knows where it stands; a new one is a line here.
+using Installer = void (*)(Board&);
+constexpr Installer installers[] = {
+    install_vga,
+    install_io_ports,
+    install_pci_config,
+    install_hdmi_transmitters,
+};
+
+}  // namespace
+
+void install_devices(Board& board) {
+  for (const Installer install : installers) install(board);
+}
+
+}  // namespace zvgsim

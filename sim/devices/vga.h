@@ -1,0 +1,38 @@
+// The legacy VGA registers.
+#ifndef ZVGSIM_DEVICES_VGA_H
+#define ZVGSIM_DEVICES_VGA_H
+
+#include <array>
+#include <cstdint>
+
+#include "devices/amba_bridge.h"
+#include "devices/byte_block.h"
+
+namespace zvgsim {
+
+// VGA ports by their number, at offset = port. The miscellaneous output register is written at
+// 0x3C2 and read at 0x3CC; its bit 0 says where the CRTC pair answers: at 0x3D4/0x3D5 (colour) when
+// set, at 0x3B4/0x3B5 (monochrome) when clear. CRTC indices 0xB0 to 0xBA are the AMBA bridge; the
+// others are plain storage.
+class Vga : public ByteBlock {
+ public:
+  explicit Vga(Board& board);
+
+ protected:
+  uint8_t read_byte(uint32_t port) override;
+  void write_byte(uint32_t port, uint8_t value) override;
+
+ private:
+  bool colour() const;
+
+  AmbaBridge bridge_;
+  uint8_t misc_output_ = 0;
+  uint8_t crtc_index_ = 0;
+  std::array<uint8_t, 256> crtc_{};
+};
+
+void install_vga(Board& board);
+
+}  // namespace zvgsim
+
+#endif  // ZVGSIM_DEVICES_VGA_H

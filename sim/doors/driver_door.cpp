@@ -1,0 +1,273 @@
+#include "doors/driver_door.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <mutex>
+
+#include "devices/monitor.h"
+#include "doors/driver_records.h"
+
+namespace zvgsim {
+
+namespace {
+
+using namespace driver;
+
+constexpr unsigned request_type = 'd';
+
+class DriverFile : public OpenFile {
+ public:
+  explicit DriverFile(Machine& machine) : machine_(machine) {}
+  int ioctl(unsigned long request, void* record) override;
+
+ private:
+  // Each answers one request on its record and returns 0 or an errno.
+  int answer(RegisterAccess& record);
+  int answer(DdcRead& record);
+  int answer(KernelVersion& record);
+  int answer(PciAccess& record);
+  int answer(Information& record);
+  int answer(KernelMemory& record);
+  int answer(I2cTransfer& record);
+  int answer(Query& record);
+  int answer(Command& record);
+  int answer(IoportAccess& record);
+  int answer_generic(unsigned number, const void* record);
+
+  // Runs the answer on the caller's record, which need not be aligned. A failed request leaves the
+  // record alone, as a driver does that fails before it copies back.
+  template <typename Record>
+  int on(void* bytes) {
+    Record record;
+    memcpy(&record, bytes, sizeof record);
+    const int error = answer(record);
+    if (error == 0) memcpy(bytes, &record, sizeof record);
+    return error;
+  }
+
+  bool has_card(uint32_t card) const { return card < machine_.cards(); }
+
+  Machine& machine_;
+};
+
+constexpr bool is_width(uint32_t width) {
+  return width == 1 || width == 2 || width == 4 || width == 8;
+}
+
+constexpr unsigned long number_of(unsigned request, size_t size) {
+  return _IOC(_IOC_READ | _IOC_WRITE, request_type, request, size);
+}
+
+int DriverFile::ioctl(unsigned long request, void* record) {
+  const auto dispatch = [&]() -> int {
+    if (record == nullptr) return EFAULT;
+    if (const int error = machine_.faults().driver_request(_IOC_NR(request)); error != 0) {
+      return error;
+    }
+    switch (request) {
+      case number_of(register_access, sizeof(RegisterAccess)): return on<RegisterAccess>(record);
+      case number_of(ddc_read, sizeof(DdcRead)): return on<DdcRead>(record);
+      case number_of(kernel_version, sizeof(KernelVersion)): return on<KernelVersion>(record);
+      case number_of(pci_access, sizeof(PciAccess)): return on<PciAccess>(record);
+      case number_of(information, sizeof(Information)): return on<Information>(record);
+      case number_of(kernel_memory, sizeof(KernelMemory)): return on<KernelMemory>(record);
+      case number_of(operate_3d, sizeof(Generic)):
+      case number_of(operate_2d, sizeof(Generic)):
+      case number_of(operate_dac, sizeof(Generic)):
+      case number_of(operate_hdmi, sizeof(Generic)):
+      case number_of(operate_dvo, sizeof(Generic)):
+      case number_of(operate_spi, sizeof(Generic)):
+      case number_of(auxiliary, sizeof(Auxiliary)):
+        return answer_generic(_IOC_NR(request), record);
+      case number_of(i2c_transfer, sizeof(I2cTransfer)): return on<I2cTransfer>(record);
+      case number_of(query, sizeof(Query)): return on<Query>(record);
+      case number_of(command, sizeof(Command)): return on<Command>(record);
+      case number_of(ioport_access, sizeof(IoportAccess)): return on<IoportAccess>(record);
+      default: return ENOTTY;
+    }
+  };
+  const std::lock_guard guard(machine_.lock());
+  const int error = dispatch();
+  if (error == 0) return 0;
+  errno = error;
+  return -1;
+}
+
+int DriverFile::answer(RegisterAccess& record) {
+  if (!has_card(record.card)) return ENODEV;
+  if (record.bar != bar_mmio && record.bar != bar_vram) return EINVAL;
+  if (!is_width(record.width)) return EINVAL;
+  const Space space = record.bar == bar_mmio ? Space::mmio : Space::vram;
+  Board& board = machine_.card(record.card);
+  if (!board.decodes(space, record.offset, record.width)) return EINVAL;
+  switch (record.op) {
+    case op_read: record.value = board.read(space, record.offset, record.width); return 0;
+    case op_write: board.write(space, record.offset, record.width, record.value); return 0;
+    default: return EINVAL;
+  }
+}
+
+// The EDID on a DDC channel. The first channels are the HDMI ports; nothing is wired to the others.
+int DriverFile::answer(DdcRead& record) {
+  if (!has_card(record.card)) return ENODEV;
+  if (record.channel >= ddc_channels) return EINVAL;
+  memset(record.data, 0, sizeof record.data);
+  record.count = 0;
+  if (record.channel >= hdmi_ports) {
+    record.result = i2c_no_channel;
+    return 0;
+  }
+  constexpr size_t extension_count_at = 126;
+  I2cBus& bus = machine_.card(record.card).ddc(record.channel);
+  size_t size = edid_block_size;
+  for (size_t i = 0; i < size; ++i) {
+    const bool selected =
+        (i < 256 || (bus.start(Monitor::segment_address, false) &&
+                     bus.write(static_cast<uint8_t>(i >> 8)))) &&
+        bus.start(Monitor::rom_address, false);
+    const bool answered = selected && bus.write(static_cast<uint8_t>(i)) &&
+                          bus.start(Monitor::rom_address, true);
+    if (answered) record.data[i] = bus.read();
+    bus.stop();
+    if (!answered) {
+      record.result = selected ? i2c_no_acknowledge : i2c_no_device;
+      return 0;
+    }
+    if (i == extension_count_at) {
+      size = std::min(sizeof record.data, edid_block_size * (size_t{record.data[i]} + 1));
+    }
+  }
+  record.result = i2c_succeeded;
+  record.count = static_cast<uint32_t>(size);
+  return 0;
+}
+
+int DriverFile::answer(KernelVersion& record) {
+  std::copy_n(machine_.config().kernel_version.begin(), 4, record.words);
+  return 0;
+}
+
+int DriverFile::answer(PciAccess& record) {
+  if (!has_card(record.card)) return ENODEV;
+  Board& board = machine_.card(record.card);
+  if (!board.decodes(Space::pci, record.offset, 4)) return EINVAL;
+  switch (record.op) {
+    case op_read:
+      record.value = static_cast<uint32_t>(board.read(Space::pci, record.offset, 4));
+      return 0;
+    case op_write: board.write(Space::pci, record.offset, 4, record.value); return 0;
+    default: return EINVAL;
+  }
+}
+
+int DriverFile::answer(Information& record) {
+  if (!has_card(record.card)) return ENODEV;
+  record.used = machine_.config().memory.used;
+  record.reserved = 0;
+  record.free = machine_.config().memory.free;
+  return 0;
+}
+
+int DriverFile::answer(KernelMemory& record) {
+  if (!is_width(record.width)) return EINVAL;
+  switch (record.op) {
+    case op_read:
+      return machine_.kmem_read(record.address, record.width, &record.value) ? 0 : EFAULT;
+    case op_write:
+      return machine_.kmem_write(record.address, record.width, record.value) ? 0 : EFAULT;
+    default: return EINVAL;
+  }
+}
+
+// The meaning of the arguments is the handler's own; none of them changes the board.
+int DriverFile::answer_generic(unsigned number, const void* record) {
+  Generic generic;
+  memcpy(&generic, record, sizeof generic);
+  char note[128];
+  snprintf(note, sizeof note, "request 0x%02x: 0x%x 0x%x 0x%x 0x%x 0x%llx", number,
+           generic.arguments[0], generic.arguments[1], generic.arguments[2], generic.arguments[3],
+           static_cast<unsigned long long>(generic.value));
+  machine_.trace().note(note);
+  return 0;
+}
+
+// No chips on the card's buses yet.
+int DriverFile::answer(I2cTransfer& record) {
+  if (!has_card(record.card)) return ENODEV;
+  if (record.op > op_write || record.length > i2c_max_length) {
+    record.result = i2c_bad_argument;
+  } else {
+    record.result = record.bus < i2c_buses ? i2c_no_device : i2c_no_channel;
+  }
+  return 0;
+}
+
+int DriverFile::answer(Query& record) {
+  if (!has_card(record.card)) return ENODEV;
+  const BoardConfig& config = machine_.config();
+  const uint8_t argument = record.data[0];
+  memset(record.data, 0, sizeof record.data);
+  const auto number = [&](uint32_t value) {
+    memcpy(record.data, &value, sizeof value);
+    return 0;
+  };
+  const auto text = [&](const std::string& value) {
+    memcpy(record.data, value.data(), std::min(value.size(), sizeof record.data - 1));
+    return 0;
+  };
+  constexpr uint32_t no_such_engine = UINT32_MAX;  // -1
+  switch (record.key) {
+    case query_device_id: return number(device_id(config.generation));
+    case query_axi_clock: return number(config.clocks.axi);
+    case query_vpu_clock: return number(config.clocks.vpu);
+    case query_3d_clock: return number(config.clocks.core_3d);
+    case query_2d_clock: return number(config.clocks.core_2d);
+    case query_ddr_clock: return number(config.clocks.ddr);
+    case query_3d_cores: return number(config.cores.core_3d);
+    case query_2d_cores: return number(config.cores.core_2d);
+    case query_cards: return number(config.cards);
+    case query_gop_version: return text(config.gop_version);
+    case query_memory_channels: return number(config.memory.channels);
+    case query_engine_load:
+      return number(argument < config.engine_load.size()
+                        ? static_cast<uint32_t>(config.engine_load[argument])
+                        : no_such_engine);
+    case query_firmware_version: return text(config.firmware_version);
+    default: return EINVAL;
+  }
+}
+
+int DriverFile::answer(Command& record) {
+  if (!has_card(record.card)) return ENODEV;
+  if (record.command != command_dump_free_vram) return EINVAL;
+  // The driver prints into the kernel's log; here that is the trace.
+  char note[96];
+  snprintf(note, sizeof note, "card %u: free vram node: 0x%llx bytes at 0x%llx", record.card,
+           static_cast<unsigned long long>(machine_.config().memory.free) << 20,
+           static_cast<unsigned long long>(machine_.config().memory.used) << 20);
+  machine_.trace().note(note);
+  memset(record.result, 0, sizeof record.result);
+  return 0;
+}
+
+// The host has its I/O ports once: they lead to the first card.
+int DriverFile::answer(IoportAccess& record) {
+  Board& board = machine_.card(0);
+  switch (record.op) {
+    case op_read:
+      record.value = static_cast<uint8_t>(board.read(Space::ioport, record.port, 1));
+      return 0;
+    case op_write: board.write(Space::ioport, record.port, 1, record.value); return 0;
+    default: return EINVAL;
+  }
+}
+
+}  // namespace
+
+std::shared_ptr<OpenFile> DriverDoor::open() { return std::make_shared<DriverFile>(machine_); }
+
+}  // namespace zvgsim
