@@ -13,20 +13,6 @@ namespace {
 
 constexpr char output_file[] = "out_file.txt";
 
-// A line of either file; a read file has no last field. What a line does not have stays as it was.
-struct BlockLine {
-  unsigned long address = 0;
-  char name[1024] = {};  // as long as a line can be
-  uint32_t third = 0;    // the mask of a check, nothing in a read file
-  int width = 0;
-  uint32_t value = 0;
-
-  void parse(const char* text) {
-    sscanf(text, "%lx %1023s %x %d %x", &address, name, &third, &width, &value);
-  }
-  unsigned channel() const { return static_cast<unsigned>(name[2] - '0'); }
-};
-
 const zvg_reg_dev* find_block(const char* name) {
   for (const zvg_reg_dev& row : reg_dev) {
     if (static_cast<char>(row.key) == name[0] && static_cast<char>(row.key >> 8) == name[1]) {

@@ -2,31 +2,21 @@
 #ifndef ZVG_SCRIPT_SCRIPT_FILE_H
 #define ZVG_SCRIPT_SCRIPT_FILE_H
 
-#include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 
+#include "script/script_line.h"
+
 namespace zvg::script {
 
-// What a line is to its runner.
+// What is left of a line for its runner.
 enum class Line {
-  skipped,   // a comment or a blank line
-  header,    // begins with '#', in the files whose headers are shown
-  done,      // a delay or an echo, which the reader has carried out
-  registers  // anything else: a register line
+  nothing,   // skipped, or carried out by the reader: a delay or an echo
+  header,
+  registers
 };
 
-// How the file formats differ in their common lines.
-struct Format {
-  bool headers;  // '#' begins a header, not a comment
-  bool echo;     // there are echo lines
-};
-
-constexpr Format script_format = {.headers = false, .echo = true};
-constexpr Format block_file_format = {.headers = true, .echo = false};
-
-// A file that is being run, line by line. A line longer than the buffer comes in pieces, each of
-// which counts as a line.
+// A file that is being run, line by line.
 class ScriptFile {
  public:
   explicit ScriptFile(const Format& format) : format_(format) {}
@@ -48,23 +38,10 @@ class ScriptFile {
   void abandon() { file_ = nullptr; }
 
  private:
-  Line classify() const;
-
   Format format_;
   FILE* file_ = nullptr;
   int number_ = 0;
-  char text_[1024] = {};
-};
-
-// A register line of a script. Fields that a line does not have keep the values of the one before.
-struct ScriptLine {
-  unsigned long address = 0;
-  uint32_t value = 0;
-  char operation = 0;
-  uint32_t mask = 0;
-  int width = 0;  // bits
-
-  void parse(const char* text);
+  char text_[line_buffer_size] = {};
 };
 
 // Whether a value read is the expected one, in the bits of the line's mask.

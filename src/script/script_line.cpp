@@ -1,0 +1,59 @@
+#include "script/script_line.h"
+
+#include <ctype.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+namespace zvg::script {
+
+namespace {
+
+constexpr const char* delay_words[] = {"ssleep", "msleep", "usleep"};
+constexpr size_t delay_word_length = 6;
+constexpr char echo_word[] = "echo";
+constexpr size_t echo_word_length = sizeof echo_word - 1;
+
+bool is_blank(const char* text) {
+  return strcmp(text, "\n") == 0 || strcmp(text, "\r") == 0 || strcmp(text, "\r\n") == 0;
+}
+
+// Only the word's own length is compared: what follows it is not looked at but for its number.
+bool is_delay(const char* text) {
+  for (const char* word : delay_words) {
+    if (strncmp(text, word, delay_word_length) == 0) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+LineKind classify(const Format& format, const char* text) {
+  if (text[0] == '#') return format.headers ? LineKind::header : LineKind::skipped;
+  if (text[0] == '\0' || text[0] == '/' || is_blank(text)) return LineKind::skipped;
+  if (is_delay(text)) return LineKind::delay;
+  if (format.echo && strncmp(text, echo_word, echo_word_length) == 0) return LineKind::echo;
+  return LineKind::registers;
+}
+
+Delay parse_delay(const char* text) {
+  for (const char* at = text + delay_word_length; *at != '\0'; ++at) {
+    const bool has_sign = (*at == '-' || *at == '+') && isdigit(static_cast<uint8_t>(at[1])) != 0;
+    if (has_sign || isdigit(static_cast<uint8_t>(*at)) != 0) {
+      return {text[0], static_cast<int>(strtol(at, nullptr, 10))};
+    }
+  }
+  return {text[0], 0};
+}
+
+const char* echo_text(const char* text) { return text + echo_word_length; }
+
+int ScriptLine::parse(const char* text) {
+  return sscanf(text, "%lx %x %c %x %d", &address, &value, &operation, &mask, &width);
+}
+
+int BlockLine::parse(const char* text) {
+  return sscanf(text, "%lx %1023s %x %d %x", &address, name, &third, &width, &value);
+}
+
+}  // namespace zvg::script
