@@ -38,6 +38,8 @@ class Process {
   void send(int signal);
   // Collects output until standard output holds the text; false when it ends or time is up before.
   bool wait_for_output(const std::string& text);
+  // What came on standard output so far.
+  const std::string& output() const { return result_.out; }
   Result finish();
 
  private:

@@ -68,7 +68,7 @@ void build(CLI::App& application, Context& context) {
       ->group("Behaviour");
   application
       .add_option("--deadline", context.deadline,
-                  "Give up after that many seconds; 0 for never (default: edid and hdmi 60, or 300 "
+                  "Give up after that many seconds; 0 for never (default: edid and hdmi 90, or 300 "
                   "over a serial line; others never)")
       ->type_name("SECONDS")
       ->group("Behaviour");

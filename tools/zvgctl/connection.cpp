@@ -7,9 +7,12 @@
 #include <unistd.h>
 #include <util_zvg.h>
 
+#include <algorithm>
+
 #include "zvgctl/errors.h"
 #include "zvgctl/interrupts.h"
 #include "zvgctl/number.h"
+#include "zvgctl/output.h"
 #include "zvgctl/virtual_board.h"
 
 namespace zvgctl {
@@ -19,7 +22,7 @@ namespace {
 constexpr unsigned longest_deadline = 86400;
 
 // Serial lines take thousands of characters for what a bus does in a moment.
-constexpr unsigned serial_deadline_factor = 5;
+constexpr unsigned serial_deadline = 300;
 
 constexpr char try_sim[] = "to try zvgctl without a board, add --sim";
 
@@ -27,7 +30,8 @@ unsigned deadline_seconds(const Context& context, unsigned default_deadline, Doo
   if (!context.deadline.empty()) {
     return static_cast<unsigned>(parse_number("--deadline", context.deadline, longest_deadline));
   }
-  return door == Door::serial ? default_deadline * serial_deadline_factor : default_deadline;
+  const bool slow = door == Door::serial && default_deadline != 0;
+  return slow ? std::max(serial_deadline, default_deadline) : default_deadline;
 }
 
 [[noreturn]] void fail_open(const std::string& what, int error, const char* advice) {
@@ -98,6 +102,7 @@ Connection::Connection(const Context& context, unsigned default_deadline)
   if (!context.connection.sim.empty() && !on_virtual_board()) {
     run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
   }
+  if (context.json) reserve_stdout_for_json();
   if (deadline != 0) set_deadline(deadline);
   switch (options_.door) {
     case Door::driver:

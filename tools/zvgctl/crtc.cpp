@@ -45,7 +45,6 @@ const Space crtc = {
 };
 
 void dump_command(const Context& context) {
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   const Span all = {.first = 0, .width = 1, .count = last_index + 1};
   print_span(crtc, context, all, read_span(crtc, connection, all));

@@ -20,8 +20,8 @@ namespace zvgctl {
 
 namespace {
 
-// A whole EDID takes a second at most, but for a very long one.
-constexpr unsigned edid_deadline = 60;
+// A whole EDID takes seconds at the most; a bus that hangs is given up by the library in time.
+constexpr unsigned edid_deadline = 90;
 
 struct ReadArguments {
   std::string hdmi;
@@ -83,7 +83,6 @@ EdidImage whole_edid(Connection& connection, uint32_t hdmi) {
 
 void read_command(const Context& context, const ReadArguments& arguments) {
   const auto hdmi = static_cast<uint32_t>(parse_number("--hdmi", arguments.hdmi, last_hdmi));
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context, edid_deadline);
   std::optional<AtomicFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
@@ -100,13 +99,9 @@ void read_command(const Context& context, const ReadArguments& arguments) {
   }
   if (context.json) {
     print_json(image.json());
-  } else {
-    // The fetch ends without a newline; the report begins on a line of its own.
-    printf("\n");
-    if (!arguments.no_report) {
-      do_edid_parse(nullptr);
-      say_what_is_shown(image);
-    }
+  } else if (!arguments.no_report) {
+    do_edid_parse(nullptr);
+    say_what_is_shown(image);
   }
   // Over a serial line a damaged EDID is more likely a damaged transfer.
   judge(image, arguments.strict || connection.serial() != nullptr);

@@ -20,7 +20,8 @@ namespace zvgctl {
 
 namespace {
 
-constexpr unsigned hdmi_deadline = 60;
+// The library itself gives a PHY that hangs up after 66 seconds.
+constexpr unsigned hdmi_deadline = 90;
 constexpr int controller_error = -19;
 constexpr int controller_timeout = -2;
 
@@ -65,7 +66,6 @@ PortStatus read_status(Connection& connection, uint32_t port) {
 void status_command(const Context& context, const std::string& port) {
   const uint32_t first = port.empty() ? 0 : parse_port(port);
   const uint32_t last = port.empty() ? last_hdmi : first;
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context, hdmi_deadline);
   Table table({"HDMI", "monitor", "receivers", "PLL", "pixel clock", "TMDS clock"});
   Json document = Json::array();
@@ -107,7 +107,6 @@ void add_status(CLI::App& family, Context& context) {
 
 void mode_command(const Context& context, const std::string& port) {
   const uint32_t hdmi = parse_port(port);
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context, hdmi_deadline);
   // The readback takes failed reads for zeros, so whether it can read at all is asked before.
   connection.read_register(hdmi_base(hdmi) + phy_status, 1);
@@ -163,7 +162,6 @@ struct PhyArguments {
 void phy_read_command(const Context& context, const PhyArguments& arguments) {
   const uint32_t hdmi = parse_port(arguments.port);
   const auto reg = static_cast<int>(parse_number("REG", arguments.reg, 0xFF));
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context, hdmi_deadline);
   uint16_t value = 0;
   expect_done(hdmi, zvgHdmiPhyRead(hdmi, reg, &value),
@@ -192,21 +190,26 @@ struct PhyStep {
   const char* deed;
   int (*run)(uint32_t hdmi);
   const char* done;
+  const char* not_done;  // what a result of -1 means that no failed request explains
 };
 
 constexpr PhyStep phy_steps[] = {
-    {"reset", "Pulse the PHY's reset", "reset the PHY", zvgHdmiPhyReset, "the PHY was reset"},
+    {"reset", "Pulse the PHY's reset", "reset the PHY", zvgHdmiPhyReset, "the PHY was reset",
+     "result -1"},
     {"start", "Prepare the PHY for configuration: interrupt masked, powered down, reset",
-     "prepare the PHY", zvgHdmiPhyStart, "the PHY is ready for its registers to be written"},
+     "prepare the PHY", zvgHdmiPhyStart, "the PHY is ready for its registers to be written",
+     "result -1"},
     {"end", "Power the PHY up and wait for its PLL to lock, a second at the most",
-     "bring the PHY up", zvgHdmiPhyEnd, "the PHY is up and its PLL locked"},
+     "bring the PHY up", zvgHdmiPhyEnd, "the PHY is up and its PLL locked", "its PLL did not lock"},
 };
 
 void phy_step_command(const Context& context, const std::string& port, const PhyStep& step) {
   const uint32_t hdmi = parse_port(port);
   Connection connection(context, hdmi_deadline);
   errno = 0;
-  expect_done(hdmi, step.run(hdmi), step.deed);
+  const int result = step.run(hdmi);
+  if (result == -1 && errno == 0) fail("HDMI %u: cannot %s: %s", hdmi, step.deed, step.not_done);
+  expect_done(hdmi, result, step.deed);
   printf("HDMI %u: %s\n", hdmi, step.done);
 }
 
@@ -294,7 +297,6 @@ void ddc_read_bytes(const Context& context, const DdcArguments& arguments, uint6
     fail("DDC offsets end at 0xff: %" PRIu64 " bytes from 0x%02" PRIx64 " on go beyond", count,
          offset);
   }
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context, hdmi_deadline);
   std::vector<uint64_t> bytes;
   for (uint64_t i = offset; i < offset + count; ++i) {

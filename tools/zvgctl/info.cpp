@@ -193,7 +193,6 @@ Json info_json(Connection& connection) {
 }
 
 void info_command(const Context& context) {
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   if (context.json) {
     print_json(info_json(connection));

@@ -7,16 +7,19 @@
 
 namespace zvgctl {
 
-MessageTap::MessageTap(std::initializer_list<std::string_view> beginnings, Handler handler)
-    : beginnings_(beginnings.begin(), beginnings.end()), handler_(std::move(handler)) {
-  outer_ = stderr;
+MessageTap::MessageTap(std::initializer_list<std::string_view> beginnings, Handler handler,
+                       FILE** standard_stream)
+    : beginnings_(beginnings.begin(), beginnings.end()),
+      handler_(std::move(handler)),
+      standard_stream_(standard_stream),
+      outer_(*standard_stream) {
   cookie_io_functions_t functions = {};
   functions.write = &MessageTap::take;
   stream_ = fopencookie(this, "w", functions);
   if (stream_ == nullptr) fail("cannot follow the library's messages: %s", strerror(errno));
   setvbuf(stream_, nullptr, _IONBF, 0);
   // The standard streams are variables, here: the library's fprintf(stderr, ...) comes to take().
-  stderr = stream_;
+  *standard_stream_ = stream_;
 }
 
 MessageTap::~MessageTap() {
@@ -25,7 +28,7 @@ MessageTap::~MessageTap() {
 }
 
 void MessageTap::release() {
-  stderr = outer_;
+  *standard_stream_ = outer_;
 }
 
 ssize_t MessageTap::take(void* self, const char* text, size_t size) {

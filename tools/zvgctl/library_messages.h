@@ -1,4 +1,4 @@
-// The library's messages on standard error, some of which are the only sign of a failure.
+// The library's messages, some of which are the only sign of a failure.
 #ifndef ZVGCTL_LIBRARY_MESSAGES_H
 #define ZVGCTL_LIBRARY_MESSAGES_H
 
@@ -12,13 +12,15 @@
 
 namespace zvgctl {
 
-// While it lives, every line that is printed on stderr still gets there, unchanged and at once,
-// and those that begin with one of the given texts are noticed. Taps may be nested.
+// While it lives, every line that is printed on a standard stream, stderr unless told otherwise,
+// still gets there, unchanged and at once, and those that begin with one of the given texts are
+// noticed. Taps may be nested.
 class MessageTap {
  public:
   using Handler = std::function<void(const std::string& line)>;
 
-  explicit MessageTap(std::initializer_list<std::string_view> beginnings, Handler handler = {});
+  explicit MessageTap(std::initializer_list<std::string_view> beginnings, Handler handler = {},
+                      FILE** standard_stream = &stderr);
   ~MessageTap();
   MessageTap(const MessageTap&) = delete;
   MessageTap& operator=(const MessageTap&) = delete;
@@ -26,7 +28,7 @@ class MessageTap {
   size_t count() const { return count_; }
   const std::string& first() const { return first_; }
 
-  // Gives stderr back for good, for a handler that does not return.
+  // Gives the stream back for good, for a handler that does not return.
   void release();
 
  private:
@@ -35,6 +37,7 @@ class MessageTap {
 
   std::vector<std::string> beginnings_;
   Handler handler_;
+  FILE** standard_stream_;
   FILE* outer_;
   FILE* stream_ = nullptr;
   std::string line_;

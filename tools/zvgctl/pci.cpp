@@ -56,7 +56,6 @@ const Space configuration = {
 
 void dump_command(const Context& context, bool extended) {
   check_pci(parse_connection(context.connection));
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   const uint64_t size = extended ? extended_size : conventional_size;
   const Span all = {.first = 0, .width = 4, .count = size / 4};

@@ -130,7 +130,6 @@ void watch_command(const Context& context, const WatchArguments& arguments) {
   const Span span = parse_span(registers, arguments.address, arguments.width, "");
   const double interval = parse_interval(arguments.interval);
   const uint64_t count = arguments.count.empty() ? 0 : parse_number("--count", arguments.count);
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   const WatchEnd end;
   const auto start = std::chrono::steady_clock::now();

@@ -28,7 +28,6 @@ struct SpaceArguments {
 void read_command(const Space& space, const Context& context, const SpaceArguments& arguments) {
   const Span span = parse_span(space, arguments.addresses, arguments.width, arguments.count);
   space.check(parse_connection(context.connection));
-  if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   print_span(space, context, span, read_span(space, connection, span));
 }
