@@ -11,6 +11,7 @@
 #include "zvgctl/families.h"
 #include "zvgctl/interrupts.h"
 #include "zvgctl/output.h"
+#include "zvgctl/recorder.h"
 #include "zvgctl/virtual_board.h"
 
 namespace zvgctl {
@@ -72,6 +73,12 @@ void build(CLI::App& application, Context& context) {
                   "over a serial line; others never)")
       ->type_name("SECONDS")
       ->group("Behaviour");
+  application
+      .add_option("--record", context.record,
+                  "Write the register accesses of the command into a script, which 'script run' "
+                  "replays (driver and serial line)")
+      ->type_name("FILE")
+      ->group("Behaviour");
   add_info(application, context);
   add_reg(application, context);
   add_vram(application, context);
@@ -82,11 +89,27 @@ void build(CLI::App& application, Context& context) {
   add_ioport(application, context);
   add_edid(application, context);
   add_hdmi(application, context);
+  add_script(application, context);
+  add_check_file(application, context);
+  add_read_file(application, context);
+  add_ddr(application, context);
   add_reminders(application);
+}
+
+// Begins the recording that --record asks for. On the way to a virtual board there is nothing to
+// record yet.
+void record(const Context& context) {
+  if (context.record.empty()) return;
+  if (parse_connection(context.connection).door == Door::memory) {
+    usage_error("--record: loads and stores of mapped memory cannot be seen; use --driver or "
+                "--serial");
+  }
+  if (context.connection.sim.empty() || on_virtual_board()) start_recording(context.record);
 }
 
 int finish(Exit exit) {
   try {
+    finish_recording();  // also of a command that failed: it may tell why
     finish_output();
   } catch (const Failure& failure) {
     print_error(failure.what());
@@ -112,6 +135,7 @@ int run(const std::vector<std::string>& words) {
     // CLI11 takes its words from the back.
     application.parse(std::vector<std::string>(arguments.words.rbegin(), arguments.words.rend()));
     catch_interrupts();
+    record(context);
     context.action();
     return finish(Exit::done);
   } catch (const CLI::Success& request) {  // --help or --version
@@ -133,7 +157,7 @@ int run(const std::vector<std::string>& words) {
       message += "\nTry '" + named_command(application) + " --help'.";
     }
     print_error(message);
-    return static_cast<int>(failure.exit());
+    return finish(failure.exit());
   }
 }
 

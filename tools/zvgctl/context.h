@@ -14,6 +14,7 @@ struct Context {
   ConnectionText connection;
   bool json = false;
   bool yes = false;
+  std::string record;    // the file to record into; empty for none
   std::string deadline;  // seconds; empty for the command's own default
 
   // The command line without --sim, to run it again on the virtual board.

@@ -20,6 +20,7 @@
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/progress.h"
+#include "zvgctl/space.h"
 
 namespace zvgctl {
 
@@ -32,7 +33,7 @@ constexpr char library_dump[] = "DDR_Dump_Reg.txt";
 
 // Of one channel: nine PHY blocks and a controller, a line a word.
 constexpr uint64_t dump_lines = 9 * 65536 + 8192;
-constexpr uint64_t line_size = 48;
+constexpr uint64_t line_size = 49;
 
 struct Arguments {
   std::string address;

@@ -18,6 +18,14 @@ void add_pci(CLI::App& application, Context& context);
 void add_ioport(CLI::App& application, Context& context);
 void add_edid(CLI::App& application, Context& context);
 void add_hdmi(CLI::App& application, Context& context);
+void add_script(CLI::App& application, Context& context);
+void add_check_file(CLI::App& application, Context& context);
+void add_read_file(CLI::App& application, Context& context);
+void add_ddr(CLI::App& application, Context& context);
+
+// Commands of the reg family that have a file of their own.
+void add_snapshot(CLI::App& family, Context& context);
+void add_diff(CLI::App& family, Context& context);
 
 }  // namespace zvgctl
 

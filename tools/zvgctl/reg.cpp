@@ -217,6 +217,8 @@ void add_reg(CLI::App& application, Context& context) {
                     "  zvgctl reg write 0x117e00 0x50 0x00 --width 8   two byte registers");
   add_mask(family, context);
   add_watch(family, context);
+  add_snapshot(family, context);
+  add_diff(family, context);
 }
 
 }  // namespace zvgctl

@@ -14,6 +14,7 @@
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/script_plan.h"
+#include "zvgctl/space.h"
 
 namespace zvgctl {
 
@@ -282,7 +283,7 @@ void add_script(CLI::App& application, Context& context) {
       "Exits with 1 when a check failed, a poll timed out or the script stopped.");
 }
 
-void add_check(CLI::App& application, Context& context) {
+void add_check_file(CLI::App& application, Context& context) {
   add_file_command(application, context, "check",
                    "Check registers against a file of expected values",
                    std::make_shared<Arguments>(), check_file)
@@ -294,7 +295,7 @@ void add_check(CLI::App& application, Context& context) {
           "Exits with 1 when a check or an access failed.");
 }
 
-void add_read(CLI::App& application, Context& context) {
+void add_read_file(CLI::App& application, Context& context) {
   add_file_command(application, context, "read", "Read the registers that a file lists",
                    std::make_shared<Arguments>(), read_file)
       ->footer(
