@@ -1,5 +1,6 @@
 #include "devices/install.h"
 
+#include "devices/ddr_phy.h"
 #include "devices/hdmi_transmitter.h"
 #include "devices/io_ports.h"
 #include "devices/pci_config.h"
@@ -16,6 +17,7 @@ constexpr Installer installers[] = {
     install_io_ports,
     install_pci_config,
     install_hdmi_transmitters,
+    install_ddr_phys,
 };
 
 }  // namespace
