@@ -40,6 +40,10 @@ Board::Board(const BoardConfig& config, VirtualClock& clock, AccessTrace& trace,
   install_devices(*this);
   for (const InitialValue& initial : config_.registers) {
     if (initial.space == Space::kmem) continue;  // the machine's
+    if (initial.after_reads != 0) {
+      changes_.push_back({initial, initial.after_reads});
+      continue;
+    }
     dispatch_write(initial.space, initial.offset, initial.width, initial.value);
   }
 }
@@ -101,8 +105,21 @@ void Board::dispatch_write(Space space, uint64_t offset, unsigned width, uint64_
   }
 }
 
+// Lets the changes that were waiting for this read happen before it.
+void Board::count_read(uint64_t offset) {
+  for (auto change = changes_.begin(); change != changes_.end();) {
+    if (change->to.offset != offset || change->reads_left-- != 0) {
+      ++change;
+      continue;
+    }
+    dispatch_write(Space::mmio, offset, change->to.width, change->to.value);
+    change = changes_.erase(change);
+  }
+}
+
 uint64_t Board::read(Space space, uint64_t offset, unsigned width) {
   clock_.spend_access();
+  if (!changes_.empty() && space == Space::mmio) count_read(offset);
   const uint64_t value = dispatch_read(space, offset, width);
   if (trace_.on()) trace_.record({space, false, width, offset, value, card_});
   return value;

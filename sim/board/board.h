@@ -84,6 +84,14 @@ class Board {
     Device* device;
   };
 
+  // A register that takes another value after some more reads.
+  struct Change {
+    InitialValue to;
+    uint64_t reads_left;
+  };
+
+  void count_read(uint64_t offset);
+
   void record_bus(bool write, unsigned width, uint64_t address, uint64_t value, bool as_bridge);
 
   const BoardConfig& config_;
@@ -98,6 +106,7 @@ class Board {
   std::array<Range, mmio_size / attach_unit> map_{};
   std::unique_ptr<Device> pci_;
   std::unique_ptr<Device> ioports_;
+  std::vector<Change> changes_;
 };
 
 }  // namespace zvgsim

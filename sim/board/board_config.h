@@ -88,6 +88,9 @@ struct InitialValue {
   uint64_t offset = 0;        // kmem: the address
   unsigned width = 4;
   uint64_t value = 0;
+  // The register takes the value only after it has been read so many times (mmio only): what a poll
+  // waits for.
+  uint64_t after_reads = 0;
 };
 
 struct BoardConfig {

@@ -395,6 +395,10 @@ void Loader::read_register(Table& table) {
   if (table.number("width", &initial.width, 1, 8) && (initial.width & (initial.width - 1)) != 0) {
     expected(*table.toml().get("width"), table.key("width"), "1, 2, 4 or 8");
   }
+  table.number("after_reads", &initial.after_reads);
+  if (initial.after_reads != 0 && initial.space != Space::mmio) {
+    table.problem("expected the space \"mmio\" with after_reads");
+  }
   const bool kernel = initial.space == Space::kmem;
   const uint64_t start = kernel ? config_.kernel.base : 0;
   const uint64_t size = kernel                            ? config_.kernel.size

@@ -85,7 +85,9 @@ void plan_wait(PlannedLine& line, const std::string& text) {
   }
 }
 
-std::string bits(uint32_t mask) { return mask == UINT32_MAX ? "" : " in bits " + hex(mask); }
+std::string bits(uint32_t mask) {
+  return mask == UINT32_MAX ? "" : " in bits " + hex(mask);
+}
 
 // Fields that a line leaves out come from the line before.
 void remark_on_fields(PlannedLine& line, const std::string& text, int fields, int expected) {
@@ -96,7 +98,7 @@ void remark_on_fields(PlannedLine& line, const std::string& text, int fields, in
                                           "before",
                                           fields, expected));
   } else if (const std::string rest = leftover(text, expected); !rest.empty()) {
-    add_remark(line, "\"" + rest + "\" at its end is not looked at");
+    add_remark(line, format("\"%s\" at its end is not looked at", rest.c_str()));
   }
 }
 
@@ -153,8 +155,8 @@ void plan_script_line(PlannedLine& line, const std::string& text, ScriptLine& fi
   if (fields.width != 8 && fields.width != 16 && fields.width != 32) {
     add_remark(line, "the width is not 8, 16 or 32: it stops the script");
   } else if (fields.width < 32 && fields.value >> fields.width != 0 && line.step == Step::write) {
-    add_remark(line, format("the value has more than %d bits: the upper ones are cut off",
-                            fields.width));
+    add_remark(line,
+               format("the value has more than %d bits: the upper ones are cut off", fields.width));
   }
   remark_on_address(line, fields.address);
 }
@@ -168,8 +170,10 @@ struct BlockRule {
 
 constexpr unsigned any_channel = 10;
 const BlockRule block_rules[] = {
-    {'H', "HDMI register", {8, 16, 32}, 4},     {'V', "CRTC register", {8}, 1},
-    {'M', "register", {8, 16, 32}, any_channel}, {'P', "HDMI PHY register", {16}, 4},
+    {'H', "HDMI register", {8, 16, 32}, 4},
+    {'V', "CRTC register", {8}, 1},
+    {'M', "register", {8, 16, 32}, any_channel},
+    {'P', "HDMI PHY register", {16}, 4},
     {'D', "DP register", {32}, 4},
 };
 
@@ -184,7 +188,7 @@ void plan_block_line(PlannedLine& line, const std::string& text, BlockLine& fiel
   if (rule == nullptr || (name[0] != 'R' && !writes)) {
     line.step = Step::unknown;
     line.deed = "nothing";
-    add_remark(line, "\"" + name.substr(0, 16) + "\" names no block: it is passed over");
+    add_remark(line, format("\"%.16s\" names no block: it is passed over", fields.name));
     return;
   }
   const std::string place = std::string(rule->noun) + " " + hex(fields.address) + " of channel " +
@@ -204,8 +208,8 @@ void plan_block_line(PlannedLine& line, const std::string& text, BlockLine& fiel
     add_remark(line, format("the block does not take %d bits", fields.width));
   }
   if (name.size() != 3 || fields.channel() >= rule->channels) {
-    add_remark(line, "\"" + name.substr(0, 16) + "\": the third character is no channel of the "
-                                                  "block");
+    add_remark(line, format("\"%.16s\": the third character is no channel of the block",
+                            fields.name));
   }
   remark_on_fields(line, text, count, kind == FileKind::read ? 4 : 5);
 }
@@ -218,15 +222,13 @@ size_t Plan::count(Step step) const {
 }
 
 size_t Plan::remarks() const {
-  return static_cast<size_t>(
-      std::count_if(lines.begin(), lines.end(),
-                    [](const PlannedLine& line) { return !line.remark.empty(); }));
+  return static_cast<size_t>(std::count_if(
+      lines.begin(), lines.end(), [](const PlannedLine& line) { return !line.remark.empty(); }));
 }
 
 Plan plan_file(const std::string& path, FileKind kind) {
   const bool blocks = kind == FileKind::check || kind == FileKind::read;
-  const auto& format_of_file =
-      blocks ? zvg::script::block_file_format : zvg::script::script_format;
+  const auto& format_of_file = blocks ? zvg::script::block_file_format : zvg::script::script_format;
   Plan plan;
   ScriptLine script_fields_so_far;
   const auto block_fields_so_far = std::make_unique<BlockLine>();
