@@ -708,6 +708,42 @@ TEST(SerialFaultTest, EveryFaultEndsTheCommand) {
   }
 }
 
+// The library's own register functions swallow a lost reply; its loops would go on with zeros.
+struct DeadLine {
+  const char* command;
+  int reply;  // the first that is lost; number 1 is for the tool's question whether a board is
+              // there
+};
+
+void PrintTo(const DeadLine& parameter, std::ostream* out) {
+  *out << parameter.command << " without reply " << parameter.reply;
+}
+
+class DeadLineTest : public testing::TestWithParam<DeadLine> {};
+
+TEST_P(DeadLineTest, EndsTheCommand) {
+  Bench bench(
+      monitor_board("wall-55-4k", "[[faults.uart]]\nreply = " + std::to_string(GetParam().reply) +
+                                      "\naction = \"drop\"\ncount = 1000000\n"));
+  const Result result = bench.run(std::string(GetParam().command) + serial_door);
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_EQ(result.err,
+            "uart receive data timeout!\nzvgctl: the serial link /dev/ttyZVG0 at 115200 baud "
+            "failed in the middle of the work (uart receive data timeout!): check the line and the "
+            "board's power\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    InsideTheLibrary, DeadLineTest,
+    testing::Values(DeadLine{"edid read --hdmi 0", 2}, DeadLine{"edid read --hdmi 0", 100},
+                    DeadLine{"edid read --hdmi 0 --json", 1000}, DeadLine{"hdmi status", 2},
+                    DeadLine{"hdmi mode 0", 3}, DeadLine{"hdmi phy read 0 1", 2},
+                    DeadLine{"hdmi phy start 0", 2}, DeadLine{"hdmi phy end 0", 2},
+                    DeadLine{"hdmi ddc init 0", 2}, DeadLine{"hdmi ddc dump 0", 100},
+                    DeadLine{"crtc dump", 2}, DeadLine{"crtc write 0 1", 2},
+                    DeadLine{"amba read 0 --generation rq302", 2},
+                    DeadLine{"amba mask 0 1 1 --generation rq302", 9}));
+
 TEST(SerialFaultTest, ALostReplyInsideAnEdidEndsIt) {
   Bench bench(monitor_board("studio-27-hdmi", "[[faults.uart]]\nreply = 100\naction = \"drop\"\n"));
   const Result result = bench.run(std::string("edid read --hdmi 0") + serial_door);

@@ -101,8 +101,9 @@ void build(CLI::App& application, Context& context) {
 void record(const Context& context) {
   if (context.record.empty()) return;
   if (parse_connection(context.connection).door == Door::memory) {
-    usage_error("--record: loads and stores of mapped memory cannot be seen; use --driver or "
-                "--serial");
+    usage_error(
+        "--record: loads and stores of mapped memory cannot be seen; use --driver or "
+        "--serial");
   }
   if (context.connection.sim.empty() || on_virtual_board()) start_recording(context.record);
 }

@@ -20,7 +20,7 @@ class Connection {
  public:
   // Opens the board that the options name; with --sim, runs this very command on a virtual board
   // instead and does not return. Also starts the deadline: what --deadline says, else
-  // default_deadline seconds (0 for none). With --json, keeps standard output for the document.
+  // default_deadline seconds (0 for none). With --json, standard output is kept for the document.
   // Throws a Failure when there is no such board.
   explicit Connection(const Context& context, unsigned default_deadline = 0);
   ~Connection();

@@ -1,5 +1,6 @@
 #include "zvgctl/connection_options.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <climits>

@@ -2,9 +2,12 @@
 #ifndef ZVGCTL_CONNECTION_OPTIONS_H
 #define ZVGCTL_CONNECTION_OPTIONS_H
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
+
+namespace CLI {
+class App;
+}
 
 namespace zvgctl {
 

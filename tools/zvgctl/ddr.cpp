@@ -7,10 +7,12 @@
 #include <unistd.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <thread>
 
 #include "zvgctl/connection.h"
@@ -188,9 +190,8 @@ void dump_command(const Context& context, const Arguments& arguments) {
 
 using Command = void (*)(const Context&, const Arguments&);
 
-CLI::App* add_command(CLI::App& family, Context& context, const char* name,
-                      const char* description, const std::shared_ptr<Arguments>& arguments,
-                      Command run) {
+CLI::App* add_command(CLI::App& family, Context& context, const char* name, const char* description,
+                      const std::shared_ptr<Arguments>& arguments, Command run) {
   CLI::App* const command = family.add_subcommand(name, description);
   command
       ->add_option("-m,--mask", arguments->mask,
@@ -217,9 +218,8 @@ void add_ddr(CLI::App& application, Context& context) {
                  "  zvgctl ddr read 0x2801b0\n"
                  "  zvgctl ddr dump --mask 0x1 -o channel0.txt");
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* command =
-      add_command(family, context, "read", "Read a register of each channel", arguments,
-                  read_command);
+  CLI::App* command = add_command(family, context, "read", "Read a register of each channel",
+                                  arguments, read_command);
   add_address(*command, *arguments);
   command->footer("Example:\n  zvgctl ddr read 0x2801b0 --mask 0x3");
 

@@ -2,7 +2,9 @@
 #include <stdio.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "zvgctl/atomic_file.h"

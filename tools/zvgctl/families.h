@@ -2,9 +2,11 @@
 #ifndef ZVGCTL_FAMILIES_H
 #define ZVGCTL_FAMILIES_H
 
-#include <CLI/CLI.hpp>
-
 #include "zvgctl/context.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zvgctl {
 

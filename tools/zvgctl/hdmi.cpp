@@ -4,7 +4,9 @@
 #include <stdio.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "zvgctl/connection.h"
 #include "zvgctl/ddc.h"

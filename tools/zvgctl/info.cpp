@@ -4,6 +4,8 @@
 #include <string.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "zvgctl/connection.h"

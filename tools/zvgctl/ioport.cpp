@@ -2,6 +2,8 @@
 #include <errno.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
+
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
 #include "zvgctl/space.h"

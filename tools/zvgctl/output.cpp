@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "zvgctl/errors.h"
 
@@ -40,12 +41,21 @@ bool use_colour(int fd) {
 }
 
 void reserve_stdout_for_json() {
+  if (json_fd != STDOUT_FILENO) return;
   fflush(stdout);
   const int copy = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
   if (copy < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
     fail("cannot set standard output aside for JSON: %s", strerror(errno));
   }
   json_fd = copy;
+}
+
+void give_stdout_back() {
+  fflush(stdout);
+  if (json_fd == STDOUT_FILENO) return;
+  dup2(json_fd, STDOUT_FILENO);
+  close(json_fd);
+  json_fd = STDOUT_FILENO;
 }
 
 void print_json(const Json& document) {

@@ -3,7 +3,7 @@
 #define ZVGCTL_OUTPUT_H
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <string>
 #include <vector>
@@ -18,6 +18,9 @@ bool use_colour(int fd);
 // Keeps standard output for JSON: from now on what anything else prints there, such as the
 // library's messages, goes to standard error.
 void reserve_stdout_for_json();
+
+// Puts standard output back in its place, for the program that replaces this one.
+void give_stdout_back();
 
 // Prints one document on the real standard output: indented, or on one line.
 void print_json(const Json& document);

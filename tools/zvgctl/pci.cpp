@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "zvgctl/errors.h"

@@ -63,8 +63,7 @@ void put_access(bool write, uint64_t offset, unsigned width, uint64_t value) {
              8 * width));
 }
 
-void put_elsewhere(bool write, const char* space, uint64_t offset, unsigned width,
-                   uint64_t value) {
+void put_elsewhere(bool write, const char* space, uint64_t offset, unsigned width, uint64_t value) {
   put(format("# %s %s 0x%lx, %u bits: 0x%lx\n", write ? "write" : "read", space,
              static_cast<unsigned long>(offset), 8 * width, static_cast<unsigned long>(value)));
 }

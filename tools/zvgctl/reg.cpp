@@ -5,11 +5,13 @@
 #include <unistd.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"

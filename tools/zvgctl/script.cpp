@@ -5,7 +5,9 @@
 #include <unistd.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
@@ -34,8 +36,8 @@ struct Summary {
   size_t polls = 0;
   size_t polls_timed_out = 0;
   size_t reads = 0;
-  size_t failures = 0;   // accesses and lines that did not work
-  int stopped_at = 0;    // the line that ended the run early; 0 for none
+  size_t failures = 0;  // accesses and lines that did not work
+  int stopped_at = 0;   // the line that ended the run early; 0 for none
 
   bool good() const {
     return checks_failed == 0 && polls_timed_out == 0 && failures == 0 && stopped_at == 0;
@@ -170,8 +172,8 @@ void run_script(const Context& context, const Arguments& arguments) {
     const auto take = [&messages](const std::string& line) { messages.take(line); };
     const MessageTap errors({""}, take);
     const MessageTap results({""}, take, &stdout);
-    const int result = ddr ? zvgDdrRunScript(arguments.file.c_str(), mask)
-                           : zvgRunScript(arguments.file.c_str());
+    const int result =
+        ddr ? zvgDdrRunScript(arguments.file.c_str(), mask) : zvgRunScript(arguments.file.c_str());
     if (result != 0) fail("cannot run %s: %s", arguments.file.c_str(), strerror(-result));
   }
   end_with(context, arguments.file, summarise(plan, messages));
@@ -180,9 +182,9 @@ void run_script(const Context& context, const Arguments& arguments) {
 // What the library's messages about a check or read file tell.
 struct BlockMessages {
   size_t mismatches = 0;
-  size_t errors = 0;         // of a check file's lines
+  size_t errors = 0;  // of a check file's lines
   size_t writes_done = 0;
-  size_t reads_done = 0;     // lines "[ADDRESS]: VALUE" of a read file
+  size_t reads_done = 0;  // lines "[ADDRESS]: VALUE" of a read file
   size_t failed_reads = 0;
 
   void take(const std::string& line) {
@@ -204,7 +206,8 @@ void check_file(const Context& context, const Arguments& arguments) {
   warn_of_remarks(arguments.file, plan);
   BlockMessages messages;
   {
-    const MessageTap results({""}, [&](const std::string& line) { messages.take(line); }, &stdout);
+    const MessageTap results(
+        {""}, [&](const std::string& line) { messages.take(line); }, &stdout);
     const int result = zvgRunCheckReg(arguments.file.c_str());
     if (result != 0) fail("cannot run %s: %s", arguments.file.c_str(), strerror(-result));
   }

@@ -13,7 +13,7 @@ enum class FileKind { script, ddr_script, check, read };
 enum class Step { nothing, wait, echo, header, write, check, poll, set_bits, read, unknown };
 
 struct PlannedLine {
-  int number = 0;      // as the library counts: a line of over 1,023 characters is several
+  int number = 0;  // as the library counts: a line of over 1,023 characters is several
   Step step = Step::nothing;
   std::string deed;    // "write 0x1 to 0x100 (32 bits)"; empty for nothing
   std::string remark;  // why it may not mean what was meant; empty when all is well

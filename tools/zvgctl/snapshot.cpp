@@ -2,9 +2,11 @@
 #include <stdio.h>
 #include <util_zvg.h>
 
+#include <CLI/CLI.hpp>
 #include <fstream>
 #include <map>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "script/script_line.h"
 #include "zvgctl/atomic_file.h"
@@ -73,8 +75,7 @@ Snapshot load(const std::string& path) {
   int number = 0;
   while (std::getline(stream, text)) {
     ++number;
-    if (classify(zvg::script::script_format, text.c_str()) !=
-            zvg::script::LineKind::registers ||
+    if (classify(zvg::script::script_format, text.c_str()) != zvg::script::LineKind::registers ||
         text.empty()) {
       continue;
     }
@@ -156,8 +157,7 @@ void add_snapshot(CLI::App& family, Context& context) {
 
 void add_diff(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<DiffArguments>();
-  CLI::App* const command =
-      family.add_subcommand("diff", "Compare two snapshots; needs no board");
+  CLI::App* const command = family.add_subcommand("diff", "Compare two snapshots; needs no board");
   command->add_option("BEFORE", arguments->before, "A snapshot")->required()->type_name("FILE");
   command->add_option("AFTER", arguments->after, "Another one")->required()->type_name("FILE");
   command->footer("Example:\n  zvgctl reg diff good_board.txt this_board.txt");

@@ -3,7 +3,9 @@
 #include <inttypes.h>
 #include <stdio.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "zvgctl/errors.h"
 #include "zvgctl/output.h"

@@ -3,7 +3,6 @@
 #ifndef ZVGCTL_SPACE_H
 #define ZVGCTL_SPACE_H
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,6 +10,10 @@
 #include "zvgctl/connection.h"
 #include "zvgctl/context.h"
 #include "zvgctl/number.h"
+
+namespace CLI {
+class App;
+}
 
 namespace zvgctl {
 

@@ -10,6 +10,7 @@
 
 #include "zvgctl/connection_options.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/output.h"
 
 namespace zvgctl {
 
@@ -72,7 +73,7 @@ void run_on_virtual_board(const std::string& board, const std::vector<std::strin
   argv.push_back(nullptr);
 
   setenv(virtual_board_variable, board.c_str(), 1);
-  fflush(stdout);
+  give_stdout_back();
   const std::string beside = own_folder() + "/" + simulator;
   execv(beside.c_str(), argv.data());
   if (errno != ENOENT) fail("cannot run %s: %s", beside.c_str(), strerror(errno));

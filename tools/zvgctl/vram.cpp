@@ -5,6 +5,7 @@
 #include <string.h>
 #include <sys/stat.h>
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "zvgctl/atomic_file.h"
