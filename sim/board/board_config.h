@@ -42,7 +42,7 @@ struct HdmiPortConfig {
 struct DriverFault {
   uint64_t request = 0;             // counted from 1; 0: by probability
   double probability = 0;           // 0 to 1
-  std::optional<unsigned> number;   // only requests of this number count, for example 0x01
+  std::optional<unsigned> number{};  // only requests of this number count, for example 0x01
   int error = 5;                    // errno; EIO
   uint64_t count = 1;
 };

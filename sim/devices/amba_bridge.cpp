@@ -38,7 +38,7 @@ constexpr uint8_t answered_rq302 = 0xA0;
 constexpr uint8_t answered_others = 0xE0;
 constexpr uint8_t mode_bus_master = 0x44;  // RQ302 gives the bridge the bus only in this mode
 
-constexpr uint64_t bus_latency = microseconds(1);
+constexpr uint64_t bus_latency = microseconds(5);
 
 constexpr unsigned word_size = 4;
 

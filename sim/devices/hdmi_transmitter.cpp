@@ -88,7 +88,6 @@ constexpr uint64_t phy_fast_period = 2500;
 
 HdmiTransmitter::HdmiTransmitter(Board& board, unsigned port)
     : ByteBlock(board, hdmi_base + port * hdmi_stride),
-      port_(port),
       config_(board.config().hdmi[port]),
       faults_(board.faults().hdmi(port)),
       ddc_(board.ddc(port)) {

@@ -48,7 +48,6 @@ class HdmiTransmitter : public ByteBlock {
   void power_phy(uint8_t configuration);
   void program_frame_composer(const ModeTiming& timing);
 
-  const unsigned port_;
   const HdmiPortConfig& config_;
   HdmiFaults& faults_;
   I2cBus& ddc_;

@@ -39,6 +39,7 @@ class SerialDoor::File : public OpenFile {
       : state_(std::move(state)), blocking_((flags & O_NONBLOCK) == 0) {}
 
   ssize_t write(const void* buffer, size_t size) override {
+    const std::lock_guard guard(state_->lock);
     const unsigned baud = baud_of(cfgetospeed(&state_->attributes));
     if (baud == 0) return static_cast<ssize_t>(size);  // B0 and the like: nothing leaves the line
     const auto* bytes = static_cast<const uint8_t*>(buffer);
@@ -52,8 +53,9 @@ class SerialDoor::File : public OpenFile {
 
   ssize_t read(void* buffer, size_t size) override {
     if (size == 0) return 0;
+    std::unique_lock guard(state_->lock);
     state_->collect();
-    if (state_->received.empty() && blocking_) state_->wait(UINT64_MAX);
+    if (state_->received.empty() && blocking_) state_->wait(UINT64_MAX, guard);
     // A blocking read that nothing will ever answer fails, too: it would hang the program.
     if (state_->received.empty()) return refuse(EAGAIN);
     const size_t count = std::min(size, state_->received.size());
@@ -68,16 +70,19 @@ class SerialDoor::File : public OpenFile {
                                ? UINT64_MAX
                                : seconds(static_cast<uint64_t>(timeout->tv_sec)) +
                                      microseconds(static_cast<uint64_t>(timeout->tv_usec));
-    return state_->wait(limit) ? 1 : 0;
+    std::unique_lock guard(state_->lock);
+    return state_->wait(limit, guard) ? 1 : 0;
   }
 
   int tcgetattr(termios* attributes) override {
+    const std::lock_guard guard(state_->lock);
     *attributes = state_->attributes;
     return 0;
   }
 
   int tcsetattr(int actions, const termios* attributes) override {
     if (actions == TCSAFLUSH) tcflush(TCIFLUSH);
+    const std::lock_guard guard(state_->lock);
     state_->attributes = *attributes;
     return 0;
   }
@@ -87,6 +92,7 @@ class SerialDoor::File : public OpenFile {
   int tcflush(int queue) override {
     if (queue != TCIFLUSH && queue != TCOFLUSH && queue != TCIOFLUSH) return refuse(EINVAL);
     if (queue == TCOFLUSH) return 0;
+    const std::lock_guard guard(state_->lock);
     state_->collect();
     state_->received.clear();
     return 0;
@@ -111,7 +117,7 @@ void SerialDoor::State::collect() {
   }
 }
 
-bool SerialDoor::State::wait(uint64_t nanoseconds) {
+bool SerialDoor::State::wait(uint64_t nanoseconds, std::unique_lock<std::mutex>& guard) {
   VirtualClock& clock = machine.clock();
   const uint64_t start = clock.now();
   const uint64_t end = nanoseconds > UINT64_MAX - start ? UINT64_MAX : start + nanoseconds;
@@ -119,9 +125,14 @@ bool SerialDoor::State::wait(uint64_t nanoseconds) {
     collect();
     if (!received.empty()) return true;
     if (uart.replies().empty() || uart.replies().front().ready_at > end) break;
-    clock.sleep_until(uart.replies().front().ready_at);
+    const uint64_t ready_at = uart.replies().front().ready_at;
+    guard.unlock();
+    clock.sleep_until(ready_at);
+    guard.lock();
   }
+  guard.unlock();
   if (end != UINT64_MAX) clock.sleep_until(end);
+  guard.lock();
   return false;
 }
 

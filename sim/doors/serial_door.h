@@ -2,7 +2,9 @@
 #ifndef ZVGSIM_DOORS_SERIAL_DOOR_H
 #define ZVGSIM_DOORS_SERIAL_DOOR_H
 
+#include <deque>
 #include <memory>
+#include <mutex>
 
 #include "board/machine.h"
 #include "doors/platform.h"
@@ -32,11 +34,13 @@ class SerialDoor {
     termios attributes{};
     uint64_t sent_at = 0;           // when the last byte of the host is out
     std::deque<uint8_t> received{};  // at the host, not yet read
+    std::mutex lock{};
 
     // Moves what has arrived by now into the host's buffer.
     void collect();
     // Lets time pass until something can be read, at most for that long. False when nothing came.
-    bool wait(uint64_t nanoseconds);
+    // The lock is free while time passes.
+    bool wait(uint64_t nanoseconds, std::unique_lock<std::mutex>& guard);
   };
   std::shared_ptr<State> state_;
 };
