@@ -67,11 +67,16 @@ Device& Board::attach(uint32_t base, uint32_t size, std::unique_ptr<Device> devi
 
 bool Board::decodes(Space space, uint64_t offset, unsigned width) const {
   switch (space) {
-    case Space::mmio: return inside(offset, width, mmio_size);
-    case Space::vram: return inside(offset, width, vram_size);
-    case Space::pci: return width == 4 && offset % 4 == 0 && inside(offset, width, pci_config_size);
-    case Space::ioport: return width == 1 && offset < ioport_count;
-    default: return false;
+    case Space::mmio:
+      return inside(offset, width, mmio_size);
+    case Space::vram:
+      return inside(offset, width, vram_size);
+    case Space::pci:
+      return width == 4 && offset % 4 == 0 && inside(offset, width, pci_config_size);
+    case Space::ioport:
+      return width == 1 && offset < ioport_count;
+    default:
+      return false;
   }
 }
 
@@ -82,9 +87,12 @@ uint64_t Board::dispatch_read(Space space, uint64_t offset, unsigned width) {
       return range.device != nullptr ? range.device->read(offset - range.base, width)
                                      : mmio_.read(offset, width);
     }
-    case Space::vram: return vram_.read(offset, width);
-    case Space::pci: return pci_->read(offset, width);
-    default: return ioports_->read(offset, width);
+    case Space::vram:
+      return vram_.read(offset, width);
+    case Space::pci:
+      return pci_->read(offset, width);
+    default:
+      return ioports_->read(offset, width);
   }
 }
 
@@ -99,9 +107,14 @@ void Board::dispatch_write(Space space, uint64_t offset, unsigned width, uint64_
       }
       return;
     }
-    case Space::vram: vram_.write(offset, width, value); return;
-    case Space::pci: pci_->write(offset, width, value); return;
-    default: ioports_->write(offset, width, value);
+    case Space::vram:
+      vram_.write(offset, width, value);
+      return;
+    case Space::pci:
+      pci_->write(offset, width, value);
+      return;
+    default:
+      ioports_->write(offset, width, value);
   }
 }
 
@@ -144,8 +157,7 @@ std::optional<Board::Location> Board::decode_bus(uint64_t address, unsigned widt
 
 void Board::record_bus(bool write, unsigned width, uint64_t address, uint64_t value,
                        bool as_bridge) {
-  const Location location =
-      as_bridge ? Location{Space::bus, address} : *decode_bus(address, width);
+  const Location location = as_bridge ? Location{Space::bus, address} : *decode_bus(address, width);
   trace_.record({location.space, write, width, location.offset, value, card_});
 }
 
@@ -155,6 +167,7 @@ bool Board::bus_read(uint64_t address, unsigned enables, uint32_t* word, bool as
   *word = 0;
   for_lanes(enables, [&](unsigned lane, unsigned width) {
     clock_.spend_access();
+    if (!changes_.empty() && location->space == Space::mmio) count_read(location->offset + lane);
     const uint64_t value = dispatch_read(location->space, location->offset + lane, width);
     *word |= static_cast<uint32_t>(value << (8 * lane));
     if (trace_.on()) record_bus(false, width, address + lane, value, as_bridge);

@@ -28,22 +28,22 @@ struct ModeTiming {
 
 // One HDMI port and the monitor on it.
 struct HdmiPortConfig {
-  std::vector<uint8_t> edid;               // empty: nothing answers on the DDC bus
-  std::optional<bool> hot_plug;            // not set: plugged when there is an EDID
-  std::optional<uint8_t> receiver_sense;   // bits 0 to 3, a receiver each; not set: all if plugged
-  std::optional<ModeTiming> timing;        // set: the firmware left the port driving this mode
-  bool pixel_clock = true;                 // the pixel clock reaches the transmitter
-  unsigned pll_lock_ms = 3;                // from power-up to the PHY's lock
+  std::vector<uint8_t> edid;              // empty: nothing answers on the DDC bus
+  std::optional<bool> hot_plug;           // not set: plugged when there is an EDID
+  std::optional<uint8_t> receiver_sense;  // bits 0 to 3, a receiver each; not set: all if plugged
+  std::optional<ModeTiming> timing;       // set: the firmware left the port driving this mode
+  bool pixel_clock = true;                // the pixel clock reaches the transmitter
+  unsigned pll_lock_ms = 3;               // from power-up to the PHY's lock
 };
 
 // Faults ------------------------------------------------------------------------------------
 
 // Fails driver requests. Either from the n-th on, count times, or each with a probability.
 struct DriverFault {
-  uint64_t request = 0;             // counted from 1; 0: by probability
-  double probability = 0;           // 0 to 1
+  uint64_t request = 0;              // counted from 1; 0: by probability
+  double probability = 0;            // 0 to 1
   std::optional<unsigned> number{};  // only requests of this number count, for example 0x01
-  int error = 5;                    // errno; EIO
+  int error = 5;                     // errno; EIO
   uint64_t count = 1;
 };
 

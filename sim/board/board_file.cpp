@@ -82,17 +82,23 @@ std::string names(const Row (&rows)[size]) {
 // What stands in the file, for "found ...".
 std::string shown(const toml::node& node) {
   switch (node.type()) {
-    case toml::node_type::table: return "a table";
-    case toml::node_type::array: return "an array of " + std::to_string(node.as_array()->size());
-    case toml::node_type::string: return "\"" + node.as_string()->get() + "\"";
-    case toml::node_type::integer: return std::to_string(node.as_integer()->get());
-    case toml::node_type::boolean: return node.as_boolean()->get() ? "true" : "false";
+    case toml::node_type::table:
+      return "a table";
+    case toml::node_type::array:
+      return "an array of " + std::to_string(node.as_array()->size());
+    case toml::node_type::string:
+      return "\"" + node.as_string()->get() + "\"";
+    case toml::node_type::integer:
+      return std::to_string(node.as_integer()->get());
+    case toml::node_type::boolean:
+      return node.as_boolean()->get() ? "true" : "false";
     case toml::node_type::floating_point: {
       std::ostringstream text;
       text << node.as_floating_point()->get();
       return text.str();
     }
-    default: return "a date or time";
+    default:
+      return "a date or time";
   }
 }
 
@@ -103,7 +109,9 @@ std::string hex(uint64_t value) {
 }
 
 // Limits read better in hex when they are round there.
-std::string limit(uint64_t value) { return value > 99'999 ? hex(value) : std::to_string(value); }
+std::string limit(uint64_t value) {
+  return value > 99'999 ? hex(value) : std::to_string(value);
+}
 
 class Loader {
  public:
@@ -372,8 +380,8 @@ void Loader::read_hdmi(Table& table) {
   }
   table.boolean("hot_plug", &port.hot_plug);
   table.number("receiver_sense", &port.receiver_sense, 0, 0xF);
-  if (const toml::array* timing = table.array(
-          "timing", "an array of 9 numbers", [](const toml::node&, const std::string&) {})) {
+  if (const toml::array* timing = table.array("timing", "an array of 9 numbers",
+                                              [](const toml::node&, const std::string&) {})) {
     read_timing(*timing, table.key("timing"), &port);
   }
   table.boolean("pixel_clock", &port.pixel_clock);
@@ -401,9 +409,9 @@ void Loader::read_register(Table& table) {
   }
   const bool kernel = initial.space == Space::kmem;
   const uint64_t start = kernel ? config_.kernel.base : 0;
-  const uint64_t size = kernel                            ? config_.kernel.size
+  const uint64_t size = kernel                         ? config_.kernel.size
                         : initial.space == Space::mmio ? mmio_size
-                                                          : vram_size;
+                                                       : vram_size;
   if (initial.offset < start || initial.offset - start >= size ||
       initial.width > size - (initial.offset - start)) {
     table.problem("expected an offset from " + hex(start) + " to " + hex(start + size - 1) +
@@ -601,6 +609,8 @@ BoardConfig Loader::load() {
 BoardFileError::BoardFileError(std::vector<std::string> problems)
     : std::runtime_error(joined(problems)), problems_(std::move(problems)) {}
 
-BoardConfig load_board_file(const std::string& path) { return Loader(path).load(); }
+BoardConfig load_board_file(const std::string& path) {
+  return Loader(path).load();
+}
 
 }  // namespace zvgsim

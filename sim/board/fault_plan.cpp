@@ -39,16 +39,24 @@ FaultPlan::Reply FaultPlan::uart_reply() {
   for (const UartFault& fault : uart_) {
     if (!strikes(fault.reply, fault.count, fault.probability, replies_)) continue;
     switch (fault.action) {
-      case UartAction::drop: reply.drop = true; break;
+      case UartAction::drop:
+        reply.drop = true;
+        break;
       case UartAction::corrupt: {
         const uint64_t draw = random_();
         // Never 0: the byte does change.
         reply.flip ^= static_cast<uint32_t>(1 + (draw & 0xFE)) << (8 * (draw >> 8 & 3));
         break;
       }
-      case UartAction::cut: reply.keep = std::min(reply.keep, fault.bytes); break;
-      case UartAction::delay: reply.delay += milliseconds(fault.delay_ms); break;
-      case UartAction::noise: reply.noise_bytes += fault.bytes; break;
+      case UartAction::cut:
+        reply.keep = std::min(reply.keep, fault.bytes);
+        break;
+      case UartAction::delay:
+        reply.delay += milliseconds(fault.delay_ms);
+        break;
+      case UartAction::noise:
+        reply.noise_bytes += fault.bytes;
+        break;
     }
   }
   return reply;

@@ -17,9 +17,12 @@ constexpr uint32_t device_id(Generation generation) {
 // "RQ300", "RQ301" or "RQ302".
 constexpr std::string_view name(Generation generation) {
   switch (generation) {
-    case Generation::rq300: return "RQ300";
-    case Generation::rq301: return "RQ301";
-    case Generation::rq302: return "RQ302";
+    case Generation::rq300:
+      return "RQ300";
+    case Generation::rq301:
+      return "RQ301";
+    case Generation::rq302:
+      return "RQ302";
   }
   return "";
 }

@@ -14,9 +14,13 @@ bool I2cBus::start(uint8_t address, bool read) {
   return false;
 }
 
-bool I2cBus::write(uint8_t byte) { return selected_ != nullptr && selected_->write(byte); }
+bool I2cBus::write(uint8_t byte) {
+  return selected_ != nullptr && selected_->write(byte);
+}
 
-uint8_t I2cBus::read() { return selected_ != nullptr ? selected_->read() : 0xFF; }
+uint8_t I2cBus::read() {
+  return selected_ != nullptr ? selected_->read() : 0xFF;
+}
 
 void I2cBus::stop() {
   selected_ = nullptr;

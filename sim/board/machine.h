@@ -13,8 +13,7 @@ namespace zvgsim {
 // Owns what all cards of a board configuration share: time, trace, faults and kernel memory.
 class Machine {
  public:
-  explicit Machine(BoardConfig config,
-                   VirtualClock::Mode mode = VirtualClock::Mode::virtual_time);
+  explicit Machine(BoardConfig config, VirtualClock::Mode mode = VirtualClock::Mode::virtual_time);
   ~Machine();
   Machine(const Machine&) = delete;
   Machine& operator=(const Machine&) = delete;

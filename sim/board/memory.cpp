@@ -55,20 +55,31 @@ uint8_t* Memory::create() {
 uint64_t Memory::read(uint64_t offset, unsigned width) {
   const uint8_t* const at = bytes() + offset;
   switch (width) {
-    case 1: return *at;
-    case 2: return load<uint16_t>(at);
-    case 4: return load<uint32_t>(at);
-    default: return load<uint64_t>(at);
+    case 1:
+      return *at;
+    case 2:
+      return load<uint16_t>(at);
+    case 4:
+      return load<uint32_t>(at);
+    default:
+      return load<uint64_t>(at);
   }
 }
 
 void Memory::write(uint64_t offset, unsigned width, uint64_t value) {
   uint8_t* const at = bytes() + offset;
   switch (width) {
-    case 1: *at = static_cast<uint8_t>(value); break;
-    case 2: store<uint16_t>(at, value); break;
-    case 4: store<uint32_t>(at, value); break;
-    default: store<uint64_t>(at, value);
+    case 1:
+      *at = static_cast<uint8_t>(value);
+      break;
+    case 2:
+      store<uint16_t>(at, value);
+      break;
+    case 4:
+      store<uint32_t>(at, value);
+      break;
+    default:
+      store<uint64_t>(at, value);
   }
 }
 

@@ -43,9 +43,15 @@ class VirtualClock {
   std::atomic<uint64_t> now_{0};
 };
 
-constexpr uint64_t microseconds(uint64_t count) { return count * 1'000; }
-constexpr uint64_t milliseconds(uint64_t count) { return count * 1'000'000; }
-constexpr uint64_t seconds(uint64_t count) { return count * 1'000'000'000; }
+constexpr uint64_t microseconds(uint64_t count) {
+  return count * 1'000;
+}
+constexpr uint64_t milliseconds(uint64_t count) {
+  return count * 1'000'000;
+}
+constexpr uint64_t seconds(uint64_t count) {
+  return count * 1'000'000'000;
+}
 
 }  // namespace zvgsim
 

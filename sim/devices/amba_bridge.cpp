@@ -46,11 +46,13 @@ constexpr unsigned word_size = 4;
 
 uint8_t AmbaBridge::read(uint8_t index) {
   switch (index) {
-    case read_data: return read_data_;
+    case read_data:
+      return read_data_;
     case status:
       if (!answered_ || board_.clock().now() < answered_at_) return 0;
       return board_.generation() == Generation::rq302 ? answered_rq302 : answered_others;
-    default: return registers_[index - first_index];
+    default:
+      return registers_[index - first_index];
   }
 }
 
@@ -65,8 +67,10 @@ void AmbaBridge::write(uint8_t index, uint8_t value) {
     }
     // The status follows the bus. Writing it selects what it shows, and there is only one thing.
     case status:
-    case read_data: return;
-    default: stored = value;
+    case read_data:
+      return;
+    default:
+      stored = value;
   }
 }
 
@@ -125,7 +129,8 @@ void AmbaBridge::start_read() {
   for (unsigned lane = 0; lane < line_size && answered; lane += word_size) {
     uint32_t word = 0;
     answered = board_.bus_read(base + lane, 0xF, &word, true);
-    for (unsigned i = 0; i < word_size; ++i) line_[lane + i] = static_cast<uint8_t>(word >> (8 * i));
+    for (unsigned i = 0; i < word_size; ++i)
+      line_[lane + i] = static_cast<uint8_t>(word >> (8 * i));
   }
   complete(answered);
   master_ = false;

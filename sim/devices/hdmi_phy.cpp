@@ -9,8 +9,12 @@ bool HdmiPhy::start(uint8_t address, bool) {
 
 bool HdmiPhy::write(uint8_t byte) {
   switch (bytes_++) {
-    case 0: address_ = byte; break;
-    case 1: high_ = byte; break;
+    case 0:
+      address_ = byte;
+      break;
+    case 1:
+      high_ = byte;
+      break;
     default:
       values_[address_] = static_cast<uint16_t>(high_ << 8 | byte);
       // Further bytes go into the registers that follow.

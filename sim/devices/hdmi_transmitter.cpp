@@ -69,16 +69,11 @@ struct ResetValue {
   uint8_t value;
 };
 constexpr ResetValue reset_values[] = {
-    {phy_configuration, phy_power_down},
-    {phy_slave, HdmiPhy::slave_address},
-    {phy_divider, divider_fast_mode},
-    {ddc_divider, divider_fast_mode},
-    {Register(standard_high_count + 0), 0x01},
-    {Register(standard_high_count + 1), 0x04},
-    {Register(standard_low_count + 0), 0x01},
-    {Register(standard_low_count + 1), 0x0E},
-    {Register(fast_high_count + 1), 0x30},
-    {Register(fast_low_count + 1), 0x57},
+    {phy_configuration, phy_power_down},       {phy_slave, HdmiPhy::slave_address},
+    {phy_divider, divider_fast_mode},          {ddc_divider, divider_fast_mode},
+    {Register(standard_high_count + 0), 0x01}, {Register(standard_high_count + 1), 0x04},
+    {Register(standard_low_count + 0), 0x01},  {Register(standard_low_count + 1), 0x0E},
+    {Register(fast_high_count + 1), 0x30},     {Register(fast_low_count + 1), 0x57},
 };
 
 constexpr uint64_t phy_standard_period = microseconds(10);
@@ -112,15 +107,22 @@ void HdmiTransmitter::program_frame_composer(const ModeTiming& t) {
   const uint32_t hdelay = t.hsync_start - t.hactive;
   const uint32_t hwidth = t.hsync_end - t.hsync_start;
   const uint32_t values[] = {
-      t.hactive, t.hactive >> 8,
-      hblank, hblank >> 8,
-      t.vactive, t.vactive >> 8,
+      t.hactive,
+      t.hactive >> 8,
+      hblank,
+      hblank >> 8,
+      t.vactive,
+      t.vactive >> 8,
       t.vtotal - t.vactive,
-      hdelay, hdelay >> 8,
-      hwidth, hwidth >> 8,
+      hdelay,
+      hdelay >> 8,
+      hwidth,
+      hwidth >> 8,
       t.vsync_start - t.vactive,
       t.vsync_end - t.vsync_start,
-      t.clock, t.clock >> 8, t.clock >> 16,
+      t.clock,
+      t.clock >> 8,
+      t.clock >> 16,
   };
   uint32_t at = frame_composer;
   for (const uint32_t value : values) store(at++, static_cast<uint8_t>(value));
@@ -195,7 +197,8 @@ void HdmiTransmitter::ddc_operation(uint8_t operation) {
                      byte_out(master, ddc_, stored(ddc_offset)) &&
                      byte_out(master, ddc_, stored(ddc_write_data));
       break;
-    default: return;
+    default:
+      return;
   }
   ddc_.stop();
   begin(master, faults_.ddc_busy, acknowledged, ddc_period());
@@ -221,7 +224,8 @@ void HdmiTransmitter::phy_operation(uint8_t operation) {
       acknowledged = acknowledged && byte_out(master, phy_bus_, stored(phy_write_high)) &&
                      byte_out(master, phy_bus_, stored(phy_write_low));
       break;
-    default: return;
+    default:
+      return;
   }
   phy_bus_.stop();
   begin(master, faults_.phy_busy, acknowledged, phy_period());
@@ -248,8 +252,8 @@ uint8_t HdmiTransmitter::clock_status() {
 }
 
 void HdmiTransmitter::power_phy(uint8_t configuration) {
-  phy_->set_power((configuration & phy_power_down) == 0 && (configuration & phy_transmitter_on) != 0,
-                  now());
+  phy_->set_power(
+      (configuration & phy_power_down) == 0 && (configuration & phy_transmitter_on) != 0, now());
 }
 
 // Registers -------------------------------------------------------------------------------------
@@ -262,11 +266,15 @@ uint8_t HdmiTransmitter::read_byte(uint32_t offset) {
     case phy_i2c_status_register:
       phy_master_.settle(now());
       return phy_master_.status;
-    case phy_status_register: return phy_status();
-    case clock_status_register: return clock_status();
+    case phy_status_register:
+      return phy_status();
+    case clock_status_register:
+      return clock_status();
     case ddc_operation_register:
-    case phy_operation_register: return 0;  // they start a transfer and keep nothing
-    default: return stored(offset);
+    case phy_operation_register:
+      return 0;  // they start a transfer and keep nothing
+    default:
+      return stored(offset);
   }
 }
 
@@ -284,9 +292,14 @@ void HdmiTransmitter::write_byte(uint32_t offset, uint8_t value) {
     case clock_status_register:
     case ddc_read_data:
     case phy_read_high:
-    case phy_read_low: return;  // read-only
-    case ddc_operation_register: ddc_operation(value); return;
-    case phy_operation_register: phy_operation(value); return;
+    case phy_read_low:
+      return;  // read-only
+    case ddc_operation_register:
+      ddc_operation(value);
+      return;
+    case phy_operation_register:
+      phy_operation(value);
+      return;
     case phy_configuration:
       store(offset, value);
       power_phy(value);
@@ -295,7 +308,8 @@ void HdmiTransmitter::write_byte(uint32_t offset, uint8_t value) {
       store(offset, value);
       phy_->set_reset((value & 1) != 0, now());
       return;
-    default: store(offset, value);
+    default:
+      store(offset, value);
   }
 }
 

@@ -13,11 +13,7 @@ namespace {
 // Each device's own file knows where it stands; a new one is a line here.
 using Installer = void (*)(Board&);
 constexpr Installer installers[] = {
-    install_vga,
-    install_io_ports,
-    install_pci_config,
-    install_hdmi_transmitters,
-    install_ddr_phys,
+    install_vga, install_io_ports, install_pci_config, install_hdmi_transmitters, install_ddr_phys,
 };
 
 }  // namespace

@@ -31,7 +31,8 @@ bool Monitor::write(uint8_t byte) {
       offset_ = byte;
       expects_ = Expects::data;
       return faults_.ddc_nack_at_byte != segment_ * segment_size + byte;
-    case Expects::data: return false;  // it is read-only
+    case Expects::data:
+      return false;  // it is read-only
   }
   return false;
 }
@@ -41,6 +42,8 @@ uint8_t Monitor::read() {
   return at < edid_.size() ? edid_[at] : erased;
 }
 
-void Monitor::stop() { segment_ = 0; }
+void Monitor::stop() {
+  segment_ = 0;
+}
 
 }  // namespace zvgsim

@@ -27,7 +27,9 @@ constexpr uint16_t made_up_device_id(Generation generation) {
   return static_cast<uint16_t>(0x0300 + static_cast<unsigned>(generation));
 }
 
-constexpr uint32_t pair(uint32_t low, uint32_t high) { return low | high << 16; }
+constexpr uint32_t pair(uint32_t low, uint32_t high) {
+  return low | high << 16;
+}
 
 }  // namespace
 

@@ -28,26 +28,35 @@ constexpr bool is_bridge(uint8_t index) {
 
 Vga::Vga(Board& board) : ByteBlock(board, vga_base), bridge_(board) {}
 
-bool Vga::colour() const { return (misc_output_ & colour_addressing) != 0; }
+bool Vga::colour() const {
+  return (misc_output_ & colour_addressing) != 0;
+}
 
 uint8_t Vga::read_byte(uint32_t port) {
   switch (port) {
-    case misc_output_read: return misc_output_;
-    case misc_output_write: return 0;  // reading it is input status 0: nothing is pending
+    case misc_output_read:
+      return misc_output_;
+    case misc_output_write:
+      return 0;  // reading it is input status 0: nothing is pending
     case mono_index:
-    case colour_index: return colour() == (port == colour_index) ? crtc_index_ : nobody;
+    case colour_index:
+      return colour() == (port == colour_index) ? crtc_index_ : nobody;
     case mono_data:
     case colour_data:
       if (colour() != (port == colour_data)) return nobody;
       return is_bridge(crtc_index_) ? bridge_.read(crtc_index_) : crtc_[crtc_index_];
-    default: return stored(port);
+    default:
+      return stored(port);
   }
 }
 
 void Vga::write_byte(uint32_t port, uint8_t value) {
   switch (port) {
-    case misc_output_read: return;
-    case misc_output_write: misc_output_ = value; return;
+    case misc_output_read:
+      return;
+    case misc_output_write:
+      misc_output_ = value;
+      return;
     case mono_index:
     case colour_index:
       if (colour() == (port == colour_index)) crtc_index_ = value;
@@ -61,7 +70,8 @@ void Vga::write_byte(uint32_t port, uint8_t value) {
         crtc_[crtc_index_] = value;
       }
       return;
-    default: store(port, value);
+    default:
+      store(port, value);
   }
 }
 

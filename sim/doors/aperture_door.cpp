@@ -40,6 +40,8 @@ class ApertureFile : public OpenFile {
 
 }  // namespace
 
-std::shared_ptr<OpenFile> ApertureDoor::open() { return std::make_shared<ApertureFile>(machine_); }
+std::shared_ptr<OpenFile> ApertureDoor::open() {
+  return std::make_shared<ApertureFile>(machine_);
+}
 
 }  // namespace zvgsim

@@ -69,12 +69,18 @@ int DriverFile::ioctl(unsigned long request, void* record) {
       return error;
     }
     switch (request) {
-      case number_of(register_access, sizeof(RegisterAccess)): return on<RegisterAccess>(record);
-      case number_of(ddc_read, sizeof(DdcRead)): return on<DdcRead>(record);
-      case number_of(kernel_version, sizeof(KernelVersion)): return on<KernelVersion>(record);
-      case number_of(pci_access, sizeof(PciAccess)): return on<PciAccess>(record);
-      case number_of(information, sizeof(Information)): return on<Information>(record);
-      case number_of(kernel_memory, sizeof(KernelMemory)): return on<KernelMemory>(record);
+      case number_of(register_access, sizeof(RegisterAccess)):
+        return on<RegisterAccess>(record);
+      case number_of(ddc_read, sizeof(DdcRead)):
+        return on<DdcRead>(record);
+      case number_of(kernel_version, sizeof(KernelVersion)):
+        return on<KernelVersion>(record);
+      case number_of(pci_access, sizeof(PciAccess)):
+        return on<PciAccess>(record);
+      case number_of(information, sizeof(Information)):
+        return on<Information>(record);
+      case number_of(kernel_memory, sizeof(KernelMemory)):
+        return on<KernelMemory>(record);
       case number_of(operate_3d, sizeof(Generic)):
       case number_of(operate_2d, sizeof(Generic)):
       case number_of(operate_dac, sizeof(Generic)):
@@ -83,11 +89,16 @@ int DriverFile::ioctl(unsigned long request, void* record) {
       case number_of(operate_spi, sizeof(Generic)):
       case number_of(auxiliary, sizeof(Auxiliary)):
         return answer_generic(_IOC_NR(request), record);
-      case number_of(i2c_transfer, sizeof(I2cTransfer)): return on<I2cTransfer>(record);
-      case number_of(query, sizeof(Query)): return on<Query>(record);
-      case number_of(command, sizeof(Command)): return on<Command>(record);
-      case number_of(ioport_access, sizeof(IoportAccess)): return on<IoportAccess>(record);
-      default: return ENOTTY;
+      case number_of(i2c_transfer, sizeof(I2cTransfer)):
+        return on<I2cTransfer>(record);
+      case number_of(query, sizeof(Query)):
+        return on<Query>(record);
+      case number_of(command, sizeof(Command)):
+        return on<Command>(record);
+      case number_of(ioport_access, sizeof(IoportAccess)):
+        return on<IoportAccess>(record);
+      default:
+        return ENOTTY;
     }
   };
   const std::lock_guard guard(machine_.lock());
@@ -105,9 +116,14 @@ int DriverFile::answer(RegisterAccess& record) {
   Board& board = machine_.card(record.card);
   if (!board.decodes(space, record.offset, record.width)) return EINVAL;
   switch (record.op) {
-    case op_read: record.value = board.read(space, record.offset, record.width); return 0;
-    case op_write: board.write(space, record.offset, record.width, record.value); return 0;
-    default: return EINVAL;
+    case op_read:
+      record.value = board.read(space, record.offset, record.width);
+      return 0;
+    case op_write:
+      board.write(space, record.offset, record.width, record.value);
+      return 0;
+    default:
+      return EINVAL;
   }
 }
 
@@ -125,12 +141,11 @@ int DriverFile::answer(DdcRead& record) {
   I2cBus& bus = machine_.card(record.card).ddc(record.channel);
   size_t size = edid_block_size;
   for (size_t i = 0; i < size; ++i) {
-    const bool selected =
-        (i < 256 || (bus.start(Monitor::segment_address, false) &&
-                     bus.write(static_cast<uint8_t>(i >> 8)))) &&
-        bus.start(Monitor::rom_address, false);
-    const bool answered = selected && bus.write(static_cast<uint8_t>(i)) &&
-                          bus.start(Monitor::rom_address, true);
+    const bool selected = (i < 256 || (bus.start(Monitor::segment_address, false) &&
+                                       bus.write(static_cast<uint8_t>(i >> 8)))) &&
+                          bus.start(Monitor::rom_address, false);
+    const bool answered =
+        selected && bus.write(static_cast<uint8_t>(i)) && bus.start(Monitor::rom_address, true);
     if (answered) record.data[i] = bus.read();
     bus.stop();
     if (!answered) {
@@ -159,8 +174,11 @@ int DriverFile::answer(PciAccess& record) {
     case op_read:
       record.value = static_cast<uint32_t>(board.read(Space::pci, record.offset, 4));
       return 0;
-    case op_write: board.write(Space::pci, record.offset, 4, record.value); return 0;
-    default: return EINVAL;
+    case op_write:
+      board.write(Space::pci, record.offset, 4, record.value);
+      return 0;
+    default:
+      return EINVAL;
   }
 }
 
@@ -179,7 +197,8 @@ int DriverFile::answer(KernelMemory& record) {
       return machine_.kmem_read(record.address, record.width, &record.value) ? 0 : EFAULT;
     case op_write:
       return machine_.kmem_write(record.address, record.width, record.value) ? 0 : EFAULT;
-    default: return EINVAL;
+    default:
+      return EINVAL;
   }
 }
 
@@ -221,23 +240,36 @@ int DriverFile::answer(Query& record) {
   };
   constexpr uint32_t no_such_engine = UINT32_MAX;  // -1
   switch (record.key) {
-    case query_device_id: return number(device_id(config.generation));
-    case query_axi_clock: return number(config.clocks.axi);
-    case query_vpu_clock: return number(config.clocks.vpu);
-    case query_3d_clock: return number(config.clocks.core_3d);
-    case query_2d_clock: return number(config.clocks.core_2d);
-    case query_ddr_clock: return number(config.clocks.ddr);
-    case query_3d_cores: return number(config.cores.core_3d);
-    case query_2d_cores: return number(config.cores.core_2d);
-    case query_cards: return number(config.cards);
-    case query_gop_version: return text(config.gop_version);
-    case query_memory_channels: return number(config.memory.channels);
+    case query_device_id:
+      return number(device_id(config.generation));
+    case query_axi_clock:
+      return number(config.clocks.axi);
+    case query_vpu_clock:
+      return number(config.clocks.vpu);
+    case query_3d_clock:
+      return number(config.clocks.core_3d);
+    case query_2d_clock:
+      return number(config.clocks.core_2d);
+    case query_ddr_clock:
+      return number(config.clocks.ddr);
+    case query_3d_cores:
+      return number(config.cores.core_3d);
+    case query_2d_cores:
+      return number(config.cores.core_2d);
+    case query_cards:
+      return number(config.cards);
+    case query_gop_version:
+      return text(config.gop_version);
+    case query_memory_channels:
+      return number(config.memory.channels);
     case query_engine_load:
       return number(argument < config.engine_load.size()
                         ? static_cast<uint32_t>(config.engine_load[argument])
                         : no_such_engine);
-    case query_firmware_version: return text(config.firmware_version);
-    default: return EINVAL;
+    case query_firmware_version:
+      return text(config.firmware_version);
+    default:
+      return EINVAL;
   }
 }
 
@@ -261,13 +293,18 @@ int DriverFile::answer(IoportAccess& record) {
     case op_read:
       record.value = static_cast<uint8_t>(board.read(Space::ioport, record.port, 1));
       return 0;
-    case op_write: board.write(Space::ioport, record.port, 1, record.value); return 0;
-    default: return EINVAL;
+    case op_write:
+      board.write(Space::ioport, record.port, 1, record.value);
+      return 0;
+    default:
+      return EINVAL;
   }
 }
 
 }  // namespace
 
-std::shared_ptr<OpenFile> DriverDoor::open() { return std::make_shared<DriverFile>(machine_); }
+std::shared_ptr<OpenFile> DriverDoor::open() {
+  return std::make_shared<DriverFile>(machine_);
+}
 
 }  // namespace zvgsim

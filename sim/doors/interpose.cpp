@@ -26,10 +26,10 @@ Function* next_symbol(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-#define ZVGSIM_REAL(name)                                                    \
-  ([] {                                                                      \
-    static auto* const real = zvgsim::next_symbol<decltype(::name)>(#name);  \
-    return real;                                                             \
+#define ZVGSIM_REAL(name)                                                   \
+  ([] {                                                                     \
+    static auto* const real = zvgsim::next_symbol<decltype(::name)>(#name); \
+    return real;                                                            \
   }())
 
 // Descriptors are small numbers; the few that stand for a device are found without a lock.
@@ -149,8 +149,12 @@ void unmount_all() {
   platform().munmap_observer = nullptr;
 }
 
-void lock_platform() { platform().lock.lock(); }
-void unlock_platform() { platform().lock.unlock(); }
+void lock_platform() {
+  platform().lock.lock();
+}
+void unlock_platform() {
+  platform().lock.unlock();
+}
 
 }  // namespace zvgsim
 

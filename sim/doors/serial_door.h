@@ -32,7 +32,7 @@ class SerialDoor {
     Machine& machine;
     UartLine uart;
     termios attributes{};
-    uint64_t sent_at = 0;           // when the last byte of the host is out
+    uint64_t sent_at = 0;            // when the last byte of the host is out
     std::deque<uint8_t> received{};  // at the host, not yet read
     std::mutex lock{};
 

@@ -9,7 +9,9 @@ namespace {
 
 enum CommandByte : uint8_t { set_baud = 0xFC, read_word = 0xFD, write_word = 0xFE, lead_in = 0xFF };
 
-constexpr bool is_command(uint8_t byte) { return byte >= set_baud; }
+constexpr bool is_command(uint8_t byte) {
+  return byte >= set_baud;
+}
 
 constexpr unsigned reply_size = 4;
 
@@ -32,10 +34,11 @@ uint64_t wire_time(size_t bytes, double baud) {
   return static_cast<uint64_t>(1e9 * UartLine::bits_per_byte * static_cast<double>(bytes) / baud);
 }
 
-UartLine::UartLine(Machine& machine)
-    : machine_(machine), baud_(machine.config().uart.baud) {}
+UartLine::UartLine(Machine& machine) : machine_(machine), baud_(machine.config().uart.baud) {}
 
-bool UartLine::understands(double baud) const { return std::abs(baud - baud_) <= tolerance * baud_; }
+bool UartLine::understands(double baud) const {
+  return std::abs(baud - baud_) <= tolerance * baud_;
+}
 
 void UartLine::receive(uint8_t byte, double baud, uint64_t time) {
   if (!understands(baud)) {
@@ -64,11 +67,14 @@ void UartLine::act(uint64_t time) {
       if (board.bus_read(address, enables, &word, false)) reply(word, time);
       return;
     }
-    case write_word: board.bus_write(address, enables, data, false); return;
+    case write_word:
+      board.bus_write(address, enables, data, false);
+      return;
     case set_baud:
       if (data != 0) baud_ = static_cast<double>(uart_clock) / data;
       return;
-    default: return;
+    default:
+      return;
   }
 }
 

@@ -4,9 +4,9 @@
 
 namespace zvgsim {
 
-constexpr char board_variable[] = "ZVGSIM_BOARD";               // board file; unset: a bare RQ302
+constexpr char board_variable[] = "ZVGSIM_BOARD";                // board file; unset: a bare RQ302
 constexpr char virtual_time_variable[] = "ZVGSIM_VIRTUAL_TIME";  // "1": sleeps cost nothing
-constexpr char trace_variable[] = "ZVGSIM_TRACE";               // file to append accesses to
+constexpr char trace_variable[] = "ZVGSIM_TRACE";                // file to append accesses to
 
 }  // namespace zvgsim
 

@@ -55,7 +55,9 @@ void start_trace(AccessTrace& trace, const char* path) {
   trace.start(file);
 }
 
-bool is_set(const char* value) { return value != nullptr && *value != '\0'; }
+bool is_set(const char* value) {
+  return value != nullptr && *value != '\0';
+}
 
 // Before main(), and before any other code of the program could open a device. Calls that come
 // earlier still, from the loader or other libraries, go to libc.

@@ -56,9 +56,8 @@ int list_boards(bool json) {
 int check(const std::string& file) {
   const BoardConfig config = load_board_file(file);
   const std::string generation(name(config.generation));
-  printf("%s: valid: %s, %u card%s, monitors on HDMI ports: %s\n", file.c_str(),
-         generation.c_str(), config.cards, config.cards == 1 ? "" : "s",
-         list(monitors(config)).c_str());
+  printf("%s: valid: %s, %u card%s, monitors on HDMI ports: %s\n", file.c_str(), generation.c_str(),
+         config.cards, config.cards == 1 ? "" : "s", list(monitors(config)).c_str());
   return exit_done;
 }
 

@@ -16,7 +16,9 @@ fs::path boards_folder() {
 
 }  // namespace
 
-std::string program_folder() { return fs::read_symlink("/proc/self/exe").parent_path().string(); }
+std::string program_folder() {
+  return fs::read_symlink("/proc/self/exe").parent_path().string();
+}
 
 std::string preload_library() {
   const fs::path prefix = fs::path(program_folder()).parent_path();
@@ -48,8 +50,7 @@ std::string find_board(const std::string& word) {
     names += (names.empty() ? "" : ", ") + board.name;
   }
   throw std::runtime_error("no board '" + word + "'; the ready boards in " +
-                           boards_folder().string() + " are: " +
-                           (names.empty() ? "none" : names) +
+                           boards_folder().string() + " are: " + (names.empty() ? "none" : names) +
                            ". A board file's name ends in .toml.");
 }
 

@@ -12,23 +12,26 @@ namespace zvgsim {
 namespace {
 
 constexpr char footer[] = R"(Examples:
-  zvgsim run -- zvgctl edid read --hdmi 0        a monitor's EDID, without any hardware
-  zvgsim run --board rq301 --trace log -- ./test every access of a program, in order
-  zvgsim serve --uart --link /tmp/board          then: zvgctl --serial /tmp/board ...
-  zvgsim check my-board.toml                     before you use it
+  zvgsim run -- zvgctl edid read --hdmi 0          a monitor's EDID, without any hardware
+  zvgsim run --board rq301 --trace log -- ./test   every access of a program, in order
+  zvgsim serve --uart --link /tmp/board            then: zvgctl --serial /tmp/board ...
+  zvgsim check my-board.toml                       before you use it
 
 Exit status: 0 done, 1 failed, 2 wrong usage; run ends with the program's own.)";
 
-constexpr char run_footer[] = R"(The program finds "/dev/zvgrw" (the driver), "/dev/mem" (the apertures) and "/dev/ttyZVG0" (the
+constexpr char run_footer[] =
+    R"(The program finds "/dev/zvgrw" (the driver), "/dev/mem" (the apertures) and "/dev/ttyZVG0" (the
 debug UART) as if the board were there. Every process gets a board of its own, fresh at its start.
 Everything after -- is the program and its arguments.)";
 
-constexpr char serve_footer[] = R"(Prints the path of the serial device as its first line, then answers until it is interrupted or
+constexpr char serve_footer[] =
+    R"(Prints the path of the serial device as its first line, then answers until it is interrupted or
 the time is over. The board starts at the rate its file says, 9600 baud as a rule.)";
 
 int main(int argc, char** argv) {
-  CLI::App app{"A virtual board: behavioural models of the card's devices behind the same doors as "
-               "a real one."};
+  CLI::App app{
+      "A virtual board: behavioural models of the card's devices behind the same doors as "
+      "a real one."};
   app.set_version_flag("--version", "zvgsim " ZVGSIM_VERSION);
   app.require_subcommand(1);
   app.footer(footer);
@@ -40,7 +43,9 @@ int main(int argc, char** argv) {
   RunOptions run_options;
   run_options.board = default_board;
   CLI::App* const run_command = app.add_subcommand("run", "run a program on a virtual board");
-  run_command->add_option("--board", run_options.board, board_help)->type_name("FILE|NAME")->capture_default_str();
+  run_command->add_option("--board", run_options.board, board_help)
+      ->type_name("FILE|NAME")
+      ->capture_default_str();
   run_command->add_flag("--virtual-time", run_options.virtual_time,
                         "the program's sleeps cost nothing: the board's clock jumps");
   run_command->add_option("--trace", run_options.trace, "write every access to a file, one a line")
@@ -58,12 +63,15 @@ int main(int argc, char** argv) {
   CLI::App* const serve_command =
       app.add_subcommand("serve", "offer a board's debug UART on a pseudo-terminal");
   serve_command->add_flag("--uart", uart, "the debug UART")->required();
-  serve_command->add_option("--board", serve_options.board, board_help)->type_name("FILE|NAME")->capture_default_str();
+  serve_command->add_option("--board", serve_options.board, board_help)
+      ->type_name("FILE|NAME")
+      ->capture_default_str();
   serve_command->add_option("--seconds", serve_options.seconds, "end after this time")
       ->type_name("N")
       ->check(CLI::Range(0.0, 1e9));
   serve_command
-      ->add_option("--link", serve_options.link, "a symbolic link to the device, while it is served")
+      ->add_option("--link", serve_options.link,
+                   "a symbolic link to the device, while it is served")
       ->type_name("PATH");
   serve_command->footer(serve_footer);
   serve_command->callback([&] { status = serve(serve_options); });
@@ -93,4 +101,6 @@ int main(int argc, char** argv) {
 
 }  // namespace zvgsim
 
-int main(int argc, char** argv) { return zvgsim::main(argc, argv); }
+int main(int argc, char** argv) {
+  return zvgsim::main(argc, argv);
+}

@@ -23,7 +23,9 @@ namespace {
 std::atomic<bool> stop{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 
-void on_signal(int) { stop = true; }
+void on_signal(int) {
+  stop = true;
+}
 
 // A symbolic link to the pseudo-terminal, while the object lives.
 class Link {

@@ -129,6 +129,7 @@ pll_lock_ms = 77
 offset = 0x103C2
 width = 1
 value = 3
+after_reads = 12
 
 [[registers]]
 space = "vram"
@@ -223,6 +224,7 @@ never_answers = true
   EXPECT_EQ(config.registers[0].offset, 0x103C2u);
   EXPECT_EQ(config.registers[0].width, 1u);
   EXPECT_EQ(config.registers[0].value, 3u);
+  EXPECT_EQ(config.registers[0].after_reads, 12u);
   EXPECT_EQ(config.registers[1].space, Space::vram);
   EXPECT_EQ(config.registers[1].width, 8u);
   EXPECT_EQ(config.registers[1].value, UINT64_MAX);
@@ -307,10 +309,8 @@ TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
       {"[hdmi]\nport = 0", "1: hdmi: expected an array of tables, as [[hdmi]], found a table"},
       {"[[hdmi]]\nedid = \"one.edid\"", "1: hdmi[0]: expected a port = 0 to 3"},
       {"[[hdmi]]\nport = 4", "2: hdmi[0].port: expected a number from 0 to 3, found 4"},
-      {"[[hdmi]]\nport = 1\n[[hdmi]]\nport = 1",
-       "3: hdmi[1]: port 1 is described a second time"},
-      {"[[hdmi]]\nport = 0\nhot_plug = 1",
-       "3: hdmi[0].hot_plug: expected true or false, found 1"},
+      {"[[hdmi]]\nport = 1\n[[hdmi]]\nport = 1", "3: hdmi[1]: port 1 is described a second time"},
+      {"[[hdmi]]\nport = 0\nhot_plug = 1", "3: hdmi[0].hot_plug: expected true or false, found 1"},
       {"[[hdmi]]\nport = 0\nreceiver_sense = 16",
        "3: hdmi[0].receiver_sense: expected a number from 0 to 15, found 16"},
       {"[[registers]]\nvalue = 1", "1: registers[0]: expected an offset"},
@@ -322,6 +322,8 @@ TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
       {"[[registers]]\nspace = \"kmem\"\noffset = 0\nvalue = 1",
        "1: registers[0]: expected an offset from 0xFFFF888000000000 to 0xFFFF8880000FFFFF, found "
        "0x0"},
+      {"[[registers]]\nspace = \"vram\"\noffset = 0\nvalue = 1\nafter_reads = 1",
+       "1: registers[0]: expected the space \"mmio\" with after_reads"},
       {"[[registers]]\nspace = \"pci\"\noffset = 0\nvalue = 1",
        "2: registers[0].space: expected \"mmio\", \"vram\" or \"kmem\", found \"pci\""},
       {"[[faults.driver]]\nerrno = \"EIO\"",
@@ -387,8 +389,8 @@ TEST_F(BoardFileTest, EdidFilesAreChecked) {
   put("short.edid", 100);
   put("huge.edid", 257 * 128);
   put("largest.edid", 256 * 128);
-  for (const auto& [name, size] : {std::pair{"empty", "0"}, std::pair{"short", "100"},
-                                   std::pair{"huge", "32896"}}) {
+  for (const auto& [name, size] :
+       {std::pair{"empty", "0"}, std::pair{"short", "100"}, std::pair{"huge", "32896"}}) {
     EXPECT_THAT(problems(start + "\"" + name + ".edid\""),
                 ElementsAre(std::string("3: hdmi[0].edid: expected a file of 1 to 256 blocks of "
                                         "128 bytes, found ") +
@@ -408,9 +410,9 @@ TEST_F(BoardFileTest, EdidFilesStandBesideTheBoardFile) {
 }
 
 TEST_F(BoardFileTest, EverythingWrongIsTold) {
-  EXPECT_THAT(problems("cards = 0\ntypo = 1\n[uart]\nbaud = 1\n"),
-              ElementsAre(HasSubstr("1: cards: "), HasSubstr("4: uart.baud: "),
-                          HasSubstr("2: typo: ")));
+  EXPECT_THAT(
+      problems("cards = 0\ntypo = 1\n[uart]\nbaud = 1\n"),
+      ElementsAre(HasSubstr("1: cards: "), HasSubstr("4: uart.baud: "), HasSubstr("2: typo: ")));
 }
 
 TEST_F(BoardFileTest, SyntaxErrorsHaveTheirLine) {

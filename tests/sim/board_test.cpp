@@ -57,14 +57,14 @@ TEST_F(BoardTest, DecodesToTheLastByteOfEachSpace) {
     unsigned width;
     bool decoded;
   } rows[] = {
-      {Space::mmio, 0xFFFFFF, 1, true},     {Space::mmio, 0xFFFFFF, 2, false},
-      {Space::mmio, 0x1000000, 1, false},   {Space::mmio, 0xFFFFF8, 8, true},
-      {Space::mmio, UINT64_MAX, 8, false},  {Space::vram, 0xFFFFFFC, 4, true},
-      {Space::vram, 0xFFFFFFD, 4, false},   {Space::vram, 0x10000000, 1, false},
-      {Space::pci, 0xFFC, 4, true},         {Space::pci, 0x1000, 4, false},
-      {Space::pci, 2, 4, false},            {Space::pci, 0, 2, false},
-      {Space::ioport, 0xFF, 1, true},       {Space::ioport, 0x100, 1, false},
-      {Space::ioport, 0xC0, 2, false},      {Space::kmem, 0, 1, false},
+      {Space::mmio, 0xFFFFFF, 1, true},    {Space::mmio, 0xFFFFFF, 2, false},
+      {Space::mmio, 0x1000000, 1, false},  {Space::mmio, 0xFFFFF8, 8, true},
+      {Space::mmio, UINT64_MAX, 8, false}, {Space::vram, 0xFFFFFFC, 4, true},
+      {Space::vram, 0xFFFFFFD, 4, false},  {Space::vram, 0x10000000, 1, false},
+      {Space::pci, 0xFFC, 4, true},        {Space::pci, 0x1000, 4, false},
+      {Space::pci, 2, 4, false},           {Space::pci, 0, 2, false},
+      {Space::ioport, 0xFF, 1, true},      {Space::ioport, 0x100, 1, false},
+      {Space::ioport, 0xC0, 2, false},     {Space::kmem, 0, 1, false},
       {Space::bus, 0x1000000, 4, false},
   };
   for (const auto& row : rows) {
@@ -130,7 +130,8 @@ TEST_F(BoardTest, BusWriteChangesEnabledLanesOnly) {
     uint32_t word = 0;
     ASSERT_TRUE(board_.bus_read(bus_vram_base, enables, &word, false));
     uint32_t lanes = 0;
-    for (unsigned lane = 0; lane < 4; ++lane) lanes |= (enables >> lane & 1) * (0xFFu << (8 * lane));
+    for (unsigned lane = 0; lane < 4; ++lane)
+      lanes |= (enables >> lane & 1) * (0xFFu << (8 * lane));
     EXPECT_EQ(word, expected & lanes) << "enables " << enables;
   }
 }
@@ -141,12 +142,12 @@ TEST_F(BoardTest, BusUsesTheWidestAccessThatEnablesAllow) {
     board_.bus_write(bus_mmio_base + 0x300000, enables, 0x44332211, false);
   }
   EXPECT_THAT(machine_.trace().take(),
-              ElementsAre("w4 mmio 0x300000 0x44332211",                           // 1111
-                          "w2 mmio 0x300000 0x2211",                               // 0011
-                          "w2 mmio 0x300002 0x4433",                               // 1100
-                          "w1 mmio 0x300003 0x44",                                 // 1000
-                          "w1 mmio 0x300001 0x22", "w1 mmio 0x300002 0x33",        // 0110
-                          "w2 mmio 0x300000 0x2211", "w1 mmio 0x300003 0x44"));    // 1011
+              ElementsAre("w4 mmio 0x300000 0x44332211",                         // 1111
+                          "w2 mmio 0x300000 0x2211",                             // 0011
+                          "w2 mmio 0x300002 0x4433",                             // 1100
+                          "w1 mmio 0x300003 0x44",                               // 1000
+                          "w1 mmio 0x300001 0x22", "w1 mmio 0x300002 0x33",      // 0110
+                          "w2 mmio 0x300000 0x2211", "w1 mmio 0x300003 0x44"));  // 1011
 }
 
 TEST_F(BoardTest, NobodyAnswersBetweenTheSpaces) {
@@ -162,8 +163,8 @@ TEST_F(BoardTest, TraceTellsBridgeFromOthers) {
   board_.bus_read(bus_vram_base + 8, 0xF, &word, true);
   board_.bus_read(bus_vram_base + 8, 0xF, &word, false);
   board_.bus_write(bus_mmio_base + 0x300004, 0x2, 0xAB00, true);
-  EXPECT_THAT(machine_.trace().take(), ElementsAre("r4 bus 0x8000000008 0x0", "r4 vram 0x8 0x0",
-                                                   "w1 bus 0x1300005 0xab"));
+  EXPECT_THAT(machine_.trace().take(),
+              ElementsAre("r4 bus 0x8000000008 0x0", "r4 vram 0x8 0x0", "w1 bus 0x1300005 0xab"));
 }
 
 TEST_F(BoardTest, DispatchLeavesNoTraceAndCostsNothing) {
@@ -207,6 +208,23 @@ TEST(MachineTest, InitialValuesAreWrittenInOrderThroughTheDevices) {
   EXPECT_EQ(value, 42u);
 }
 
+TEST(MachineTest, RegistersChangeAfterSomeReadsThroughAnyDoor) {
+  BoardConfig config;
+  config.registers = {{.offset = 0x300000, .value = 7, .after_reads = 3}};
+  Machine machine(config);
+  Board& board = machine.card();
+  uint32_t word = 1;
+  EXPECT_EQ(board.read(Space::mmio, 0x300000, 4), 0u);
+  EXPECT_TRUE(board.bus_read(bus_mmio_base + 0x300000, 0xF, &word, false));
+  EXPECT_EQ(word, 0u);
+  EXPECT_EQ(board.read(Space::mmio, 0x300004, 4), 0u) << "another register's read does not count";
+  EXPECT_EQ(board.read(Space::mmio, 0x300000, 4), 0u);
+  EXPECT_TRUE(board.bus_read(bus_mmio_base + 0x300000, 0xF, &word, true));
+  EXPECT_EQ(word, 7u);
+  board.write(Space::mmio, 0x300000, 4, 9);
+  EXPECT_EQ(board.read(Space::mmio, 0x300000, 4), 9u) << "it changes once";
+}
+
 TEST(MachineTest, KernelMemoryIsItsRangeAndNoMore) {
   BoardConfig config;
   config.kernel = {0xFFFF888000000000, 0x1000};
@@ -216,8 +234,8 @@ TEST(MachineTest, KernelMemoryIsItsRangeAndNoMore) {
   EXPECT_TRUE(machine.kmem_read(0xFFFF888000000FFE, 2, &value));
   EXPECT_EQ(value, 0x1122u);
   value = 99;
-  for (const uint64_t address : {0xFFFF888000000FFFull, 0xFFFF887FFFFFFFFFull, 0xFFFF888000001000ull,
-                                 0ull, UINT64_MAX + 0ull}) {
+  for (const uint64_t address : {0xFFFF888000000FFFull, 0xFFFF887FFFFFFFFFull,
+                                 0xFFFF888000001000ull, 0ull, UINT64_MAX + 0ull}) {
     EXPECT_FALSE(machine.kmem_read(address, 2, &value)) << std::hex << address;
     EXPECT_FALSE(machine.kmem_write(address, 2, 0)) << std::hex << address;
   }

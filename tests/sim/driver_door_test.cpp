@@ -168,14 +168,13 @@ TEST_F(DriverDoorTest, GenericOperationsAreAcceptedAndWrittenDown) {
   const Generic generic = {{5, 6, 7, 8}, 9};
   memcpy(ddr.bytes, &generic, sizeof generic);
   EXPECT_EQ(request(0xC214640C, &ddr), 0);
-  EXPECT_THAT(trace().take(),
-              ElementsAre("# request 0x07: 0x1 0x2 0x3 0x4 0xc0186407",
-                          "# request 0x08: 0x1 0x2 0x3 0x4 0xc0186408",
-                          "# request 0x09: 0x1 0x2 0x3 0x4 0xc0186409",
-                          "# request 0x0a: 0x1 0x2 0x3 0x4 0xc018640a",
-                          "# request 0x0b: 0x1 0x2 0x3 0x4 0xc018640b",
-                          "# request 0x0e: 0x1 0x2 0x3 0x4 0xc018640e",
-                          "# request 0x0c: 0x5 0x6 0x7 0x8 0x9"));
+  EXPECT_THAT(trace().take(), ElementsAre("# request 0x07: 0x1 0x2 0x3 0x4 0xc0186407",
+                                          "# request 0x08: 0x1 0x2 0x3 0x4 0xc0186408",
+                                          "# request 0x09: 0x1 0x2 0x3 0x4 0xc0186409",
+                                          "# request 0x0a: 0x1 0x2 0x3 0x4 0xc018640a",
+                                          "# request 0x0b: 0x1 0x2 0x3 0x4 0xc018640b",
+                                          "# request 0x0e: 0x1 0x2 0x3 0x4 0xc018640e",
+                                          "# request 0x0c: 0x5 0x6 0x7 0x8 0x9"));
 }
 
 TEST_F(DriverDoorTest, I2cFindsNoDevices) {
@@ -300,8 +299,14 @@ TEST_F(DriverDoorTest, UnknownNumbersAreNotTheDrivers) {
   std::array<uint8_t, 1024> record{};
   const unsigned long numbers[] = {
       0xC020640D,  // unused
-      0xC0206413, 0xC0086414, 0xC0046415, 0xC0046417,  // no models yet
-      0xC0206418, 0xC01C6401 /* size */, 0x40206401 /* direction */, 0xC0206501 /* type */,
+      0xC0206413,
+      0xC0086414,
+      0xC0046415,
+      0xC0046417,  // no models yet
+      0xC0206418,
+      0xC01C6401 /* size */,
+      0x40206401 /* direction */,
+      0xC0206501 /* type */,
       0x5401 /* a terminal's */,
   };
   for (const unsigned long number : numbers) {

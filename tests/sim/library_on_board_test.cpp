@@ -61,7 +61,8 @@ TEST_F(LibraryOnBoard, BridgeReachesEveryWidth) {
     power_up(config);
     ASSERT_GE(zvgRwOpen(0), 0);
     for (unsigned lane = 0; lane < 16; ++lane) {
-      EXPECT_EQ(zvgAmbaWriteByte(bus_vram_base + 0x40 + lane, static_cast<uint8_t>(0xA0 + lane)), 0);
+      EXPECT_EQ(zvgAmbaWriteByte(bus_vram_base + 0x40 + lane, static_cast<uint8_t>(0xA0 + lane)),
+                0);
     }
     EXPECT_EQ(peek(0x48, 8, Space::vram), 0xAFAEADACABAAA9A8u);
     uint16_t word = 0;

@@ -30,9 +30,9 @@ TEST(PciConfigTest, HeaderDescribesADisplayController) {
 }
 
 TEST(PciConfigTest, DeviceIdFollowsTheGeneration) {
-  for (const auto& [generation, id] : {std::pair{Generation::rq300, 0x0300u},
-                                       std::pair{Generation::rq301, 0x0301u},
-                                       std::pair{Generation::rq302, 0x0302u}}) {
+  for (const auto& [generation, id] :
+       {std::pair{Generation::rq300, 0x0300u}, std::pair{Generation::rq301, 0x0301u},
+        std::pair{Generation::rq302, 0x0302u}}) {
     BoardConfig config;
     config.generation = generation;
     Machine machine(config);

@@ -14,9 +14,7 @@ class VgaTest : public ::testing::Test {
     return static_cast<uint8_t>(board_.read(Space::mmio, 0x10000 + port, 1));
   }
   void out(uint32_t port, uint8_t value) { board_.write(Space::mmio, 0x10000 + port, 1, value); }
-  uint8_t io_in(uint8_t port) {
-    return static_cast<uint8_t>(board_.read(Space::ioport, port, 1));
-  }
+  uint8_t io_in(uint8_t port) { return static_cast<uint8_t>(board_.read(Space::ioport, port, 1)); }
   void io_out(uint8_t port, uint8_t value) { board_.write(Space::ioport, port, 1, value); }
 
   Machine machine_{BoardConfig{}};

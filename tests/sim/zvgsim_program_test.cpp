@@ -1,4 +1,5 @@
-// zvgsim as its users have it: real processes, a real pseudo-terminal, a program that knows nothing.
+// zvgsim as its users have it: real processes, a real pseudo-terminal, a program that knows
+// nothing.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -95,8 +96,7 @@ TEST_F(ZvgsimProgram, RunStandsThreadsAndForks) {
 }
 
 TEST_F(ZvgsimProgram, VirtualTimeCostsNothing) {
-  const Finished finished =
-      run_program({zvgsim, "run", "--virtual-time", "--", visitor, "sleep"});
+  const Finished finished = run_program({zvgsim, "run", "--virtual-time", "--", visitor, "sleep"});
   EXPECT_EQ(finished.out, "slept virtually\n");
 }
 
@@ -122,8 +122,8 @@ TEST_F(ZvgsimProgram, ProcessesOfAProgramShareTheTrace) {
 }
 
 TEST_F(ZvgsimProgram, RunKeepsWhatWasPreloaded) {
-  const Finished finished = run_program(
-      {zvgsim, "run", "--", "/bin/sh", "-c", "echo $LD_PRELOAD"}, {"LD_PRELOAD=/nonexistent/x.so"});
+  const Finished finished = run_program({zvgsim, "run", "--", "/bin/sh", "-c", "echo $LD_PRELOAD"},
+                                        {"LD_PRELOAD=/nonexistent/x.so"});
   EXPECT_THAT(finished.out, ::testing::EndsWith("/libzvgsim_preload.so:/nonexistent/x.so\n"));
 }
 
@@ -158,10 +158,10 @@ TEST_F(ZvgsimProgram, WrongBoardsAreToldBeforeTheProgramRuns) {
 }
 
 TEST_F(ZvgsimProgram, PreloadedAloneItStillTellsAWrongBoard) {
-  const Finished finished = run_program(
-      {visitor, "registers"},
-      {"LD_PRELOAD=" ZVGSIM_PRELOAD, "ASAN_OPTIONS=verify_asan_link_order=0",
-       "ZVGSIM_BOARD=/nonexistent.toml"});
+  const Finished finished =
+      run_program({visitor, "registers"},
+                  {"LD_PRELOAD=" ZVGSIM_PRELOAD, "ASAN_OPTIONS=verify_asan_link_order=0",
+                   "ZVGSIM_BOARD=/nonexistent.toml"});
   EXPECT_EQ(finished.status, 1);
   EXPECT_EQ(finished.err, "zvgsim: /nonexistent.toml: No such file or directory\n");
 }
@@ -178,7 +178,8 @@ TEST_F(ZvgsimProgram, PreloadedAloneItIsABareBoard) {
 // The host's end of the line.
 class Host {
  public:
-  explicit Host(const std::string& path) : fd_(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
+  explicit Host(const std::string& path)
+      : fd_(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
   ~Host() { close(fd_); }
   bool is_open() const { return fd_ >= 0; }
   void set_baud(speed_t speed) {
@@ -211,8 +212,7 @@ class Host {
   const int fd_;
 };
 
-const std::vector<uint8_t> write_300000 = {0xFE, 0x0F, 0,    0x01, 0x30, 0,
-                                           0,    0x0D, 0x0A, 0x11, 0x13};
+const std::vector<uint8_t> write_300000 = {0xFE, 0x0F, 0, 0x01, 0x30, 0, 0, 0x0D, 0x0A, 0x11, 0x13};
 const std::vector<uint8_t> read_300000 = {0xFD, 0x0F, 0, 0x01, 0x30, 0, 0, 0, 0, 0, 0};
 constexpr int patience = 5000;  // ms, for what does come
 constexpr int silence = 150;    // ms, for what must not come
@@ -340,9 +340,9 @@ TEST_F(ZvgsimProgram, CheckTellsWhatABoardIs) {
   board("cards = 0\ngeneraton = \"rq300\"\n");
   finished = run_program({zvgsim, "check", path});
   EXPECT_EQ(finished.status, 1);
-  EXPECT_EQ(finished.err,
-            "zvgsim: " + path + ":1: cards: expected a number from 1 to 16, found 0\n" + path +
-                ":2: generaton: unknown key; did you mean 'generation'?\n");
+  EXPECT_EQ(finished.err, "zvgsim: " + path +
+                              ":1: cards: expected a number from 1 to 16, found 0\n" + path +
+                              ":2: generaton: unknown key; did you mean 'generation'?\n");
 }
 
 // The command line ------------------------------------------------------------------------------

@@ -14,8 +14,8 @@
 
 namespace zvgtest {
 
-// Every test begins with a fresh board behind "/dev/zvgrw", "/dev/mem" and "/dev/ttyZVG0"; sleeps of
-// the code under test cost nothing. No connection is open: the test opens the one that it wants.
+// Every test begins with a fresh board behind "/dev/zvgrw", "/dev/mem" and "/dev/ttyZVG0"; sleeps
+// of the code under test cost nothing. No connection is open: the test opens the one that it wants.
 //
 //   class MyTest : public BoardFixture {
 //    protected:
@@ -47,9 +47,9 @@ class BoardFixture : public ::testing::Test {
     zvgsim::unmount_all();
   }
 
-  // Swaps the board for another one. An open connection is closed first. The first board of a process
-  // comes up in monochrome VGA addressing, as after a reset; later ones in colour addressing: the
-  // library sets it only once a process, and counts on it ever after.
+  // Swaps the board for another one. An open connection is closed first. The first board of a
+  // process comes up in monochrome VGA addressing, as after a reset; later ones in colour
+  // addressing: the library sets it only once a process, and counts on it ever after.
   void power_up(zvgsim::BoardConfig config) {
     power_down();
     static bool first = true;
