@@ -31,9 +31,14 @@ value = 0xA5
 class ScriptTool : public testing::Test {
  protected:
   Result run(const std::string& command) {
-    std::vector<std::string> words = {ZVGSIM_PROGRAM, "run", "--virtual-time", "--board",
-                                      folder_.put("test.toml", board), "--trace",
-                                      folder_.path("trace"), "--"};
+    std::vector<std::string> words = {ZVGSIM_PROGRAM,
+                                      "run",
+                                      "--virtual-time",
+                                      "--board",
+                                      folder_.put("test.toml", board),
+                                      "--trace",
+                                      folder_.path("trace"),
+                                      "--"};
     for (const std::string& word : zvgtest::zvgctl_words(command)) words.push_back(word);
     return zvgtest::run(words);
   }
@@ -49,9 +54,9 @@ class ScriptTool : public testing::Test {
 };
 
 TEST_F(ScriptTool, SumsAGoodScriptUp) {
-  const Result result =
-      script("# a comment\n300008 12 W 0 32\n300004 A5 C FF 8\n300000 1 R 1 32\n"
-             "30000C 3 S F 16\nusleep 5\necho done\n");
+  const Result result = script(
+      "# a comment\n300008 12 W 0 32\n300004 A5 C FF 8\n300000 1 R 1 32\n"
+      "30000C 3 S F 16\nusleep 5\necho done\n");
   EXPECT_EQ(result.exit, 0);
   EXPECT_EQ(result.out, " done\n2 writes, 1 check, 1 poll\n");
   EXPECT_EQ(result.err, "");
@@ -60,8 +65,7 @@ TEST_F(ScriptTool, SumsAGoodScriptUp) {
 TEST_F(ScriptTool, FailedCheckExitsWithOne) {
   const Result result = script("300004 5A C FF 8\n300008 1 W 0 32\n");
   EXPECT_EQ(result.exit, 1);
-  EXPECT_EQ(result.out,
-            "1: read [300004] == 0xa5 != 5a (mask FF)\n1 write, 1 check (1 failed)\n");
+  EXPECT_EQ(result.out, "1: read [300004] == 0xa5 != 5a (mask FF)\n1 write, 1 check (1 failed)\n");
   EXPECT_THAT(result.err, HasSubstr("did not run as it should"));
 }
 
@@ -205,9 +209,8 @@ TEST_F(ScriptTool, CheckFileIsSummedUp) {
 
 TEST_F(ScriptTool, ReadFileIsLoggedAndSummedUp) {
   const std::string file = folder_.put("read.txt", "300004 RM0 0 8\n8C RV1 0 8\n");
-  std::vector<std::string> words = {"/bin/sh", "-c",
-                                    "cd " + folder_.path("") + " && exec " ZVGCTL_PROGRAM
-                                    " --sim read " + file};
+  std::vector<std::string> words = {
+      "/bin/sh", "-c", "cd " + folder_.path("") + " && exec " ZVGCTL_PROGRAM " --sim read " + file};
   const Result result = zvgtest::run(words, zvgtest::on_virtual_time());
   EXPECT_EQ(result.exit, 1);
   EXPECT_THAT(result.out, HasSubstr("reg data is in out_file.txt!\n2 reads, 1 failure\n"));
@@ -281,8 +284,7 @@ TEST_F(ScriptTool, RecordingOverTheSerialLineIsTheSame) {
             0);
   const std::string driver = folder_.get("driver.txt");
   EXPECT_THAT(driver, HasSubstr("\n300004 a5 C 0 8\n300004 a3 W ffffffff 8\n"));
-  EXPECT_THAT(folder_.get("serial.txt"),
-              HasSubstr("\n300004 a5 C 0 8\n300004 a3 W ffffffff 8\n"));
+  EXPECT_THAT(folder_.get("serial.txt"), HasSubstr("\n300004 a5 C 0 8\n300004 a3 W ffffffff 8\n"));
 }
 
 TEST_F(ScriptTool, RecordingSaysWhatAScriptCannot) {

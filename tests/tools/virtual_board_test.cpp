@@ -186,6 +186,15 @@ TEST(InfoTest, WhatTheDriverDoesNotTellIsSaid) {
   EXPECT_TRUE(document["video_memory"].is_null());
 }
 
+TEST(InfoTest, ADriverThatDoesNotTellTheChip) {
+  Bench bench(
+      "generation = \"rq302\"\n[[faults.driver]]\nrequest = 1\nnumber = 0x10\nerrno = \"EIO\"\n");
+  const Result result = bench.run("info");
+  EXPECT_EQ(result.exit, 0);
+  EXPECT_THAT(result.out, HasSubstr("Generation             not told by the driver\n"));
+  EXPECT_THAT(result.out, testing::Not(HasSubstr("System control")));
+}
+
 TEST(InfoTest, MemoryTellsItsApertures) {
   Bench bench;
   EXPECT_EQ(bench.run("info --mem 0xE0000000:0x1000000").out,

@@ -153,8 +153,9 @@ void print_info(Connection& connection) {
     line("Video memory aperture", aperture_text(options.vram));
   }
   if (options.door == Door::serial) line("Serial line", connection.serial()->name());
-  line("Generation", connection.generation_known() ? connection.generation_name()
-                                                   : "unknown: --generation tells");
+  line("Generation", connection.generation_known()  ? connection.generation_name()
+                     : options.door == Door::driver ? "not told by the driver"
+                                                    : "unknown: --generation tells");
   if (options.door == Door::driver) print_driver(connection, ask_driver());
   if (!connection.generation_known()) return;
   for (const BaseItem& item : bases) line(item.label, hex(zvg_gpu_hardware[item.word], 6));

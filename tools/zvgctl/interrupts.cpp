@@ -55,7 +55,7 @@ void handle(int signal_number, void (*handler)(int)) {
 }  // namespace
 
 void catch_interrupts() {
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) handle(signal_number, end_by_signal);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) handle(signal_number, end_by_signal);
 }
 
 void remove_when_interrupted(const char* path) {

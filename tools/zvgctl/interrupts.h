@@ -5,7 +5,7 @@
 
 namespace zvgctl {
 
-// Catches SIGINT, SIGTERM and SIGHUP: tidies up as told below, then ends as the signal would.
+// Catches the signals that people, terminals and pipes end programs with: tidies up as told below, then ends as the signal would.
 void catch_interrupts();
 
 // The half-written file to remove; null for none. The text is copied.
