@@ -11,6 +11,9 @@
 // The fetched bytes stay allocated by contract.
 extern "C" const char* __lsan_default_suppressions() { return "leak:zvgHdmiEDIDRead\n"; }
 
+// The library's allocations come here, so that a test can refuse them. The sanitizer has an
+// allocator of its own, which must not be taken over.
+#if !defined(__SANITIZE_ADDRESS__)
 namespace {
 
 bool g_no_malloc = false;
@@ -18,8 +21,6 @@ bool g_no_realloc = false;
 
 }  // namespace
 
-#if !defined(__SANITIZE_ADDRESS__)
-// The library's allocations come here, so that a test can refuse them.
 extern "C" __attribute__((visibility("default"))) void* __libc_malloc(size_t);
 extern "C" __attribute__((visibility("default"))) void* malloc(size_t size) {
   return g_no_malloc ? nullptr : __libc_malloc(size);
