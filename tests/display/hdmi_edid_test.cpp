@@ -8,9 +8,6 @@
 #include "support/recorded_platform.h"
 #include "util_zvg.h"
 
-// The fetched bytes stay allocated by contract.
-extern "C" const char* __lsan_default_suppressions() { return "leak:zvgHdmiEDIDRead\n"; }
-
 // The library's allocations come here, so that a test can refuse them. The sanitizer has an
 // allocator of its own, which must not be taken over.
 #if !defined(__SANITIZE_ADDRESS__)
