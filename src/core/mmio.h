@@ -22,19 +22,20 @@ inline int by_driver(uint32_t bar, uint32_t op, uint32_t width, uint64_t offset,
   return result;
 }
 
-// Apertures take accesses at any offset, so that the types carry no alignment.
-using Byte [[gnu::may_alias]] = volatile uint8_t;
-using Word [[gnu::may_alias, gnu::aligned(1)]] = volatile uint16_t;
-using Long [[gnu::may_alias, gnu::aligned(1)]] = volatile uint32_t;
-using Quad [[gnu::may_alias, gnu::aligned(1)]] = volatile uint64_t;
+// A register or a piece of memory in an aperture. Apertures take accesses at any offset, so that
+// the type carries no alignment; each access is one load or store all the same.
+template <typename Value>
+struct [[gnu::packed, gnu::may_alias]] Cell {
+  volatile Value value;
+};
 
-template <typename Cell>
+template <typename Value>
 inline void load_or_store(void* address, uint32_t op, uint64_t* value) {
-  auto* const cell = static_cast<Cell*>(address);
+  auto* const cell = static_cast<Cell<Value>*>(address);
   if (op == ZVG_OP_READ) {
-    *value = *cell;
+    *value = cell->value;
   } else {
-    *cell = static_cast<Cell>(*value);
+    cell->value = static_cast<Value>(*value);
   }
 }
 
@@ -56,16 +57,16 @@ inline int by_aperture(uint32_t bar, uint32_t op, uint32_t width, uint64_t offse
   void* const address = static_cast<uint8_t*>(aperture.base) + offset;
   switch (access) {
     case 1:
-      load_or_store<Byte>(address, op, value);
+      load_or_store<uint8_t>(address, op, value);
       break;
     case 2:
-      load_or_store<Word>(address, op, value);
+      load_or_store<uint16_t>(address, op, value);
       break;
     case 8:
-      load_or_store<Quad>(address, op, value);
+      load_or_store<uint64_t>(address, op, value);
       break;
     default:
-      load_or_store<Long>(address, op, value);
+      load_or_store<uint32_t>(address, op, value);
       break;
   }
   return 0;

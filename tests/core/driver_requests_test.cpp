@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <string.h>
 
+#include <algorithm>
+
 #include "support/capture.h"
 #include "support/recorded_platform.h"
 #include "util_zvg.h"
@@ -173,7 +175,7 @@ std::string i2c(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op, uint32
                 const std::vector<uint8_t>& data = {}) {
   uint32_t head[] = {2, bus, device, reg, op, length};
   uint8_t rest[516] = {};
-  memcpy(rest, data.data(), data.size());
+  std::copy(data.begin(), data.end(), rest);
   return "ioctl 0xc21c640f " + hex(head, sizeof head) + hex(rest, sizeof rest);
 }
 
