@@ -222,7 +222,9 @@ TEST_F(DriverDoorTest, QueriesAnswerFromTheBoard) {
   EXPECT_EQ(query_number(11, 2), 100u);
   EXPECT_EQ(query_number(11, 3), 0xFFFFFFFFu) << "an engine that is not there";
   Query unknown = {0, 13, {}}, card = {2, 0, {}};
+  unknown.data[5] = 0x77;
   EXPECT_EQ(request(0xC0886410, &unknown), EINVAL);
+  EXPECT_EQ(unknown.data[5], 0x77) << "a failed request changed its record";
   EXPECT_EQ(request(0xC0886410, &card), ENODEV);
 }
 
