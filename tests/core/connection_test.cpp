@@ -206,12 +206,14 @@ TEST(DriverOpen, CardAndDeviceOutliveTheClose) {
   EXPECT_EQ(get_device_id(), 0x202u);
 }
 
+// A mapping that a close may take away again.
+void* pages(size_t length, off_t) {
+  return mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+}
+
 TEST(MemoryOpen, MapsBothAperturesSharedAtTheirBases) {
   RecordedPlatform platform;
-  static uint8_t mmio[0x2000], vram[0x1000];
-  platform.on_mmap = [](size_t length, off_t) -> void* {
-    return length == sizeof mmio ? mmio : vram;
-  };
+  platform.on_mmap = pages;
   int fd = -1;
   const auto output = capture([&] { fd = zvgMemOpen(0xE0000000, 0x2000, 0x1D0000000, 0x1000); });
   EXPECT_GE(fd, 0);
@@ -226,9 +228,7 @@ TEST(MemoryOpen, MapsBothAperturesSharedAtTheirBases) {
 
 TEST(MemoryOpen, CloseUnmapsBothWithTheirSizes) {
   RecordedPlatform platform;
-  platform.on_mmap = [](size_t length, off_t) {
-    return mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  };
+  platform.on_mmap = pages;
   zvgMemOpen(0, 0x3000, 0, 0x1000);
   platform.take();
   zvgClose();
@@ -277,10 +277,9 @@ TEST(MemoryOpen, NullMmioMappingEndsTheOpen) {
 
 TEST(MemoryOpen, NullVramMappingLeavesTheMmioMapping) {
   RecordedPlatform platform;
-  static uint8_t mmio[0x1000];
-  platform.on_mmap = [](size_t length, off_t) -> void* {
+  platform.on_mmap = [](size_t length, off_t offset) -> void* {
     errno = ENOMEM;
-    return length == 0x1000 ? mmio : nullptr;
+    return length == 0x1000 ? pages(length, offset) : nullptr;
   };
   int result = 0;
   const auto output = capture([&] { result = zvgMemOpen(0, 0x1000, 0, 0x2000); });
@@ -317,9 +316,7 @@ TEST(MemoryOpen, MapFailedCountsAsASuccessButIsNotFollowed) {
 
 TEST(MemoryOpen, SizeOfAnEarlierMappingDoesNotCount) {
   RecordedPlatform platform;
-  platform.on_mmap = [](size_t length, off_t) {
-    return mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  };
+  platform.on_mmap = pages;
   zvgMemOpen(0, 0x1000, 0, 0x1000);
   zvgMemOpen(0, 0, 0, 0x1000);
   uint8_t value = 0;
