@@ -664,6 +664,71 @@ ZVG_API int zvg_mode_set_name(struct zvg_display_mode* mode);
 /* Appends the words for flags to text, which has room for 120 bytes. */
 ZVG_API void zvg_detailed_mode_flag2str(uint32_t flags, char* text);
 
+/* ------------------------------------------------------------------------------------------- */
+/* DDR training diagnostics                                                                    */
+/* ------------------------------------------------------------------------------------------- */
+
+/* What a DDR PHY's firmware trains, as zvgDdrShowEye() takes it. */
+enum zvg_ddr_training {
+  ZVG_DDR_TRAINING_DDR4_2D = 0,
+  ZVG_DDR_TRAINING_LPDDR4X_2D = 1,
+  ZVG_DDR_TRAINING_DDR4_1D = 2,
+  ZVG_DDR_TRAINING_LPDDR4X_1D = 3
+};
+
+/* A message of the training firmware; 260 bytes. */
+struct zvg_ddr_message {
+  uint32_t id;      /* the low byte is the number of arguments */
+  char format[256]; /* for printf with that many uint32_t; ends with a NUL and is filled up with them */
+};
+
+/*
+ * The message catalogues, by ascending identifier, so that findDebugPos() finds them; a last record
+ * of identifier 0 may close one. How many records they have depends on the firmware that they
+ * belong to: 569, 412, 399 and 379 as delivered.
+ */
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_lpddr4x_2d[]; /* types 0 and 1 */
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d[];         /* type 2 */
+extern ZVG_API const struct zvg_ddr_message ddr_debug_lpddr4x_1d[];      /* type 3 */
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d_old[];     /* an earlier firmware */
+
+/*
+ * Listens to the training firmware of DDR channels and prints its messages on standard output. The
+ * rows of its eye scans are collected, and printed as text grids once a channel has been silent for
+ * about 1000 polls of 100 us. A channel that never falls silent is listened to for ever.
+ *
+ * channel_mask: bit i is channel i; bits from the board's channel count on are not looked at.
+ * type: enum zvg_ddr_training; also selects the current catalogue.
+ * Returns 0, or -1 for any other type, which is told on standard error.
+ */
+ZVG_API int zvgDdrShowEye(uint32_t channel_mask, int type);
+
+/*
+ * Finds an identifier in the current catalogue: that of the last zvgDdrShowEye(), at first the one
+ * of 2D training. Returns its index, or the catalogue's record count when it is not there, which is
+ * also told on standard output unless the identifier is 0.
+ */
+ZVG_API uint32_t findDebugPos(uint32_t id);
+
+/*
+ * Prints a message on standard output. arguments: as many words as its identifier says. Messages of
+ * 13 to 30 or more than 31 arguments, and those of identifier 0, are not printed.
+ */
+ZVG_API void my_printf(const uint32_t* arguments, struct zvg_ddr_message message);
+
+/*
+ * Counts one row of an eye scan, 31 values, into the eye (read or write, write at first) whose scan
+ * the last message announced. The low byte of a value is the row that its column meets; from 0x80
+ * on it is none. Counters are 8 bits wide, wrap, and are never cleared.
+ */
+ZVG_API void set_2d_eye(const uint32_t* values);
+
+/*
+ * Prints both eyes on standard output, highest row first, 31 counters a line. Takes its time: 100
+ * ms a line, and a second between the eyes.
+ */
+ZVG_API void print_2d_eye(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,73 @@
+#include "ddr/eye.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+#include "util_zvg.h"
+
+namespace zvg::ddr {
+
+namespace {
+
+constexpr unsigned columns = 31;
+constexpr unsigned rows = 128;  // a value from here on is none
+
+constexpr useconds_t row_pause_us = 100'000;
+constexpr unsigned grid_pause_s = 1;
+
+// How often the scans met each row in each column, modulo 256.
+struct Grid {
+  uint8_t count[columns][rows];
+  uint8_t highest;  // the highest row that was met
+};
+
+// Never cleared: eyes of several channels, ranks and calls lie on top of one another.
+struct {
+  Grid read;
+  Grid write;
+  Scan scan;
+} g_eyes;
+
+void print(const char* title, const Grid& grid) {
+  puts(title);
+  for (int row = grid.highest; row >= 0; --row) {
+    for (unsigned column = 0; column < columns; ++column) {
+      printf(column == 0 ? "%3d" : " %3d", grid.count[column][row]);
+    }
+    putchar('\n');
+    usleep(row_pause_us);
+  }
+}
+
+}  // namespace
+
+void begin_scan(Scan scan) { g_eyes.scan = scan; }
+
+void report_eyes() {
+  const unsigned write_max = g_eyes.write.highest;
+  const unsigned read_max = g_eyes.read.highest;
+  printf("set_2d_eye: read_write_f:%d write_max:%d read_max:%d \n", static_cast<int>(g_eyes.scan),
+         write_max, read_max);
+  if (write_max + read_max > 1) print_2d_eye();
+}
+
+}  // namespace zvg::ddr
+
+using namespace zvg::ddr;
+
+void set_2d_eye(const uint32_t* values) {
+  Grid& grid = g_eyes.scan == Scan::read ? g_eyes.read : g_eyes.write;
+  for (unsigned column = 0; column < columns; ++column) {
+    const auto row = static_cast<uint8_t>(values[column]);
+    if (row >= rows) continue;
+    ++grid.count[column][row];
+    if (row > grid.highest) grid.highest = row;
+  }
+}
+
+void print_2d_eye(void) {
+  print("read", g_eyes.read);
+  sleep(grid_pause_s);
+  puts("\n\n\n\n");
+  print("write", g_eyes.write);
+}

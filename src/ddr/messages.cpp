@@ -1,0 +1,105 @@
+#include "ddr/messages.h"
+
+#include <stdio.h>
+
+#include <iterator>
+#include <utility>
+
+#include "ddr/catalogues.h"
+#include "util_zvg.h"
+
+namespace zvg::ddr {
+
+namespace {
+
+struct Catalogue {
+  const zvg_ddr_message* records;
+  uint32_t count;
+};
+
+// By training type.
+constexpr Catalogue catalogues[] = {
+    {ddr_debug_ddr4_lpddr4x_2d, ddr_debug_ddr4_lpddr4x_2d_count},
+    {ddr_debug_ddr4_lpddr4x_2d, ddr_debug_ddr4_lpddr4x_2d_count},
+    {ddr_debug_ddr4_1d, ddr_debug_ddr4_1d_count},
+    {ddr_debug_lpddr4x_1d, ddr_debug_lpddr4x_1d_count},
+};
+
+// Stays selected until another training is listened to.
+const Catalogue* g_current = &catalogues[ZVG_DDR_TRAINING_DDR4_2D];
+
+// A binary search that narrows [low, high] to two neighbours and looks at those. It finds records
+// whose identifiers ascend, and may miss others. Returns the catalogue's count when it finds none.
+uint32_t search(const Catalogue& catalogue, uint32_t id) {
+  const zvg_ddr_message* const records = catalogue.records;
+  uint32_t low = 0;
+  uint32_t high = catalogue.count;
+  while (high - low > 1) {
+    const uint32_t middle = (low + high) / 2;
+    if (records[middle].id == id) return middle;
+    (records[middle].id < id ? low : high) = middle;
+  }
+  // The upper neighbour of the last record is none.
+  if (high < catalogue.count && records[high].id == id) return high;
+  const uint32_t last = records[low].id;
+  if (last == id) return low;
+  // What was compared last, and what stands where the search ended: the same record.
+  printf("findDebugPos %08x %08x %08x\n", id, last, last);
+  return catalogue.count;
+}
+
+constexpr uint32_t most_plain_arguments = 12;
+constexpr uint32_t eye_row_arguments = 31;
+
+// Prints with exactly as many arguments as the message takes.
+template <size_t... index>
+void print_with(const char* format, const uint32_t* arguments, std::index_sequence<index...>) {
+  printf(format, arguments[index]...);
+}
+
+template <size_t count>
+void print_with(const char* format, const uint32_t* arguments) {
+  print_with(format, arguments, std::make_index_sequence<count>());
+}
+
+// Calls the one of print_with<1>, print_with<2>, ... that is wanted.
+template <size_t... index>
+void print_first(uint32_t count, const char* format, const uint32_t* arguments,
+                 std::index_sequence<index...>) {
+  ((index + 1 == count && (print_with<index + 1>(format, arguments), true)) || ...);
+}
+
+}  // namespace
+
+bool select_catalogue(int type) {
+  if (type < 0 || static_cast<size_t>(type) >= std::size(catalogues)) return false;
+  g_current = &catalogues[type];
+  return true;
+}
+
+const zvg_ddr_message* find_message(uint32_t id) {
+  const uint32_t position = findDebugPos(id);
+  return position == g_current->count ? nullptr : &g_current->records[position];
+}
+
+}  // namespace zvg::ddr
+
+using namespace zvg::ddr;
+
+uint32_t findDebugPos(uint32_t id) {
+  return id == 0 ? g_current->count : search(*g_current, id);
+}
+
+void my_printf(const uint32_t* arguments, struct zvg_ddr_message message) {
+  if (message.id == 0) return;
+  const uint32_t count = argument_count(message.id);
+  if (count == 0) {
+    printf("%s", message.format);
+  } else if (count <= most_plain_arguments) {
+    print_first(count, message.format, arguments,
+                std::make_index_sequence<most_plain_arguments>());
+  } else if (count == eye_row_arguments) {
+    print_with<eye_row_arguments>(message.format, arguments);
+  }
+  // No firmware sends messages of any other length.
+}

@@ -1,0 +1,159 @@
+// The listener to the training firmware, which streams messages through a mailbox in the PHY.
+#include <stdint.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include "core/ddr_channels.h"
+#include "ddr/eye.h"
+#include "ddr/messages.h"
+#include "util_zvg.h"
+
+namespace zvg::ddr {
+
+namespace {
+
+// Mailbox registers, from the channel's PHY base on.
+enum Register : uint32_t {
+  mailbox_status = 0x10,
+  acknowledge = 0xC4,
+  word_low = 0xC8,
+  word_high = 0xD0,
+};
+
+constexpr uint32_t status_empty = 1;
+
+constexpr uint32_t word_taken = 0;
+constexpr uint32_t burst_done = 1;
+
+// The word in front of a message's identifier.
+constexpr uint32_t message_marker = 8;
+
+constexpr useconds_t poll_step_us = 100;
+constexpr useconds_t unknown_pause_us = 1000;
+constexpr uint32_t idle_polls = 1000;
+
+// Messages that the eyes come from.
+enum Identifier : uint32_t {
+  eye_row = 0x14001F,
+};
+
+// Heads of the scans. Two of each are in no catalogue of today's firmware.
+constexpr uint32_t write_scans[] = {0x1D0004, 0x1E0004, 0x270004, 0x280004};
+constexpr uint32_t read_scans[] = {0x200004, 0x210004, 0x240004, 0x250004};
+
+bool is_one_of(uint32_t id, const uint32_t (&ids)[4]) {
+  for (const uint32_t one : ids) {
+    if (one == id) return true;
+  }
+  return false;
+}
+
+uint32_t read(uint32_t address) {
+  uint32_t value = 0;
+  zvgRegReadLong(address, &value);
+  return value;
+}
+
+// Puts messages together from the words of one channel.
+class Message {
+ public:
+  uint32_t id() const { return id_; }
+  const uint32_t* arguments() const { return arguments_; }
+  bool complete() const { return id_ != 0 && all_collected(); }
+
+  void take(uint32_t low, uint32_t high) {
+    if (low == message_marker && all_collected()) {
+      // What was expected stays: right after a marker, a second 8 is an identifier unless the
+      // message before had no arguments.
+      id_ = 0;
+      collected_ = 0;
+    } else if (id_ == 0) {
+      expected_ = argument_count(low);
+      id_ = (high << 16) + low;
+    } else {
+      if (collected_ < most_arguments) arguments_[collected_] = low;
+      ++collected_;
+    }
+  }
+
+ private:
+  bool all_collected() const { return collected_ >= expected_; }
+
+  uint32_t id_ = 0;
+  uint32_t expected_ = 0;
+  uint32_t collected_ = 0;  // words beyond the last argument are counted, and dropped
+  uint32_t arguments_[most_arguments] = {};
+};
+
+void show(const Message& message) {
+  const zvg_ddr_message* const record = find_message(message.id());
+  if (record == nullptr) {
+    usleep(unknown_pause_us);
+    return;
+  }
+  my_printf(message.arguments(), *record);
+  if (is_one_of(message.id(), write_scans)) begin_scan(Scan::write);
+  if (is_one_of(message.id(), read_scans)) begin_scan(Scan::read);
+  if (message.id() == eye_row) set_2d_eye(message.arguments());
+}
+
+// Takes words until the firmware has no more of them.
+void take_burst(uint32_t phy, Message* message) {
+  do {
+    const uint32_t low = read(phy + word_low);
+    const uint32_t high = read(phy + word_high);
+    zvgRegWriteLong(phy + acknowledge, word_taken);
+    const uint32_t status = read(phy + mailbox_status);
+    message->take(low, high);
+    if ((status & status_empty) != 0) return;
+  } while (true);
+}
+
+// Listens to a channel until its firmware has been silent for long.
+void listen(uint32_t phy) {
+  Message message;
+  uint32_t idle = 0;
+  read(phy + word_low);
+  while (idle < idle_polls) {
+    bool fresh = true;
+    if ((read(phy + mailbox_status) & status_empty) == 0) {
+      take_burst(phy, &message);
+      idle = 1;
+    } else {
+      ++idle;
+      fresh = idle == 1;
+    }
+    zvgRegWriteLong(phy + acknowledge, burst_done);
+    usleep(poll_step_us);
+    if (fresh && message.complete()) {
+      show(message);
+      idle = 1;
+    }
+  }
+  puts("training messages over");
+  report_eyes();
+}
+
+}  // namespace
+
+}  // namespace zvg::ddr
+
+int zvgDdrShowEye(uint32_t channel_mask, int type) {
+  using namespace zvg::core::ddr;
+  puts("hello zvgDdrShowEye");
+  if (!zvg::ddr::select_catalogue(type)) {
+    fprintf(stderr,
+            "ddr type %d error.\n\t0: ddr4 2d training, 1: lpddr4x 2d training, "
+            "2: ddr4 1d training, 3: lpddr4x 1d training\n",
+            type);
+    return -1;
+  }
+  for (unsigned channel = 0; channel < channels(); ++channel) {
+    if (!selected(channel_mask, channel)) continue;
+    const uint32_t phy = phy_base(channel);
+    printf("Show software eye for ddr channel %d with phy offset 0x%08x...\n",
+           static_cast<int>(channel), phy);
+    zvg::ddr::listen(phy);
+  }
+  return 0;
+}
