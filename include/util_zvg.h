@@ -729,6 +729,83 @@ ZVG_API void set_2d_eye(const uint32_t* values);
  */
 ZVG_API void print_2d_eye(void);
 
+/* ------------------------------------------------------------------------------------------- */
+/* AXI bus monitor                                                                             */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Every monitor watches one port of the chip's bus and counts over a measuring period. Type 1
+ * counts both directions; type 2 reads only; type 3 writes only on RQ301, both directions on
+ * RQ302. Counters are read with 32-bit register reads whose failures are not looked at, nor are
+ * those of the files: what cannot be written is missing.
+ */
+
+/* Words of a monitor's record. */
+enum zvg_axi_words {
+  ZVG_AXI_RQ301_TYPE1_WORDS = 18,
+  ZVG_AXI_RQ301_TYPE2_WORDS = 8,
+  ZVG_AXI_RQ301_TYPE3_WORDS = 9,
+  ZVG_AXI_RQ302_TYPE1_WORDS = 29, /* 26 counters; low words of write and read slot, high bytes */
+  ZVG_AXI_RQ302_TYPE2_WORDS = 11,
+  ZVG_AXI_RQ302_TYPE3_WORDS = 25
+};
+
+/*
+ * RQ301: reads the monitor at the register offset base. record gets the words of before (it may be
+ * the same record) and then those that are read: all but word 10 of type 1 and word 8 of type 3.
+ */
+ZVG_API void zvgMonitorAxiType1(uint32_t* record, uint32_t base, const uint32_t* before);
+ZVG_API void zvgMonitorAxiType2(uint32_t* record, uint32_t base, const uint32_t* before);
+ZVG_API void zvgMonitorAxiType3(uint32_t* record, uint32_t base, const uint32_t* before);
+
+/*
+ * RQ301: appends a port's summary, with Chinese labels in UTF-8, to "axiMonitorData" in the current
+ * folder. Type 1 and 2 show the maximum read bandwidth doubled unless the connection is a serial
+ * one. Returns the result of closing the file; 0 when it does not open.
+ */
+ZVG_API int monitorAxi1_to_file(const char* port, const uint32_t* record);
+ZVG_API int monitorAxi2_to_file(const char* port, const uint32_t* record);
+ZVG_API int monitorAxi3_to_file(const char* port, const uint32_t* record);
+
+/* RQ301: reads all monitors, then appends the summaries of all ports. Returns the last one's result. */
+ZVG_API int zvgMonitorAxiTrans_RQ301(void);
+
+/*
+ * RQ302: reads the monitor whose counters begin at the register offset base. slot_offset: where the
+ * port's slot addresses are, from 0x288800 on. Return 0.
+ */
+ZVG_API int zvgMonitorAxiType1_RQ302(uint32_t base, uint32_t* record, uint32_t slot_offset);
+ZVG_API int zvgMonitorAxiType2_RQ302(uint32_t base, uint32_t* record);
+ZVG_API int zvgMonitorAxiType3_RQ302(uint32_t base, uint32_t* record);
+
+/*
+ * RQ302: writes into the port's table, "<folder>/<port>.dat": tab-separated, a row a sample.
+ *
+ * time: the sample's number; 0 begins the table anew, with a header line. data_update: 0 for no
+ * row. timeout: not 0 puts 1 into the row's column of that name.
+ */
+ZVG_API void zvgMonitorAxi1_to_file_RQ302(const char* port, const uint32_t* record, int time,
+                                          int data_update, int timeout, const char* folder);
+ZVG_API void zvgMonitorAxi2_to_file_RQ302(const char* port, const uint32_t* record, int time,
+                                          int data_update, int timeout, const char* folder);
+ZVG_API void zvgMonitorAxi3_to_file_RQ302(const char* port, const uint32_t* record, int time,
+                                          int data_update, int timeout, const char* folder);
+
+/*
+ * RQ302: one sample of all 22 ports, into tables in the folder "Monitor_Data_<suffix>", which is
+ * made if need be. time: the sample's number. suffix: at most 34 bytes; more are cut.
+ * Prints the data-update flags, the folder's name and whether it was made on standard output.
+ */
+ZVG_API void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix);
+
+/*
+ * RQ302: samples for ever, four times a second, over a serial line as fast as that goes (and with
+ * a measuring period of 300,000,000 cycles, which it sets). The body of a thread, for
+ * pthread_create(); it never returns. suffix: text, as above, which has to outlive the thread.
+ * The connection is used without a lock: until the thread has ended, nobody else may change it.
+ */
+ZVG_API void* zvg_thread_rq302monitor(void* suffix);
+
 #ifdef __cplusplus
 }
 #endif

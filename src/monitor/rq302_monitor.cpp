@@ -1,0 +1,125 @@
+// The AXI monitors of RQ302: their counters, and a pass over all ports.
+#include <stdint.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <iterator>
+
+#include "monitor/rq302_registers.h"
+#include "monitor/rq302_table.h"
+#include "util_zvg.h"
+
+namespace zvg::monitor::rq302 {
+
+namespace {
+
+constexpr unsigned type1_counters = 26;
+constexpr unsigned slot_words = 3;
+static_assert(type1_counters + slot_words == ZVG_AXI_RQ302_TYPE1_WORDS);
+
+struct Port {
+  const char* name;
+  uint32_t counters;
+  uint32_t slot_offset;  // of type 1 only
+};
+
+// In the order of their bits in the flag registers.
+constexpr Port type1_ports[] = {
+    {"PCIE_M", 0x288878, 36}, {"2D", 0x2888E0, 48},  {"3D0", 0x288948, 60},  {"3D1", 0x2889B0, 72},
+    {"3D2", 0x288A18, 84},    {"3D3", 0x288A80, 96}, {"VPU0", 0x288AE8, 108},
+};
+
+constexpr Port type2_ports[] = {
+    {"VGA_h0", 0x288B50, 0}, {"VGA_h1", 0x288B7C, 0}, {"VGA_h2", 0x288BA8, 0},
+    {"VGA_h5", 0x288BD4, 0}, {"VGA_h6", 0x288C00, 0}, {"VGA_h9", 0x288C2C, 0},
+};
+
+constexpr Port type3_ports[] = {
+    {"PCIE_S", 0x288C58, 0},  {"DDRC0_0", 0x288CBC, 0}, {"DDRC0_1", 0x288D20, 0},
+    {"DDRC0_2", 0x288D84, 0}, {"DDRC0_3", 0x288DE8, 0}, {"DDRC1_0", 0x288E4C, 0},
+    {"DDRC1_1", 0x288EB0, 0}, {"DDRC1_2", 0x288F14, 0}, {"DDRC1_3", 0x288F78, 0},
+};
+
+void read_words(uint64_t offset, unsigned count, uint32_t* words) {
+  for (unsigned i = 0; i < count; ++i) zvgRegReadLong(offset + 4 * i, &words[i]);
+}
+
+// One sample: what every port's row is made of.
+struct Sample {
+  uint32_t time;
+  uint32_t timeouts;
+  uint32_t updates;
+  const char* folder;
+};
+
+void write_rows(const Layout& layout, const Port* ports, unsigned count, unsigned first_bit,
+                const uint32_t* records, unsigned words, const Sample& sample) {
+  for (unsigned i = 0; i < count; ++i) {
+    const uint32_t bit = uint32_t{1} << (first_bit + i);
+    write_row(layout, sample.folder, ports[i].name, records + i * words,
+              {static_cast<int>(sample.time), (sample.updates & bit) != 0,
+               (sample.timeouts & bit) != 0});
+  }
+}
+
+void provide_folder(const char* folder) {
+  if (access(folder, F_OK) == 0) return;
+  puts(mkdir(folder, 0755) == 0 ? "creat file OK!\r" : "creat file fail!\r");
+}
+
+}  // namespace
+
+}  // namespace zvg::monitor::rq302
+
+using namespace zvg::monitor::rq302;
+
+int zvgMonitorAxiType1_RQ302(uint32_t base, uint32_t* record, uint32_t slot_offset) {
+  read_words(base, type1_counters, record);
+  read_words(uint64_t{slots} + slot_offset, slot_words, record + type1_counters);
+  return 0;
+}
+
+int zvgMonitorAxiType2_RQ302(uint32_t base, uint32_t* record) {
+  read_words(base, ZVG_AXI_RQ302_TYPE2_WORDS, record);
+  return 0;
+}
+
+int zvgMonitorAxiType3_RQ302(uint32_t base, uint32_t* record) {
+  read_words(base, ZVG_AXI_RQ302_TYPE3_WORDS, record);
+  return 0;
+}
+
+void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix) {
+  // A suffix that is longer than the name has room for is cut.
+  char folder[48];
+  snprintf(folder, sizeof folder, "Monitor_Data_%s", suffix);
+  Sample sample = {time, 0, 0, folder};
+  zvgRegReadLong(timeout_flags, &sample.timeouts);
+  zvgRegReadLong(data_update_flags, &sample.updates);
+  printf("data_update: %x\r\n", sample.updates);
+
+  constexpr unsigned count1 = std::size(type1_ports);
+  constexpr unsigned count2 = std::size(type2_ports);
+  constexpr unsigned count3 = std::size(type3_ports);
+  uint32_t type1[count1][ZVG_AXI_RQ302_TYPE1_WORDS] = {};
+  uint32_t type2[count2][ZVG_AXI_RQ302_TYPE2_WORDS] = {};
+  uint32_t type3[count3][ZVG_AXI_RQ302_TYPE3_WORDS] = {};
+  for (unsigned i = 0; i < count1; ++i) {
+    zvgMonitorAxiType1_RQ302(type1_ports[i].counters, type1[i], type1_ports[i].slot_offset);
+  }
+  for (unsigned i = 0; i < count2; ++i) {
+    zvgMonitorAxiType2_RQ302(type2_ports[i].counters, type2[i]);
+  }
+  for (unsigned i = 0; i < count3; ++i) {
+    zvgMonitorAxiType3_RQ302(type3_ports[i].counters, type3[i]);
+  }
+
+  provide_folder(folder);
+  printf("folderName1: %s\r\n", folder);
+  write_rows(type1_layout, type1_ports, count1, 0, type1[0], ZVG_AXI_RQ302_TYPE1_WORDS, sample);
+  write_rows(type2_layout, type2_ports, count2, count1, type2[0], ZVG_AXI_RQ302_TYPE2_WORDS,
+             sample);
+  write_rows(type3_layout, type3_ports, count3, count1 + count2, type3[0],
+             ZVG_AXI_RQ302_TYPE3_WORDS, sample);
+}
