@@ -9,6 +9,7 @@
 //
 // HEADER gets the number of records of each table, SOURCE the arrays. What is wrong with a table is
 // told with its file and line, all of it, and nothing is written then.
+#include <stdarg.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
@@ -59,8 +60,13 @@ class Table {
   const std::vector<Record>& records() const { return records_; }
 
  private:
-  bool complain(const std::string& text) {
-    fprintf(stderr, "%s:%u: %s\n", path_.c_str(), line_, text.c_str());
+  [[gnu::format(printf, 2, 3)]] bool complain(const char* text, ...) {
+    fprintf(stderr, "%s:%u: ", path_.c_str(), line_);
+    va_list arguments;
+    va_start(arguments, text);
+    vfprintf(stderr, text, arguments);
+    va_end(arguments);
+    fputc('\n', stderr);
     return good_ = false;
   }
 
@@ -80,8 +86,7 @@ class Table {
     Record record = {id, {}};
     if (!unescape(line.substr(tab + 1), &record.format)) return;
     if (record.format.size() > longest_format) {
-      complain("the format has " + std::to_string(record.format.size()) + " bytes; " +
-               std::to_string(longest_format) + " are the most");
+      complain("the format has %zu bytes; %zu are the most", record.format.size(), longest_format);
     }
     check_arguments(record);
     records_.push_back(std::move(record));
@@ -125,13 +130,13 @@ class Table {
       if (text == "%%") continue;
       ++conversions;
       if (conversion == format.size() || strchr("diouxXc", format[conversion]) == nullptr) {
-        complain("\"" + std::string(text) + "\" does not print a 32-bit number");
+        complain("\"%.*s\" does not print a 32-bit number", static_cast<int>(text.size()),
+                 text.data());
       }
     }
     const unsigned expected = record.id & 0xFF;
     if (conversions != expected) {
-      complain("the format has " + std::to_string(conversions) + " conversions, the identifier says " +
-               std::to_string(expected));
+      complain("the format has %u conversions, the identifier says %u", conversions, expected);
     }
   }
 
