@@ -112,6 +112,7 @@ constexpr unsigned long request_number(unsigned number) {
 }
 
 constexpr unsigned long request_register = request_number<RegisterRecord>(0x01);
+constexpr unsigned long request_ddc = request_number<DdcRecord>(0x02);
 constexpr unsigned long request_version = request_number<VersionRecord>(0x03);
 constexpr unsigned long request_pci = request_number<PciRecord>(0x04);
 constexpr unsigned long request_info = request_number<zvg_info>(0x05);

@@ -40,6 +40,20 @@ bool poll_after_sleep(int repeats, useconds_t step_us, LastMatch last, Read read
   return false;
 }
 
+// Looks at what was read last and, while that does not end the wait, repeats: sleep, read, look.
+//
+// repeats: how many sleeps and reads at most. read: returns 0, or an error that ends the wait.
+// Returns 0, read's error, or timeout.
+template <typename Read, typename Done>
+int poll_before_read(int repeats, useconds_t step_us, int timeout, Read read, Done done) {
+  for (; !done(); --repeats) {
+    if (repeats == 0) return timeout;
+    usleep(step_us);
+    if (const int result = read()) return result;
+  }
+  return 0;
+}
+
 }  // namespace zvg::core
 
 #endif  // ZVG_CORE_POLL_H

@@ -72,4 +72,31 @@ TEST_F(Poll, LastRepeatCountsOnlyWhereItIsSaid) {
   EXPECT_EQ(sleeps_, 15);
 }
 
+// Looks at values that reading counts up.
+int before_read(int& value, int match, int repeats, int failing = -1) {
+  return zvg::core::poll_before_read(
+      repeats, 1000, -2, [&value, failing] { return ++value == failing ? 5 : 0; },
+      [&value, match] { return value == match; });
+}
+
+TEST_F(Poll, WhatWasReadBeforeNeedsNoSleep) {
+  EXPECT_EQ(before_read(looks_, 0, 10), 0);
+  EXPECT_EQ(sleeps_, 0);
+  EXPECT_EQ(looks_, 0);
+}
+
+TEST_F(Poll, SleepsBeforeEveryRead) {
+  EXPECT_EQ(before_read(looks_, 10, 10), 0);
+  EXPECT_EQ(sleeps_, 10);
+  looks_ = sleeps_ = 0;
+  EXPECT_EQ(before_read(looks_, 11, 10), -2);
+  EXPECT_EQ(looks_, 10);
+  EXPECT_EQ(sleeps_, 10);
+}
+
+TEST_F(Poll, AFailedReadEndsTheWait) {
+  EXPECT_EQ(before_read(looks_, 10, 10, 3), 5);
+  EXPECT_EQ(sleeps_, 3);
+}
+
 }  // namespace

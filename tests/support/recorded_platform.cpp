@@ -7,6 +7,8 @@
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <bit>
 #include <memory>
 #include <set>
 
@@ -30,7 +32,9 @@ class RecordedFile : public zvgsim::OpenFile {
   ~RecordedFile() override { platform_.note("close"); }
 
   int ioctl(unsigned long number, void* record) override {
-    platform_.note(format("ioctl 0x%lx ", number) + hex(record, _IOC_SIZE(number)));
+    if (platform_.notes_requests) {
+      platform_.note(format("ioctl 0x%lx ", number) + hex(record, _IOC_SIZE(number)));
+    }
     return platform_.on_ioctl ? platform_.on_ioctl(number, record) : 0;
   }
   ssize_t write(const void* buffer, size_t size) override {
@@ -119,10 +123,8 @@ std::vector<std::string> RecordedPlatform::take() {
 }
 
 RegisterNode::RegisterNode() {
-  platform.on_ioctl = [this](unsigned long number, void* record) {
-    platform.log().pop_back();  // the decoded line takes the place of the raw one
-    return answer(number, record);
-  };
+  platform.notes_requests = false;  // answer() writes them down decoded
+  platform.on_ioctl = [this](unsigned long number, void* record) { return answer(number, record); };
   zvgsim::set_sleeper([this](uint64_t nanoseconds) {
     slept_us += nanoseconds / 1000;
     if (!quiet) {
@@ -136,11 +138,57 @@ void RegisterNode::open() {
   platform.take();
 }
 
+void RegisterNode::open_serial() {
+  platform.on_write = [this](const std::vector<uint8_t>& frame) {
+    auto& log = platform.log();
+    log.pop_back();
+    if (!log.empty() && log.back().starts_with("tcflush")) log.pop_back();  // before each frame
+    return take_frame(frame);
+  };
+  platform.on_select = [this] {
+    platform.log().pop_back();
+    return reply_.empty() ? 0 : 1;
+  };
+  platform.on_read = [this](uint8_t* buffer, size_t size) {
+    platform.log().pop_back();
+    return give_reply(buffer, size);
+  };
+  if (zvgSerialOpen("/dev/ttyTEST", 9600) < 0) abort();
+  platform.take();
+}
+
+ssize_t RegisterNode::take_frame(const std::vector<uint8_t>& frame) {
+  constexpr uint8_t command_read = 0xFD, command_write = 0xFE;
+  constexpr uint64_t bus_registers = 0x1000000;
+  const bool write = frame.at(0) == command_write;
+  if (!write && frame[0] != command_read) return static_cast<ssize_t>(frame.size());
+  const auto word = [&frame](size_t at) {
+    return uint32_t{frame[at]} << 24 | uint32_t{frame[at + 1]} << 16 |
+           uint32_t{frame[at + 2]} << 8 | frame[at + 3];
+  };
+  const unsigned enables = frame[1];
+  const auto lane = static_cast<unsigned>(std::countr_zero(enables));
+  const uint64_t address = uint64_t{frame[2]} << 32 | word(3);
+  Access access = {0, ZVG_BAR_MMIO, write ? ZVG_OP_WRITE : ZVG_OP_READ,
+                   static_cast<uint32_t>(std::popcount(enables)), address - bus_registers + lane,
+                   word(7) >> 8 * lane};
+  if (carry_out(&access) == 0 && !write) {
+    const auto value = static_cast<uint32_t>(access.value << 8 * lane);
+    for (int shift = 24; shift >= 0; shift -= 8) {
+      reply_.push_back(static_cast<uint8_t>(value >> shift));
+    }
+  }
+  return static_cast<ssize_t>(frame.size());
+}
+
+ssize_t RegisterNode::give_reply(uint8_t* buffer, size_t size) {
+  const size_t given = std::min(size, reply_.size());
+  std::copy_n(reply_.begin(), given, buffer);
+  reply_.erase(reply_.begin(), reply_.begin() + static_cast<ptrdiff_t>(given));
+  return static_cast<ssize_t>(given);
+}
+
 int RegisterNode::answer(unsigned long number, void* record) {
-  struct {
-    uint32_t card, bar, op, width;
-    uint64_t offset, value;
-  } access;
   if (_IOC_NR(number) == 0x10) {
     uint32_t key;
     memcpy(&key, static_cast<uint8_t*>(record) + 4, sizeof key);
@@ -148,10 +196,19 @@ int RegisterNode::answer(unsigned long number, void* record) {
     return 0;
   }
   if (_IOC_NR(number) != 0x01) {
+    if (on_request) return on_request(number, record);
     errno = ENOTTY;
     return -1;
   }
+  Access access;
   memcpy(&access, record, sizeof access);
+  const int failure = carry_out(&access);
+  if (failure == 0) memcpy(record, &access, sizeof access);
+  return failure;
+}
+
+int RegisterNode::carry_out(Access* taken) {
+  Access& access = *taken;
   ++accesses;
   const bool write = access.op == ZVG_OP_WRITE;
   const char* const space = access.bar == ZVG_BAR_VRAM ? "v" : "";
@@ -179,7 +236,6 @@ int RegisterNode::answer(unsigned long number, void* record) {
     }
   }
   access.value = value;
-  memcpy(record, &access, sizeof access);
   return 0;
 }
 

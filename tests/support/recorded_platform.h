@@ -46,6 +46,8 @@ class RecordedPlatform {
   std::function<int()> on_tcgetattr;                                     // result
   std::function<int(const termios& attributes)> on_tcsetattr;            // result
 
+  // Whether requests are written down, too.
+  bool notes_requests = true;
   termios attributes{};  // what tcgetattr hands out and tcsetattr replaces
 
   void note(const std::string& line) { log_.push_back(line); }
@@ -57,9 +59,10 @@ class RecordedPlatform {
 // Hex of bytes, two digits each.
 std::string hex(const void* bytes, size_t size);
 
-// A driver node with plain registers behind it. Register requests are written down as
+// A driver node, or a serial line, with plain registers behind it. Register accesses are written
+// down as
 //   "r1 0x110105" and "w1 0x110105 0x3" (width in bytes; "v" after the width marks VRAM),
-// sleeps as "usleep 5"; other requests are refused.
+// sleeps as "usleep 5"; other requests go to on_request, or are refused.
 class RegisterNode {
  public:
   RegisterNode();
@@ -77,12 +80,27 @@ class RegisterNode {
   uint64_t accesses = 0;
   uint64_t slept_us = 0;
 
-  // Opens the connection and empties the log.
+  // Answers another driver request than a register's: its result.
+  std::function<int(unsigned long number, void* record)> on_request;
+
+  // Opens the connection, in driver or in serial mode, and empties the log.
   void open();
+  void open_serial();
   std::vector<std::string> take() { return platform.take(); }
 
  private:
+  struct Access {
+    uint32_t card, bar, op, width;
+    uint64_t offset, value;
+  };
+
   int answer(unsigned long number, void* record);
+  int carry_out(Access* access);
+  // One frame of the serial link, and the reply that it leaves.
+  ssize_t take_frame(const std::vector<uint8_t>& frame);
+  ssize_t give_reply(uint8_t* buffer, size_t size);
+
+  std::vector<uint8_t> reply_;
 };
 
 }  // namespace zvgtest
