@@ -586,6 +586,167 @@ ZVG_API int zvgHdmiEDIDRead(uint32_t hdmi);
 ZVG_API uint32_t zvgHdmiModeRead(uint32_t hdmi, uint32_t* mode);
 
 /* ------------------------------------------------------------------------------------------- */
+/* I2C masters and the display data channel                                                    */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Register access on a 7-bit I2C device of one of the board's buses.
+ *
+ * channel: 0 to 5 in driver mode, where the driver carries out the transfer (zvgI2cOperate); 0 to 3
+ * in the other modes, where the library drives the I2C master's registers. slave: 7-bit address.
+ * reg: the register's number, of which the low 8 bits are sent. count: bytes; with 0 only the
+ * register is addressed and the bus is not released.
+ * Returns a code of zvgI2cErrString() (as an int): 0; -1 for a channel that is not there; -2 when
+ * no device acknowledges the address, or a byte does not end within 3.3 s. In driver mode 4 for a
+ * channel that is not there, else the driver's own code. Other bytes' acknowledges are not looked
+ * at. Prints nothing.
+ */
+ZVG_API uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
+                            uint8_t* buf);
+ZVG_API uint32_t zvgI2cWrite(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
+                             uint8_t* data);
+/* Writes one byte: the low byte of value. */
+ZVG_API uint32_t zvgI2cWriteByte(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t value);
+
+/* The text of an I2C code, 0 to -4; "Unkown error" for any other. */
+ZVG_API const char* zvgI2cErrString(int code);
+
+/*
+ * Has the driver read the EDID on a display data channel.
+ *
+ * channel: 0 to 15. result: receives the driver's code for the transfer. data_ptr: receives the
+ * address of the library's 512 bytes of data, which the next call overwrites. count: receives the
+ * number of bytes read. Each may be NULL. They are filled when the request fails, too.
+ * Returns the request's result; -22 for a channel above 15; -1 outside driver mode, with "ddc
+ * command is not support with current type: %d" and the access mode on standard output.
+ */
+ZVG_API int zvgDDCRead(uint32_t channel, uint32_t* result, uint64_t* data_ptr, uint32_t* count);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Power monitors                                                                              */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Common to the family. bus: I2C channel, as for zvgI2cRead(). index: which of the chips on the
+ * bus, 0 to 3 (LTC2990, address 0x4C + index) or 0 to 7 (LTC2991, address 0x48 + index). The
+ * outputs are in volts and amperes unless said otherwise; each may be NULL. Resistors in
+ * milliohms; with one below 1 the current is 0. wait: not 0 to measure once and wait for the end
+ * of the conversion; 0 to let the chip measure on and wait only for results.
+ * Returns 0, also when the chip did not mark results as fresh (each of those is named on standard
+ * output as "LTC299x V%d=%x is not valid", followed by "invalid raw voltage is exist"); else, with
+ * no output stored, the I2C master's code, -1 when the chip stays busy for 10 s, or -2 when results
+ * do not get ready in 10 s. Messages about the LTC2990's transfers and waits go to standard error,
+ * all others to standard output.
+ * Codes and scale factors are those of the chips' data sheets (Analog Devices LTC2990, LTC2991;
+ * Texas Instruments INA3221).
+ */
+
+/* Four single-ended inputs: code x 305.18 uV; the supply: the same and 2.5 V. */
+ZVG_API int zvgLTC2990GetVolt4(uint32_t bus, uint32_t index, float* v1, float* v2, float* v3,
+                               float* v4, float* supply, uint32_t wait);
+
+/* Two sense resistors, between inputs 1 and 2 and inputs 3 and 4: code x 19.42 uV / R. */
+ZVG_API int zvgLTC2990GetCurrent2(uint32_t bus, uint32_t index, int r1, int r2, float* i1,
+                                  float* i2, float* supply, uint32_t wait);
+
+/* Eight single-ended inputs: 14-bit code x 305.18 uV; the supply: the same and 2.5 V. */
+ZVG_API int zvgLTC2991GetVolt8(uint32_t bus, uint32_t index, float* v1, float* v2, float* v3,
+                               float* v4, float* v5, float* v6, float* v7, float* v8,
+                               float* supply, uint32_t wait);
+
+/*
+ * Four sense resistors, one a pair of inputs: code x 19.075 uV / R. A negative current comes out
+ * positive, with the sign bit counted into its magnitude.
+ */
+ZVG_API int zvgLTC2991GetCurrent4(uint32_t bus, uint32_t index, uint32_t r1, uint32_t r2,
+                                  uint32_t r3, uint32_t r4, float* i1, float* i2, float* i3,
+                                  float* i4, float* supply, uint32_t wait);
+
+/*
+ * The shunt voltages in millivolts (40 uV a step), or the currents through the shunts, of channels
+ * 1 and 2 of the INA3221 at address 0x40. Returns 0, or the code of the failed configuration
+ * write; a channel that cannot be read is reported and stored as 0.
+ */
+ZVG_API int zvgINA3221GetVolt2(uint32_t bus, float* v1, float* v2);
+ZVG_API int zvgINA3221GetCurrent2(uint32_t bus, int r1, uint32_t r2, float* i1, float* i2);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Zoom video: live input in an overlay window                                                 */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Sets up a capture port (0 or 1) and its video decoder on an I2C channel (0 to 3), at address 0x24
+ * or, with alternate_address, 0x25; shown in overlay window A, or B with use_window_b.
+ * Returns 0; -22 with "Zoom video error: invalid argument" on standard output. Whether the decoder
+ * answered is not looked at.
+ */
+ZVG_API int zvgZoomVideoInit(uint32_t port, uint32_t i2c_channel, int alternate_address,
+                             int use_window_b);
+
+/*
+ * Starts capturing and, 100 ms later, shows the window at x, y (pixels). offset: into the frame
+ * buffers, in units of 2 bytes. format_a, format_b: 0 to 3, others count as 0. flag: the window's
+ * bit 13. A port that was not set up only captures. Returns 0. The port is not checked, here and
+ * below.
+ */
+ZVG_API int zvgZoomVideoStart(int port, uint32_t x, uint32_t y, uint32_t width, uint32_t height,
+                              uint32_t offset, int format_a, int format_b, uint32_t flag);
+
+/* Stops or restarts capturing and the windows that the port is shown in. Returns 0. */
+ZVG_API int zvgZoomVideoStop(int port);
+ZVG_API int zvgZoomVideoRestart(int port);
+
+/*
+ * Reads the parameters back: those of window A when the port is shown there, else of window B.
+ * Each output may be NULL. Returns 0.
+ */
+ZVG_API int zvgZoomVideoGetParm(int port, uint32_t* x, uint32_t* y, uint32_t* width,
+                                uint32_t* height, uint32_t* offset, uint32_t* format_a,
+                                uint32_t* format_b, uint32_t* flag, uint32_t* source_width,
+                                uint32_t* source_height);
+
+/* ------------------------------------------------------------------------------------------- */
+/* The chip's microcontroller                                                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/* An I2C read that the controller makes for the host; 16 bytes. */
+struct zvg_mcu_request {
+  uint8_t second_selector; /* 0 to 15 */
+  uint8_t first_selector;  /* 0 to 15 */
+  uint8_t offset;          /* the device's register to start from */
+  uint8_t reserved_0;
+  uint16_t length; /* bytes to copy */
+  uint16_t reserved_1;
+  uint8_t* buffer;
+};
+
+/*
+ * Restarts the controller unless it runs, which takes a second, and loads a request's parameters:
+ * a and c (bytes), b (the 7-bit slave address) and the two selectors (0 to 15).
+ * Returns the last register write's result.
+ */
+ZVG_API int ResetMcu(int a, uint32_t b, int c, uint32_t low_select, uint32_t high_select);
+
+/* Copies count bytes of the controller's result. Returns count, 0 when it is below 1. */
+ZVG_API int zvg_dp_mcu_fifo_read(uint8_t* buffer, int count);
+
+/*
+ * Has the controller read from the device at address 0x50 and copies the result. Waits without a
+ * limit for the end. Returns the number of bytes, or -32 when the transfer failed.
+ */
+ZVG_API int zvg_mcu_handle(struct zvg_mcu_request* request);
+
+/*
+ * Fetches a monitor's EDID through the controller: the base block and, when there are extensions,
+ * the first of them. out: has room for 128 bytes for the base block and each extension that it
+ * announces, 32768 at the most; what was not fetched is filled with zeros. length: receives that
+ * size. Returns out. On standard output "read edid failed-" or "read edid failed--" for a block
+ * that could not be fetched, and "new is error" without memory. The working buffer stays allocated.
+ */
+ZVG_API void* mcu_i2c_get_edid(int first_selector, int second_selector, void* out,
+                               uint32_t* length);
+
+/* ------------------------------------------------------------------------------------------- */
 /* EDID                                                                                        */
 /* ------------------------------------------------------------------------------------------- */
 
