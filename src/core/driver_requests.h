@@ -88,6 +88,11 @@ struct IoportRecord {
   uint8_t op;
 };
 
+struct PowerRecord {
+  uint32_t op;
+  uint32_t state;
+};
+
 static_assert(sizeof(RegisterRecord) == 32 && offsetof(RegisterRecord, offset) == 16 &&
               offsetof(RegisterRecord, value) == 24);
 static_assert(sizeof(DdcRecord) == 532 && offsetof(DdcRecord, data) == 16 &&
@@ -103,6 +108,7 @@ static_assert(sizeof(I2cRecord) == 540 && offsetof(I2cRecord, data) == 24 &&
 static_assert(sizeof(QueryRecord) == 136 && offsetof(QueryRecord, data) == 8);
 static_assert(sizeof(CommandRecord) == 80 && offsetof(CommandRecord, result) == 16);
 static_assert(sizeof(IoportRecord) == 3);
+static_assert(sizeof(PowerRecord) == 8);
 static_assert(sizeof(zvg_info) == 16 && offsetof(zvg_info, free) == 12);
 
 // Request numbers: type letter 'd', both directions, the record's size.
@@ -128,10 +134,16 @@ constexpr unsigned long request_i2c = request_number<I2cRecord>(0x0F);
 constexpr unsigned long request_query = request_number<QueryRecord>(0x10);
 constexpr unsigned long request_command = request_number<CommandRecord>(0x11);
 constexpr unsigned long request_ioport = request_number<IoportRecord>(0x12);
+constexpr unsigned long request_power = request_number<PowerRecord>(0x14);
+constexpr unsigned long request_fan_rate = request_number<uint32_t>(0x15);     // per cent
+constexpr unsigned long request_clear_fan = _IOC(_IOC_NONE, 'd', 0x16, 0);     // no record
+constexpr unsigned long request_temperature = request_number<uint32_t>(0x17);  // a test value
 
 static_assert(request_register == 0xC0206401 && request_ddr == 0xC214640C &&
               request_i2c == 0xC21C640F && request_query == 0xC0886410 &&
-              request_command == 0xC0506411 && request_ioport == 0xC0036412);
+              request_command == 0xC0506411 && request_ioport == 0xC0036412 &&
+              request_power == 0xC0086414 && request_fan_rate == 0xC0046415 &&
+              request_clear_fan == 0x6416 && request_temperature == 0xC0046417);
 
 // Commands of the driver command record.
 constexpr uint32_t command_dump_vram_nodes = 5;

@@ -54,6 +54,16 @@ int poll_before_read(int repeats, useconds_t step_us, int timeout, Read read, Do
   return 0;
 }
 
+// Reads, and reads again at once while that is not what is waited for. What the last read found is
+// not looked at: whoever spins here goes on either way.
+//
+// rounds: how many reads at most after the first.
+template <typename Read, typename Done>
+void spin(int rounds, Read read, Done done) {
+  auto value = read();
+  for (int round = 0; round < rounds && !done(value); ++round) value = read();
+}
+
 }  // namespace zvg::core
 
 #endif  // ZVG_CORE_POLL_H

@@ -99,4 +99,17 @@ TEST_F(Poll, AFailedReadEndsTheWait) {
   EXPECT_EQ(sleeps_, 3);
 }
 
+TEST_F(Poll, SpinLooksOnceMoreThanItsRounds) {
+  const auto spin = [&](int rounds, int match) {
+    looks_ = 0;
+    zvg::core::spin(rounds, [&] { return ++looks_; }, [match](int look) { return look == match; });
+    return looks_;
+  };
+  EXPECT_EQ(spin(5, 1), 1);
+  EXPECT_EQ(spin(5, 4), 4);
+  EXPECT_EQ(spin(5, 99), 6);
+  EXPECT_EQ(spin(0, 99), 1);
+  EXPECT_EQ(sleeps_, 0);
+}
+
 }  // namespace
