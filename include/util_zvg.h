@@ -966,6 +966,236 @@ ZVG_API void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix);
  * The connection is used without a lock: until the thread has ended, nobody else may change it.
  */
 ZVG_API void* zvg_thread_rq302monitor(void* suffix);
+/* Clocks and PLLs                                                                             */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * The rq301 and rq302 functions are for their own generation; the rq300 ones choose by
+ * get_device_id(): 0x202 is RQ302, anything else RQ301. Register access goes to the block at
+ * zvg_gpu_hardware[ZVG_HW_CLOCK]; failed accesses are not noticed.
+ *
+ * A PLL's configuration word: bits 0-3 loop band, 4-6 OD, 8-12 M-1, 16-24 N-1, 28-31 P-1; on RQ302
+ * bit 31 is the bypass. Output = 2 x 27 MHz x N / (M x P x 2^OD).
+ */
+
+/* Clock numbers of zvg_rq300_set_clk_freq() and the read-back functions. */
+enum zvg_clock {
+  ZVG_CLOCK_AXI = 0,        /* devpll */
+  ZVG_CLOCK_DEVPLL_2 = 1,   /* the second output of devpll; cannot be set */
+  ZVG_CLOCK_APB = 2,        /* devpll */
+  ZVG_CLOCK_PCIE = 3,       /* dev2pll */
+  ZVG_CLOCK_VPU = 4,        /* dev2pll */
+  ZVG_CLOCK_3D = 5,         /* gpupll or gpu2pll */
+  ZVG_CLOCK_3D_SHADER = 6,  /* gpupll or gpu2pll */
+  ZVG_CLOCK_2D = 7,
+  ZVG_CLOCK_FIFTH_PLL = 8   /* read only */
+};
+
+/* Modes of the mode functions. */
+enum zvg_clock_mode { ZVG_CLOCK_POWER_ON = 0, ZVG_CLOCK_BYPASS = 1, ZVG_CLOCK_OFF = 2 };
+
+/*
+ * Finds the configuration word for a frequency: of all settings with a VCO of 3 to 6 GHz and 7 to
+ * 200 MHz at the phase comparator the one with the smallest error, below 1 MHz (2 MHz for targets
+ * from 1 GHz on; at exactly this limit only a P below 16 is taken). Among equal errors the smallest
+ * P wins, then the smallest N, M and OD.
+ *
+ * input_khz: the reference, 7000 to 600000; the board's is 27000. max_post_divider: the largest P,
+ * normally 16 (the word has room for no more). target_khz: the wanted output.
+ * word: the result, 0 when nothing was found; may be null.
+ * Returns 0; -2 when no setting comes near enough; -1 for an input out of range, with "input
+ * frequency %d is out of range" on standard output and nothing stored.
+ */
+ZVG_API int zvg_rq300_pllcalc(int input_khz, unsigned max_post_divider, unsigned target_khz,
+                              uint32_t* word);
+
+/*
+ * The output of a configuration word in MHz, rounded, from a 27 MHz reference. post_divider: the
+ * field, P - 1 (that of the word itself is not looked at).
+ */
+ZVG_API int calc_pllout(uint32_t word, uint32_t post_divider);
+
+/*
+ * Reads back a clock (enum zvg_clock). Returns MHz; 27 when its PLL is bypassed, 0 when it is off;
+ * -1 for another number, with "%s: command error" (the function's name) on standard output.
+ */
+ZVG_API int zvg_rq301_get_freq(unsigned clock);
+ZVG_API int zvg_rq302_get_freq(unsigned clock);
+ZVG_API int zvg_rq300_get_freq(unsigned clock);
+
+/*
+ * Give the 3D core, 3D shader and 2D clock the frequency of a configuration word. The clock runs
+ * from another PLL while its own is programmed. Print "3d core clk set ok", "3d sh clk set ok" or
+ * "2d clk set ok"; a PLL that never locks is not reported. RQ302 takes bits 0 to 24 of the word and
+ * keeps the PLL's bypass; RQ301 takes it whole.
+ */
+ZVG_API void zvg_rq301_set_3d_clk_freq(uint32_t word);
+ZVG_API void zvg_rq301_set_3dsh_clk_freq(uint32_t word);
+ZVG_API void zvg_rq301_set_2d_clk_freq(uint32_t word);
+ZVG_API void zvg_rq302_set_3d_clk_freq(uint32_t word);
+ZVG_API void zvg_rq302_set_3dsh_clk_freq(uint32_t word);
+ZVG_API void zvg_rq302_set_2d_clk_freq(uint32_t word);
+ZVG_API void zvg_rq300_set_3d_clk_freq(uint32_t word);
+ZVG_API void zvg_rq300_set_3dsh_clk_freq(uint32_t word);
+ZVG_API void zvg_rq300_set_2d_clk_freq(uint32_t word);
+
+/*
+ * Sets any clock that can be set (enum zvg_clock); others are ignored. Prints "axi clk set ok",
+ * "apb clk set ok", "pcie/vpu clk set ok" or the messages above.
+ */
+ZVG_API void zvg_rq300_set_clk_freq(unsigned clock, uint32_t word);
+
+/*
+ * Powers a PLL or clock on, bypasses it or switches it off, and says so on standard output.
+ *
+ * mode: enum zvg_clock_mode. number: 1 devpll, 2 dev2pll, 3 gpupll, 4 gpu2pll, 5 the PLL of the 3D
+ * core, 6 that of the 2D core. On RQ301 off is the same as bypass for 1 to 4.
+ * Returns -2 for anything else, without an access. On success RQ301 returns 0, RQ302 the length of
+ * the printed line.
+ */
+ZVG_API int zvg_rq301_set_clk_mode(int mode, int number);
+ZVG_API int zvg_rq302_set_clk_mode(int mode, int number);
+ZVG_API int zvg_rq300_set_clk_mode(int mode, int number);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Sensors and fan                                                                             */
+/* ------------------------------------------------------------------------------------------- */
+
+/* Sensor types of zvgPvtGetCode(); 2 to 4 are process codes. */
+enum zvg_pvt_type { ZVG_PVT_TEMPERATURE = 0, ZVG_PVT_VOLTAGE = 1, ZVG_PVT_PROCESS = 2 };
+
+/*
+ * Reads the 10-bit code of an on-die sensor: by the driver, or by the sensor block's registers,
+ * where another type or sensor than the last one takes 1.1 s.
+ *
+ * type: 0 to 4. index: the sensor, 0 or 1; not checked here. code: may be null; kept on failure.
+ * Returns 0; -22 for a type or chip that the registers do not have; the failed request's result.
+ * Prints on standard output "card %d: Geting Pvt code failed with type %d and index %d",
+ * "failed to get Pvt code with error type %d" or "device id 0x%x is not supported!".
+ */
+ZVG_API int zvgPvtGetCode(uint32_t type, uint32_t index, uint32_t* code);
+
+/* Degrees Celsius of a temperature code c: the sensor's polynomial of the fourth degree. */
+ZVG_API double code_to_temp(int code);
+
+/*
+ * A sensor's temperature in degrees Celsius, voltage in volts, or process code of type 2 to 4.
+ *
+ * index: 0 or 1; process codes of RQ302 only 0. Others return -22 and print "zvgSensorTemp: invalid
+ * index %d for RQ302" (or RQ301; the voltage function names this one, too) or "zvgSensorProcess:
+ * ...". The result's pointer may be null. Return 0 or zvgPvtGetCode()'s error.
+ */
+ZVG_API int zvgSensorTemp(uint32_t index, double* celsius);
+ZVG_API int zvgSensorVolt(uint32_t index, double* volts);
+ZVG_API int zvgSensorProcess(uint32_t type, uint32_t index, uint32_t* code);
+
+/*
+ * Sets the fan's duty cycle, in driver and serial mode.
+ *
+ * percent: 0 to 100; with the driver a negative number goes back to automatic control. Over the
+ * serial line 0 still turns the fan, at one per cent.
+ * Returns 0; -1 for a number out of range or a failed request; -22 in other modes.
+ * Prints on standard output "failed to clear manual fan", "input number is out of range!" or "set
+ * fan rate percent out of range  please set percent from 0 to 100"; on standard error "failed to
+ * set manual fan" with the system's text, or "s_type (%d) is not supported".
+ */
+ZVG_API int zvgFanSetRate(int percent);
+
+/*
+ * Hands the driver's thermal control a temperature for a test, in the driver's unit. Returns 0, or
+ * -1 with "failed to input thermal temp" on standard output.
+ */
+ZVG_API int zvgThermalDebug(uint32_t temperature);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Device query and power state (driver mode)                                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/* A text buffer of this many bytes holds any report of zvgQueryInfo(). */
+#define ZVG_QUERY_INFO_SIZE 4096
+
+/*
+ * Writes what the driver knows about the device as lines of text.
+ *
+ * keyword: ID, AXI, VPU, 3D, 2D, DDR, GOP, CARD, CHANNEL, VRAM, BANDWIDTH or FIRMWARE, or the
+ * beginning of one (several items may have it); 3DCORE or 2DCORE; LOAD with anything after it. An
+ * empty one (or null) stands for all. The load item takes the next token of the caller's strtok()
+ * scan as the engine's number; without one it lists engines 0 to 20.
+ * buffer: ZVG_QUERY_INFO_SIZE bytes; left alone when no item is selected.
+ * Returns 0, or -1 when nothing was written. Queries that fail show the number that was sent.
+ */
+ZVG_API int zvgQueryInfo(const char* keyword, char* buffer);
+
+/* States of the driver's power management; zvgPowerStateName() knows others as "Invalid". */
+enum zvg_power_state {
+  ZVG_POWER_PERFORMANCE = 0,
+  ZVG_POWER_SAVE = 1,
+  ZVG_POWER_STANDBY = 2
+};
+
+/*
+ * The driver's power state; 0 in other modes. state: may be null; kept on failure. Returns 0, or
+ * the request's result with "zvgPowerGetState: get power state failed" on standard error.
+ */
+ZVG_API int zvgPowerGetState(uint32_t* state);
+
+/*
+ * Sets the driver's power state. Returns 0; the request's result, with "zvgPowerSetState: set power
+ * state failed" on standard error; -1 in other modes, with "zvgPowerSetState: error, driver module
+ * is not installed!".
+ */
+ZVG_API int zvgPowerSetState(uint32_t state);
+
+/* "Performance", "Save", "standby" or "Invalid". Never null; lives as long as the process. */
+ZVG_API const char* zvgPowerStateName(uint32_t state);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Environment of the graphics driver                                                          */
+/* ------------------------------------------------------------------------------------------- */
+
+/* A node of the menu of settings. */
+struct zvgkit_menu_node {
+  char env[32];       /* the variable that it sets; empty in nodes that lead on */
+  char value[32];     /* what it sets it to */
+  char label[32];     /* its name, in capitals */
+  const char* alias;  /* another name; may be null */
+  uint32_t number;    /* its number among its siblings, from 1 */
+  uint32_t level;     /* its depth */
+  int32_t child_count;
+  const char* prompt; /* what is asked above its children; may be null */
+  const struct zvgkit_menu_node* children;
+};
+
+/* The menu: its root, the functions, the core modes, the 3D interfaces, the single core. */
+extern ZVG_API const struct zvgkit_menu_node Func[1];
+extern ZVG_API const struct zvgkit_menu_node Func_child[5];
+extern ZVG_API const struct zvgkit_menu_node Core_child[3];
+extern ZVG_API const struct zvgkit_menu_node _3D_child[4];
+extern ZVG_API const struct zvgkit_menu_node Indep_child[1];
+
+/*
+ * Walks the menu by the words of a command line and carries out the choice that they lead to, or
+ * prints the choices to go on with.
+ *
+ * line: the command's name, which is skipped, and the words: labels in any case, aliases or
+ * numbers. It is cut up in place.
+ * Returns 0; -1 for a wrong word ("wrong choose!"), an incomplete one ("set error") or a script that
+ * is too long. A script that cannot be opened for a setting ENDS THE PROCESS as in zvgEnvSet().
+ */
+ZVG_API int64_t zvgkit_func(char* line);
+
+/*
+ * Sets a variable in the login profile script "/etc/profile.d/zvg_util_env.sh" and in the process,
+ * and runs "source /etc/profile" in a shell. Name "0" with value "0" empties the script, or creates
+ * it; other settings need it to be there.
+ *
+ * name: the variable; the first one in the script that begins with it is changed. value: with room
+ * for two more bytes, because a value of another length than the old one gets a line feed in place.
+ * Always returns 0. A script that cannot be opened prints "can't open file" and ENDS THE PROCESS
+ * with status 0. One of 1024 bytes or more is left alone, with a line on standard error. Failed
+ * writes print "file write error!", a refused variable "set tmp env error!".
+ */
+ZVG_API int zvgEnvSet(const char* name, char* value);
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,201 @@
+// Edits the profile script in place. It has one line "export NAME=VALUE" a setting, in the order in
+// which they were first made, and nothing else: positions in it are computed from that form.
+#include "env/profile_script.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "util_zvg.h"
+
+namespace zvg::env {
+
+namespace {
+
+using std::string_view;
+
+constexpr size_t capacity = 1024;
+
+// What an assignment's line has beside it: "export " and the line feed.
+constexpr size_t around_assignment = 7 + 1;
+
+class File {
+ public:
+  explicit File(const char* mode) : file_(fopen(script_path, mode)) {}
+  File(File&& other) : file_(std::exchange(other.file_, nullptr)) {}
+  ~File() { close(); }
+
+  bool is_open() const { return file_ != nullptr; }
+  FILE* get() { return file_; }
+
+  // What does not reach the file is said, but ends nothing.
+  void write(string_view text) {
+    if (fwrite(text.data(), 1, text.size(), file_) != text.size() || fflush(file_) != 0) {
+      puts("file write error!");
+    }
+  }
+
+  void close() {
+    if (file_ != nullptr) fclose(file_);
+    file_ = nullptr;
+  }
+
+ private:
+  FILE* file_;
+};
+
+// For changing the script. One that cannot be opened ends the process: no setting can be made.
+File open_to_change(const char* mode) {
+  File file(mode);
+  if (!file.is_open()) {
+    printf("can't open file");
+    exit(0);
+  }
+  return file;
+}
+
+void set_in_process(const char* name, const char* value) {
+  if (setenv(name, value, 1) != 0) puts("set tmp env error!");
+}
+
+void reload_profile() {
+  // Runs in a shell of its own, which ends with it. Whatever it answers, a login shell decides.
+  [[maybe_unused]] const int status = system("source /etc/profile");
+}
+
+struct Match {
+  string_view assignment;  // in the script
+  string_view value;       // in it
+  size_t value_position;   // counted from the lines before it
+};
+
+string_view value_of(string_view assignment) {
+  const size_t equals = assignment.find('=');
+  if (equals == string_view::npos) return {};
+  const string_view value = assignment.substr(equals + 1);
+  return value.substr(0, value.find(','));
+}
+
+// The first assignment that begins with a name.
+std::optional<Match> find(string_view script, string_view name) {
+  constexpr string_view separators = " \n\r\t";
+  size_t length = 0;  // of the lines up to here, as their form has it
+  bool is_assignment = false;
+  for (size_t at = script.find_first_not_of(separators); at != string_view::npos;) {
+    const size_t end = std::min(script.find_first_of(separators, at), script.size());
+    const string_view word = script.substr(at, end - at);
+    if (is_assignment) {
+      length += word.size() + around_assignment;
+      if (word.starts_with(name)) {
+        const string_view value = value_of(word);
+        return Match{word, value, length - value.size() - 1};
+      }
+    }
+    is_assignment = !is_assignment;  // every other word is "export"
+    at = script.find_first_not_of(separators, end);
+  }
+  return std::nullopt;
+}
+
+// Puts a value of another length in. The value's text gets its line feed in place, and the
+// environment sees it there.
+void rewrite(string_view script, const Match& match, char* value) {
+  File file = open_to_change("w");
+  file.write(script.substr(0, match.value_position));
+  strcat(value, "\n");
+  file.write(value);
+  const auto after = static_cast<size_t>(match.assignment.end() - script.begin());
+  const size_t line_end = script.find('\n', after);
+  if (line_end != string_view::npos && line_end + 1 < script.size()) {
+    file.write(script.substr(line_end + 1));
+  }
+}
+
+void append(string_view line) {
+  File file = open_to_change("a");
+  file.write(line);
+}
+
+}  // namespace
+
+bool set(const char* name, char* value) {
+  if (strcmp(name, "0") == 0 && strcmp(value, "0") == 0) {
+    open_to_change("w").close();
+    puts("All function is close!");
+    return true;
+  }
+  const std::string line = std::string("export ") + name + "=" + value + "\n";
+  File file = open_to_change("r+");
+  char content[capacity] = {};
+  const string_view script(content, fread(content, 1, sizeof content, file.get()));
+  if (script.size() == sizeof content) {
+    fprintf(stderr, "%s has %zu bytes or more and was not changed\n", script_path, capacity);
+    return false;
+  }
+  if (script.empty()) {
+    rewind(file.get());
+    file.write(line);
+    set_in_process(name, value);
+    file.close();
+    reload_profile();
+    return true;
+  }
+  if (const auto match = find(script, name); !match) {
+    file.close();
+    append(line);
+  } else if (match->value.size() == strlen(value)) {
+    fseek(file.get(), static_cast<long>(match->value_position), SEEK_SET);
+    file.write(value);
+    file.close();
+  } else {
+    file.close();
+    rewrite(script, *match, value);
+  }
+  set_in_process(name, value);
+  reload_profile();
+  return true;
+}
+
+void list() {
+  constexpr char em_dashes[] = "\u2014\u2014";
+  File file("r");
+  char line[64];
+  bool any = false;
+  while (file.is_open() && fgets(line, sizeof line, file.get()) != nullptr) {
+    if (!any) puts("The open function :");
+    any = true;
+    line[strcspn(line, "\r\n")] = '\0';
+    char* rest = nullptr;
+    strtok_r(line, " ", &rest);    // "export"
+    strtok_r(nullptr, "_", &rest);  // the family of the variable
+    const char* const setting = strtok_r(nullptr, "_", &rest);
+    if (setting == nullptr) continue;  // not one of these settings
+    printf("+%s %s", em_dashes, setting);
+    if (strcmp(setting, "MGPU") == 0) {
+      strtok_r(nullptr, "=", &rest);
+      const char* const value = rest;
+      if (strcmp(value, "0") == 0) {
+        printf(" %s COMBINED", em_dashes);
+      } else if (strcmp(value, "B") == 0) {
+        printf(" %s BALANCE", em_dashes);
+      } else if (strlen(value) > 2) {
+        printf(" %s INDEPENDENT for %c", em_dashes, value[2]);  // the core after "1:"
+      }
+    }
+    putchar('\n');
+  }
+  if (!any) puts("No function is open");
+}
+
+}  // namespace zvg::env
+
+int zvgEnvSet(const char* name, char* value) {
+  zvg::env::set(name, value);
+  return 0;
+}
