@@ -966,6 +966,8 @@ ZVG_API void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix);
  * The connection is used without a lock: until the thread has ended, nobody else may change it.
  */
 ZVG_API void* zvg_thread_rq302monitor(void* suffix);
+
+/* ------------------------------------------------------------------------------------------- */
 /* Clocks and PLLs                                                                             */
 /* ------------------------------------------------------------------------------------------- */
 
