@@ -115,7 +115,8 @@ int64_t zvgkit_func(char* line) {
     value = "0";
   } else if (way.core != nullptr) {
     name = Indep_child[0].env;
-    value = std::string(Indep_child[0].value) + way.core;
+    value = Indep_child[0].value;
+    value += way.core;
     printf("Core Function - INDEPENDENT for %s is open!\n", way.core);
   } else {
     printf("Core Function - %s is open!\n", node.label);
