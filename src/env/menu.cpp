@@ -108,17 +108,14 @@ int64_t zvgkit_func(char* line) {
     list();
     return 0;
   }
-  const char* name = node.env;
-  std::string value = node.value;
-  if (is_action(node, close_number)) {
-    name = "0";
-    value = "0";
-  } else if (way.core != nullptr) {
-    name = Indep_child[0].env;
-    value = Indep_child[0].value;
+  const bool closing = is_action(node, close_number);
+  const Node& setting = way.core != nullptr ? Indep_child[0] : node;
+  const char* const name = closing ? "0" : setting.env;
+  std::string value = closing ? "0" : setting.value;
+  if (way.core != nullptr) {
     value += way.core;
     printf("Core Function - INDEPENDENT for %s is open!\n", way.core);
-  } else {
+  } else if (!closing) {
     printf("Core Function - %s is open!\n", node.label);
   }
   if (*name == '\0' || value.empty()) {
