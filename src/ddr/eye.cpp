@@ -41,7 +41,9 @@ void print(const char* title, const Grid& grid) {
 
 }  // namespace
 
-void begin_scan(Scan scan) { g_eyes.scan = scan; }
+void begin_scan(Scan scan) {
+  g_eyes.scan = scan;
+}
 
 void report_eyes() {
   const unsigned write_max = g_eyes.write.highest;

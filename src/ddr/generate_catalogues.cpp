@@ -3,9 +3,9 @@
 // usage: generate_catalogues HEADER SOURCE NAME=TABLE...
 //
 // A table has one header line, "id" and "format", and then a record a line: the identifier in eight
-// hexadecimal digits, a tab, the printf format. Identifiers ascend, and their low byte is the number
-// of arguments; a last record 00000000 may close the table. All arguments are 32-bit numbers. In a
-// format, \n, \t and \\ are a newline, a tab and a backslash.
+// hexadecimal digits, a tab, the printf format. Identifiers ascend, and their low byte is the
+// number of arguments; a last record 00000000 may close the table. All arguments are 32-bit
+// numbers. In a format, \n, \t and \\ are a newline, a tab and a backslash.
 //
 // HEADER gets the number of records of each table, SOURCE the arrays. What is wrong with a table is
 // told with its file and line, all of it, and nothing is written then.
@@ -123,8 +123,8 @@ class Table {
     const std::string_view format = record.format;
     unsigned conversions = 0;
     for (size_t at = 0; (at = format.find('%', at)) != std::string_view::npos;) {
-      const size_t conversion = std::min(format.find_first_not_of("-+ #0123456789.", at + 1),
-                                         format.size());
+      const size_t conversion =
+          std::min(format.find_first_not_of("-+ #0123456789.", at + 1), format.size());
       const std::string_view text = format.substr(at, conversion + 1 - at);
       at = conversion + 1;
       if (text == "%%") continue;
@@ -184,8 +184,10 @@ bool write_file(const char* path, const std::vector<Table>& tables,
 }
 
 void write_header(FILE* file, const std::vector<Table>& tables) {
-  fputs("// Generated: how many records each message catalogue has.\n#pragma once\n\n"
-        "#include <stdint.h>\n\n", file);
+  fputs(
+      "// Generated: how many records each message catalogue has.\n#pragma once\n\n"
+      "#include <stdint.h>\n\n",
+      file);
   for (const Table& table : tables) {
     fprintf(file, "constexpr uint32_t %s_count = %zu;\n", table.name().c_str(),
             table.records().size());

@@ -96,8 +96,7 @@ void my_printf(const uint32_t* arguments, struct zvg_ddr_message message) {
   if (count == 0) {
     printf("%s", message.format);
   } else if (count <= most_plain_arguments) {
-    print_first(count, message.format, arguments,
-                std::make_index_sequence<most_plain_arguments>());
+    print_first(count, message.format, arguments, std::make_index_sequence<most_plain_arguments>());
   } else if (count == eye_row_arguments) {
     print_with<eye_row_arguments>(message.format, arguments);
   }

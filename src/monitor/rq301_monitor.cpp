@@ -38,10 +38,9 @@ struct Port {
 };
 
 constexpr Port type1_ports[] = {
-    {"PCIE", 0x309040},      {"2D", 0x3090A0},        {"3D0_AXI0", 0x309100},
-    {"3D0_AXI1", 0x309160},  {"3D0_AXI2", 0x3091C0},  {"3D0_AXI3", 0x309220},
-    {"3D1_AXI0", 0x309280},  {"3D1_AXI1", 0x3093E0},  {"3D1_AXI2", 0x309440},
-    {"3D1_AXI3", 0x3094A0},  {nullptr, 0x309500},     {nullptr, 0x309560},
+    {"PCIE", 0x309040},     {"2D", 0x3090A0},       {"3D0_AXI0", 0x309100}, {"3D0_AXI1", 0x309160},
+    {"3D0_AXI2", 0x3091C0}, {"3D0_AXI3", 0x309220}, {"3D1_AXI0", 0x309280}, {"3D1_AXI1", 0x3093E0},
+    {"3D1_AXI2", 0x309440}, {"3D1_AXI3", 0x3094A0}, {nullptr, 0x309500},    {nullptr, 0x309560},
 };
 
 constexpr Port type2_ports[] = {
@@ -86,8 +85,7 @@ class Ports {
 };
 
 template <size_t words>
-void read_over(std::span<const Run> runs, uint32_t* record, uint32_t base,
-               const uint32_t* before) {
+void read_over(std::span<const Run> runs, uint32_t* record, uint32_t base, const uint32_t* before) {
   memmove(record, before, words * sizeof *record);
   read_record(runs, base, record);
 }

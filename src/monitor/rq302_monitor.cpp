@@ -26,7 +26,7 @@ struct Port {
 
 // In the order of their bits in the flag registers.
 constexpr Port type1_ports[] = {
-    {"PCIE_M", 0x288878, 36}, {"2D", 0x2888E0, 48},  {"3D0", 0x288948, 60},  {"3D1", 0x2889B0, 72},
+    {"PCIE_M", 0x288878, 36}, {"2D", 0x2888E0, 48},  {"3D0", 0x288948, 60},   {"3D1", 0x2889B0, 72},
     {"3D2", 0x288A18, 84},    {"3D3", 0x288A80, 96}, {"VPU0", 0x288AE8, 108},
 };
 
@@ -57,9 +57,9 @@ void write_rows(const Layout& layout, const Port* ports, unsigned count, unsigne
                 const uint32_t* records, unsigned words, const Sample& sample) {
   for (unsigned i = 0; i < count; ++i) {
     const uint32_t bit = uint32_t{1} << (first_bit + i);
-    write_row(layout, sample.folder, ports[i].name, records + i * words,
-              {static_cast<int>(sample.time), (sample.updates & bit) != 0,
-               (sample.timeouts & bit) != 0});
+    write_row(
+        layout, sample.folder, ports[i].name, records + i * words,
+        {static_cast<int>(sample.time), (sample.updates & bit) != 0, (sample.timeouts & bit) != 0});
   }
 }
 

@@ -84,9 +84,9 @@ constexpr Columns from(const Column (&columns)[count], uint8_t first_word) {
 
 // Columns that show no field of the record say 0 here.
 constexpr Columns type1_columns[] = {
-    from(time_column, 0), from(active, 0),     from(counts, 1),
-    from(state, 0),       from(writes, 5),     from(write_high_after_tab, 16),
-    from(write_slot, 0),  from(reads, 17),     from(read_slot, 0),
+    from(time_column, 0), from(active, 0), from(counts, 1),
+    from(state, 0),       from(writes, 5), from(write_high_after_tab, 16),
+    from(write_slot, 0),  from(reads, 17), from(read_slot, 0),
 };
 
 constexpr Columns type2_columns[] = {
@@ -101,9 +101,13 @@ constexpr Columns type3_columns[] = {
     from(writes, 4),      from(write_high, 15), from(reads, 16),
 };
 
-uint64_t slot_address(uint32_t high, uint32_t low) { return uint64_t{high & 0xFF} << 32 | low; }
+uint64_t slot_address(uint32_t high, uint32_t low) {
+  return uint64_t{high & 0xFF} << 32 | low;
+}
 
-void print_address(FILE* file, uint64_t address) { fprintf(file, "0x%lx", address); }
+void print_address(FILE* file, uint64_t address) {
+  fprintf(file, "0x%lx", address);
+}
 
 void print_value(FILE* file, const Column& column, const uint32_t* words, const uint32_t* record,
                  const Stamp& stamp) {
@@ -160,11 +164,10 @@ void write_row(const Layout& layout, const char* folder, const char* port, const
   char path[PATH_MAX];
   snprintf(path, sizeof path, "%s/%s.dat", folder, port);
   if (stamp.time == 0) {
-    write_line(path, "w+", layout,
-               [](FILE* file, const Column& column, unsigned, bool is_first) {
-                 if (!is_first) fputs("\t ", file);
-                 fputs(column.name, file);
-               });
+    write_line(path, "w+", layout, [](FILE* file, const Column& column, unsigned, bool is_first) {
+      if (!is_first) fputs("\t ", file);
+      fputs(column.name, file);
+    });
   }
   if (!stamp.data_update) return;
   write_line(path, "a+", layout,

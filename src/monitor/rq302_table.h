@@ -10,7 +10,7 @@ namespace zvg::monitor::rq302 {
 // What a column shows.
 enum class Source : uint8_t {
   time,
-  one,         // rows are only written of ports that have new data
+  one,  // rows are only written of ports that have new data
   timeout,
   field,       // bits of a record word
   write_slot,  // a 40-bit address, in hexadecimal

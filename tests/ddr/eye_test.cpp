@@ -65,9 +65,8 @@ TEST(Eye, RowsAreCountedInTheirDirection) {
   write2[0] = 1;
   EXPECT_EQ(output.out, "read\n" + grid_line(row1) + grid_line(row0) + "\n\n\n\n\nwrite\n" +
                             grid_line(write2) + grid_line(write1) + grid_line({}));
-  EXPECT_THAT(node.take(),
-              testing::ElementsAre("usleep 100000", "usleep 100000", "usleep 1000000",
-                                   "usleep 100000", "usleep 100000", "usleep 100000"));
+  EXPECT_THAT(node.take(), testing::ElementsAre("usleep 100000", "usleep 100000", "usleep 1000000",
+                                                "usleep 100000", "usleep 100000", "usleep 100000"));
 }
 
 TEST(Eye, EmptyGridsHaveOneRow) {

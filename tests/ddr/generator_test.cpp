@@ -20,9 +20,8 @@ class Generator : public testing::Test {
     fs::remove("out.h");
     fs::remove("out.cpp");
     scratch_.file("t.tsv", (header ? "id\tformat\n" : "") + records);
-    const auto output = zvgtest::capture([this] {
-      status_ = system(ZVG_GENERATOR " out.h out.cpp table=t.tsv");
-    });
+    const auto output =
+        zvgtest::capture([this] { status_ = system(ZVG_GENERATOR " out.h out.cpp table=t.tsv"); });
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(status_ == 0, output.err.empty()) << output.err;
     EXPECT_EQ(fs::exists("out.h") && fs::exists("out.cpp"), status_ == 0);
@@ -56,7 +55,8 @@ TEST_F(Generator, RefusesWrongTables) {
       {"00000000\t" + longest + "x\n", "2: the format has 256 bytes; 255 are the most\n"},
       {"00020000\ta\n00010000\tb\n", "3: the identifier is not greater than the one before\n"},
       {"00020000\ta\n00020000\tb\n", "3: the identifier is not greater than the one before\n"},
-      {"00020000\ta\n00000000\tb\n00030000\tc\n", "4: a record follows the closing record 00000000\n"},
+      {"00020000\ta\n00000000\tb\n00030000\tc\n",
+       "4: a record follows the closing record 00000000\n"},
       {"00020001\ta\n", "2: the format has 0 conversions, the identifier says 1\n"},
       {"00020001\t%d %d\n", "2: the format has 2 conversions, the identifier says 1\n"},
       {"00020001\t%03x%%\n", nullptr},
@@ -91,8 +91,8 @@ TEST_F(Generator, TellsEverythingThatIsWrong) {
 }
 
 TEST_F(Generator, TableThatIsNotThereIsNamed) {
-  const auto output = zvgtest::capture(
-      [] { EXPECT_NE(system(ZVG_GENERATOR " out.h out.cpp table=none.tsv"), 0); });
+  const auto output =
+      zvgtest::capture([] { EXPECT_NE(system(ZVG_GENERATOR " out.h out.cpp table=none.tsv"), 0); });
   EXPECT_EQ(output.err, "none.tsv:0: cannot be read\n");
 }
 

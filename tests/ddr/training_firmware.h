@@ -20,7 +20,9 @@ using Burst = std::vector<Word>;
 
 constexpr Word marker = {8};
 
-inline Word opening(uint32_t id) { return {id & 0xFFFF, id >> 16}; }
+inline Word opening(uint32_t id) {
+  return {id & 0xFFFF, id >> 16};
+}
 
 // A whole message in a burst of its own.
 inline Burst message(uint32_t id, const std::vector<uint32_t>& arguments = {}) {

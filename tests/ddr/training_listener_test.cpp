@@ -35,7 +35,8 @@ std::string formatted(uint32_t id, const Words& a = {}) {
   EXPECT_EQ(record.id, id);
   const auto at = [&](size_t i) { return i < a.size() ? a[i] : 0; };
   char text[512];
-  snprintf(text, sizeof text, record.format, at(0), at(1), at(2), at(3), at(4), at(5), at(6), at(7));
+  snprintf(text, sizeof text, record.format, at(0), at(1), at(2), at(3), at(4), at(5), at(6),
+           at(7));
   return text;
 }
 
@@ -83,7 +84,9 @@ class TrainingListener : public testing::Test {
   std::unique_ptr<TrainingFirmware> firmware_;
 };
 
-void append(Log* log, const Log& more) { log->insert(log->end(), more.begin(), more.end()); }
+void append(Log* log, const Log& more) {
+  log->insert(log->end(), more.begin(), more.end());
+}
 
 const Log empty_poll = {"r4 0x400010", "w4 0x4000c4 0x1", "usleep 100"};
 const Log word_taken = {"r4 0x4000c8", "r4 0x4000d0", "w4 0x4000c4 0x0", "r4 0x400010"};
@@ -175,8 +178,8 @@ TEST_F(TrainingListener, EightBehindAMarkerIsAnIdentifierWhenArgumentsWereExpect
   send(message(three_arguments, {1, 2, 3}));
   send({marker, marker, opening(one_argument), {5}});
   send({{1}, {2}, {3}, {4}, {5}, {6}});
-  EXPECT_EQ(messages(), formatted(three_arguments, {1, 2, 3}) +
-                            "findDebugPos 00000008 00000001 00000001\n");
+  EXPECT_EQ(messages(),
+            formatted(three_arguments, {1, 2, 3}) + "findDebugPos 00000008 00000001 00000001\n");
 }
 
 TEST_F(TrainingListener, EightBehindAMarkerIsAMarkerWhenNoneWere) {
@@ -249,7 +252,8 @@ TEST_F(TrainingListener, HeadsThatAreInNoCatalogueChangeNothing) {
   send(message(0x210004, {2, 0, 1, 2}));
   for (const uint32_t id : {0x1D0004, 0x270004, 0x200004, 0x240004}) {
     send(message(id, {1, 2, 3, 4}));
-    EXPECT_THAT(listen(), testing::AllOf(HasSubstr("findDebugPos 00"), HasSubstr("read_write_f:1 ")));
+    EXPECT_THAT(listen(),
+                testing::AllOf(HasSubstr("findDebugPos 00"), HasSubstr("read_write_f:1 ")));
   }
 }
 
@@ -292,8 +296,8 @@ TEST(TrainingChannels, SelectedOnesAreListenedToInOrder) {
   const std::string end = std::string(over) + no_eyes;
   EXPECT_EQ(output.out,
             "hello zvgDdrShowEye\n"
-            "Show software eye for ddr channel 1 with phy offset 0x00440000...\n" + end +
-            "Show software eye for ddr channel 3 with phy offset 0x004c0000...\n" + end);
+            "Show software eye for ddr channel 1 with phy offset 0x00440000...\n" +
+                end + "Show software eye for ddr channel 3 with phy offset 0x004c0000...\n" + end);
   EXPECT_EQ(offsets, (Log{"c80044", "c8004c"}));
 }
 

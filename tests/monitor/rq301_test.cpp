@@ -122,13 +122,27 @@ constexpr char type3_text[] =
     "burst的交易数: %d\nsingle的交易数: %d\n最大带宽\\吞吐量,在写周期内: %d\n最大写延时: %d\n"
     "最小写延时: %d\n最大写ot数: %d\n最小写ot数: %d\n";
 
-int hi16(uint32_t w) { return static_cast<int>(w >> 16); }
-int lo16(uint32_t w) { return static_cast<int>(w & 0xFFFF); }
-int mid16(uint32_t w) { return static_cast<int>(w >> 8 & 0xFFFF); }
-int b3(uint32_t w) { return static_cast<int>(w >> 24); }
-int b2(uint32_t w) { return static_cast<int>(w >> 16 & 0xFF); }
-int b1(uint32_t w) { return static_cast<int>(w >> 8 & 0xFF); }
-int b0(uint32_t w) { return static_cast<int>(w & 0xFF); }
+int hi16(uint32_t w) {
+  return static_cast<int>(w >> 16);
+}
+int lo16(uint32_t w) {
+  return static_cast<int>(w & 0xFFFF);
+}
+int mid16(uint32_t w) {
+  return static_cast<int>(w >> 8 & 0xFFFF);
+}
+int b3(uint32_t w) {
+  return static_cast<int>(w >> 24);
+}
+int b2(uint32_t w) {
+  return static_cast<int>(w >> 16 & 0xFF);
+}
+int b1(uint32_t w) {
+  return static_cast<int>(w >> 8 & 0xFF);
+}
+int b0(uint32_t w) {
+  return static_cast<int>(w & 0xFF);
+}
 
 std::string type1_summary(const char* name, const uint32_t* w, uint32_t factor) {
   return format(type1_text, name, w[0], w[1], w[2], w[3], w[4], w[5], w[6] >> 8, w[6] & 0xFF,
@@ -175,8 +189,9 @@ TEST_F(Rq301Monitor, DoubledBandwidthWrapsAndIsSigned) {
   const std::string text = scratch_.read(summary_name);
   EXPECT_THAT(text, testing::HasSubstr("在读周期内: -2147483646\n最大读延时: 0\n最小读延时: 0\n"
                                        "最大读ot数: 0\n最小读ot数: 0\n\n\tb:\n"));
-  EXPECT_TRUE(text.ends_with("在读周期内: -2147483646\n最大读延时: 0\n最小读延时: 0\n"
-                             "最大读ot数: 0\n最小读ot数: 0\n"));
+  EXPECT_TRUE(
+      text.ends_with("在读周期内: -2147483646\n最大读延时: 0\n最小读延时: 0\n"
+                     "最大读ot数: 0\n最小读ot数: 0\n"));
 }
 
 TEST_F(Rq301Monitor, PassReadsAllMonitorsAndThenAppendsTheirSummaries) {

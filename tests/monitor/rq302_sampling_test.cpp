@@ -45,9 +45,9 @@ TEST(SamplingLoop, SleepsSamplesAndCounts) {
   zvgtest::RegisterNode node;
   node.open();
   std::vector<uint64_t> sleeps;
-  EXPECT_EQ(sample(3, &sleeps), "log_cycles: 250 ms\n\r" + pass_text(true) +
-                                    "cycle times :1\n\r" + pass_text(false) +
-                                    "cycle times :2\n\r" + pass_text(false) + "cycle times :3\n\r");
+  EXPECT_EQ(sample(3, &sleeps), "log_cycles: 250 ms\n\r" + pass_text(true) + "cycle times :1\n\r" +
+                                    pass_text(false) + "cycle times :2\n\r" + pass_text(false) +
+                                    "cycle times :3\n\r");
   EXPECT_THAT(sleeps, ElementsAre(250000, 250000, 250000));
   const auto log = node.take();
   EXPECT_EQ(log.size(), 3 * (2u + 7 * 29 + 6 * 11 + 9 * 25));
@@ -104,12 +104,12 @@ TEST(SamplingLoop, OverASerialLineSetsThePeriodAndDoesNotSleep) {
   EXPECT_THAT(sleeps, ElementsAre(0, 0));
   auto log = platform.take();
   log.resize(12);
-  EXPECT_THAT(log, ElementsAre("tcflush 0", "write fe0f000128880811e1a300",  //
-                               "tcflush 0", "write fe0f000128880000000014",  //
-                               "tcflush 0", "write fd0f000128880800000000", "select 2.000000",
-                               "read 4",  //
-                               "tcflush 0", "write fd0f000128880400000000", "select 2.000000",
-                               "read 4"));
+  EXPECT_THAT(
+      log, ElementsAre("tcflush 0", "write fe0f000128880811e1a300",  //
+                       "tcflush 0", "write fe0f000128880000000014",  //
+                       "tcflush 0", "write fd0f000128880800000000", "select 2.000000",
+                       "read 4",  //
+                       "tcflush 0", "write fd0f000128880400000000", "select 2.000000", "read 4"));
 }
 
 }  // namespace

@@ -52,9 +52,15 @@ std::string format(const char* text, ...) {
   return buffer;
 }
 
-unsigned hi16(uint32_t w) { return w >> 16; }
-unsigned lo16(uint32_t w) { return w & 0xFFFF; }
-unsigned byte2(uint32_t w) { return w >> 16 & 0xFF; }
+unsigned hi16(uint32_t w) {
+  return w >> 16;
+}
+unsigned lo16(uint32_t w) {
+  return w & 0xFFFF;
+}
+unsigned byte2(uint32_t w) {
+  return w >> 16 & 0xFF;
+}
 
 std::string type1_row(const Words& r, int time, int timeout) {
   const uint64_t a = r[26], b = r[27], c = r[28];
@@ -68,10 +74,9 @@ std::string type1_row(const Words& r, int time, int timeout) {
 }
 
 std::string type2_row(const Words& r, int time, int timeout) {
-  return format(
-      "%d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\n", time, r[0],
-      r[1], 1, timeout, r[2], r[3], r[4], r[5], r[6], r[7], r[8], hi16(r[9]), lo16(r[9]),
-      byte2(r[10]), lo16(r[10]));
+  return format("%d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\t %d\n",
+                time, r[0], r[1], 1, timeout, r[2], r[3], r[4], r[5], r[6], r[7], r[8], hi16(r[9]),
+                lo16(r[9]), byte2(r[10]), lo16(r[10]));
 }
 
 std::string type3_row(const Words& r, int time, int timeout) {
@@ -101,7 +106,9 @@ constexpr Port ports[] = {
     {"DDRC1_3", 3, 0x288F78, 0},
 };
 
-unsigned counters(int type) { return type == 1 ? 26 : type == 2 ? 11 : 25; }
+unsigned counters(int type) {
+  return type == 1 ? 26 : type == 2 ? 11 : 25;
+}
 const char* header(int type) {
   return type == 1 ? type1_header : type == 2 ? type2_header : type3_header;
 }
@@ -112,7 +119,9 @@ std::string row(int type, const Words& words, int time, int timeout) {
 }
 
 // What the register answers: every byte depends on the address.
-uint32_t counter(uint32_t address) { return address * 2654435761u; }
+uint32_t counter(uint32_t address) {
+  return address * 2654435761u;
+}
 
 Words record(const Port& port) {
   Words words;
@@ -183,7 +192,8 @@ TEST_F(Rq302Monitor, ReadersReadTheirCountersInOrder) {
 }
 
 TEST_F(Rq302Monitor, PassReadsTheFlagsAndThenEveryPortInOrder) {
-  EXPECT_EQ(pass(7, "x"), "data_update: 3fffff\r\ncreat file OK!\r\nfolderName1: Monitor_Data_x\r\n");
+  EXPECT_EQ(pass(7, "x"),
+            "data_update: 3fffff\r\ncreat file OK!\r\nfolderName1: Monitor_Data_x\r\n");
   Log expected = {"r4 0x288804", "r4 0x288fdc"};
   for (const Port& port : ports) {
     const Log of_port = reads(port);
@@ -202,9 +212,9 @@ TEST_F(Rq302Monitor, PassesWriteHeaderAndRowsOfEveryPort) {
   for (const Port& port : ports) {
     SCOPED_TRACE(port.name);
     const Words words = record(port);
-    EXPECT_EQ(scratch_.read(std::string("Monitor_Data_run/") + port.name + ".dat"),
-              header(port.type) + row(port.type, words, 0, bit++ % 2 == 0) +
-                  row(port.type, words, 1, 0));
+    EXPECT_EQ(
+        scratch_.read(std::string("Monitor_Data_run/") + port.name + ".dat"),
+        header(port.type) + row(port.type, words, 0, bit++ % 2 == 0) + row(port.type, words, 1, 0));
   }
 }
 
@@ -223,7 +233,8 @@ TEST_F(Rq302Monitor, OnlyPortsWithNewDataGetARow) {
 
 TEST_F(Rq302Monitor, WithoutNewDataTablesHoldOnlyTheirHeaders) {
   updates_ = 0xFFC00000;  // bits of no port
-  EXPECT_EQ(pass(0, "x"), "data_update: ffc00000\r\ncreat file OK!\r\nfolderName1: Monitor_Data_x\r\n");
+  EXPECT_EQ(pass(0, "x"),
+            "data_update: ffc00000\r\ncreat file OK!\r\nfolderName1: Monitor_Data_x\r\n");
   for (const Port& port : ports) {
     EXPECT_EQ(scratch_.read(std::string("Monitor_Data_x/") + port.name + ".dat"),
               header(port.type));
