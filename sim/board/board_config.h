@@ -36,6 +36,52 @@ struct HdmiPortConfig {
   unsigned pll_lock_ms = 3;               // from power-up to the PHY's lock
 };
 
+// How much passes a port of the chip's bus.
+enum class AxiLoad { idle, bursty, saturated };
+
+struct AxiPortConfig {
+  std::string name;
+  AxiLoad load = AxiLoad::idle;
+  uint64_t timeout_every = 0;  // measuring periods from one that has a timeout to the next; 0: none
+  bool data_update = true;     // whether periods that end are told
+};
+
+struct AxiConfig {
+  uint64_t seed = 1;
+  uint32_t period_cycles = 60'000'000;  // at power-up; 100 ms at 600 MHz
+  std::vector<AxiPortConfig> ports;     // those that are not as they usually are
+};
+
+// A message of the DDR training firmware.
+struct TrainingMessage {
+  uint32_t id;
+  std::vector<uint32_t> arguments;
+};
+
+// An eye in the middle of 31 delay steps and 128 voltage steps.
+struct EyeShape {
+  double width;   // columns
+  double height;  // rows
+  double centre;  // row
+};
+
+constexpr unsigned max_training_channels = 4;
+
+struct TrainingChannelConfig {
+  std::optional<std::vector<TrainingMessage>> messages;  // instead of a training that goes well
+  unsigned lanes = 32;
+  EyeShape read_eye = {22, 44, 58};
+  EyeShape write_eye = {25, 38, 46};
+};
+
+struct TrainingConfig {
+  bool enabled = true;
+  uint64_t seed = 1;
+  unsigned gap_us = 200;  // from a message that the host has taken to the next
+  bool endless = false;   // begins again when it is done
+  std::array<TrainingChannelConfig, max_training_channels> channels;
+};
+
 // Faults ------------------------------------------------------------------------------------
 
 // Fails driver requests. Either from the n-th on, count times, or each with a probability.
@@ -131,6 +177,8 @@ struct BoardConfig {
   } uart;
 
   std::array<HdmiPortConfig, hdmi_ports> hdmi;
+  AxiConfig axi;
+  TrainingConfig training;
   FaultConfig faults;
   std::vector<InitialValue> registers;  // written at power-up, in order
 };

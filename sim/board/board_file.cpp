@@ -11,6 +11,9 @@
 #include <limits>
 #include <sstream>
 #include <string_view>
+#include <utility>
+
+#include "devices/axi_ports.h"
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
@@ -66,6 +69,12 @@ constexpr struct {
 } errnos[] = {{"EPERM", EPERM},   {"EIO", EIO},       {"ENXIO", ENXIO},   {"EAGAIN", EAGAIN},
               {"ENOMEM", ENOMEM}, {"EACCES", EACCES}, {"EFAULT", EFAULT}, {"EBUSY", EBUSY},
               {"ENODEV", ENODEV}, {"EINVAL", EINVAL}, {"ENOTTY", ENOTTY}, {"ETIMEDOUT", ETIMEDOUT}};
+
+constexpr struct {
+  std::string_view name;
+  AxiLoad value;
+} axi_loads[] = {
+    {"idle", AxiLoad::idle}, {"bursty", AxiLoad::bursty}, {"saturated", AxiLoad::saturated}};
 
 template <typename Row, size_t size>
 std::string names(const Row (&rows)[size]) {
@@ -308,6 +317,12 @@ class Loader {
                  std::vector<uint8_t>* edid);
   void read_timing(const toml::array& array, const std::string& key, HdmiPortConfig* port);
   void read_register(Table& table);
+  void read_axi(Table& table);
+  void read_training(Table& table);
+  void read_training_channel(Table& table);
+  void read_eye(Table& table, std::string_view part, EyeShape* eye);
+  void read_message(const toml::node& node, const std::string& key,
+                    std::vector<TrainingMessage>* messages);
   void read_faults(Table& faults);
   // Reads which of a sequence a fault strikes.
   void read_when(Table& fault, std::string_view which, uint64_t* number, double* probability,
@@ -316,6 +331,7 @@ class Loader {
   const std::string path_;
   BoardConfig config_;
   std::array<bool, hdmi_ports> port_seen_{};
+  std::array<bool, max_training_channels> channel_seen_{};
   std::vector<std::string> problems_;
 };
 
@@ -419,6 +435,92 @@ void Loader::read_register(Table& table) {
     return;
   }
   config_.registers.push_back(initial);
+}
+
+void Loader::read_axi(Table& axi) {
+  axi.number("seed", &config_.axi.seed);
+  axi.number("period_cycles", &config_.axi.period_cycles, 1);
+  axi.tables("port", [&](Table& table) {
+    AxiPortConfig port;
+    const auto ports = axi_ports(config_.generation);
+    const auto named = [&] {
+      return std::find_if(ports.begin(), ports.end(), [&](const AxiPort& one) {
+        return !one.name.empty() && one.name == port.name;
+      });
+    };
+    if (!table.text("name", &port.name) || named() == ports.end()) {
+      std::string known;
+      for (const AxiPort& one : ports) known += one.name.empty() ? "" : " " + std::string(one.name);
+      table.problem("expected the name of a port:" + known);
+      return;
+    }
+    port.load = named()->load;
+    table.choice("load", axi_loads, &port.load);
+    table.number("timeout_every", &port.timeout_every);
+    table.boolean("data_update", &port.data_update);
+    config_.axi.ports.push_back(port);
+  });
+}
+
+void Loader::read_eye(Table& table, std::string_view part, EyeShape* eye) {
+  double* const fields[] = {&eye->width, &eye->height, &eye->centre};
+  size_t count = 0;
+  bool numbers = true;
+  const toml::array* const array =
+      table.array(part, "[width, height, centre]", [&](const toml::node& node, const std::string&) {
+        const auto number = node.value<double>();
+        numbers = numbers && number && *number >= 0 && *number <= 127;
+        if (numbers && count < std::size(fields)) *fields[count] = *number;
+        ++count;
+      });
+  if (array != nullptr && (!numbers || count != std::size(fields))) {
+    expected(*array, table.key(part), "[width, height, centre] in steps, 0 to 127");
+  }
+}
+
+void Loader::read_message(const toml::node& node, const std::string& key,
+                          std::vector<TrainingMessage>* messages) {
+  const toml::array* const array = node.as_array();
+  std::vector<uint32_t> words;
+  for (size_t i = 0; array != nullptr && i < array->size(); ++i) {
+    uint32_t word = 0;
+    unsigned_value(*array->get(i), key + "[" + std::to_string(i) + "]", &word, 0, UINT32_MAX);
+    words.push_back(word);
+  }
+  if (words.empty()) {
+    expected(node, key, "an identifier and its arguments, as [0x10003, 1, 2, 3]");
+    return;
+  }
+  messages->push_back({words.front(), {words.begin() + 1, words.end()}});
+}
+
+void Loader::read_training_channel(Table& table) {
+  unsigned number = max_training_channels;
+  if (!table.number("channel", &number, 0, max_training_channels - 1)) {
+    if (!table.toml().contains("channel")) table.problem("expected a channel = 0 to 3");
+    number = 0;
+  } else if (std::exchange(channel_seen_[number], true)) {
+    table.problem("channel " + std::to_string(number) + " is described a second time");
+  }
+  TrainingChannelConfig& channel = config_.training.channels[number];
+  std::vector<TrainingMessage> messages;
+  if (table.array("messages", "an array of messages",
+                  [&](const toml::node& node, const std::string& key) {
+                    read_message(node, key, &messages);
+                  }) != nullptr) {
+    channel.messages = std::move(messages);
+  }
+  table.number("lanes", &channel.lanes, 1, 72);
+  read_eye(table, "read_eye", &channel.read_eye);
+  read_eye(table, "write_eye", &channel.write_eye);
+}
+
+void Loader::read_training(Table& training) {
+  training.boolean("enabled", &config_.training.enabled);
+  training.number("seed", &config_.training.seed);
+  training.number("gap_us", &config_.training.gap_us, 0, 3'600'000'000);
+  training.boolean("endless", &config_.training.endless);
+  training.tables("channel", [&](Table& table) { read_training_channel(table); });
 }
 
 void Loader::read_when(Table& fault, std::string_view which, uint64_t* number, double* probability,
@@ -579,6 +681,8 @@ void Loader::read_root(Table& root) {
     table.number("reply_delay_us", &config_.uart.reply_delay_us, 0, 60'000'000);
   });
   root.tables("hdmi", [&](Table& table) { read_hdmi(table); });
+  root.table("axi", [&](Table& table) { read_axi(table); });
+  root.table("training", [&](Table& table) { read_training(table); });
   root.tables("registers", [&](Table& table) { read_register(table); });
   root.table("faults", [&](Table& table) { read_faults(table); });
 }

@@ -3,9 +3,11 @@
 #define ZVGSIM_DEVICES_DDR_PHY_H
 
 #include <bitset>
+#include <optional>
 
 #include "board/board.h"
 #include "board/device.h"
+#include "devices/training_firmware.h"
 
 namespace zvgsim {
 
@@ -17,7 +19,7 @@ class DdrPhy : public Device {
   static constexpr uint32_t size = 0x40000;
   static constexpr unsigned blocks = 16;
 
-  DdrPhy(Board& board, uint32_t select) : board_(board), select_(select) {}
+  DdrPhy(Board& board, unsigned channel, uint32_t select);
 
   uint64_t read(uint64_t offset, unsigned width) override;
   void write(uint64_t offset, unsigned width, uint64_t value) override;
@@ -28,6 +30,7 @@ class DdrPhy : public Device {
 
   Board& board_;
   const uint32_t select_;
+  std::optional<TrainingMailbox> mailbox_;
   Memory registers_{"zvgsim-ddr-phy", uint64_t{blocks} * size};
   std::bitset<blocks> filled_;
 };

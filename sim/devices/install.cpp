@@ -1,5 +1,6 @@
 #include "devices/install.h"
 
+#include "devices/axi_monitor.h"
 #include "devices/ddr_phy.h"
 #include "devices/hdmi_transmitter.h"
 #include "devices/io_ports.h"
@@ -13,7 +14,8 @@ namespace {
 // Each device's own file knows where it stands; a new one is a line here.
 using Installer = void (*)(Board&);
 constexpr Installer installers[] = {
-    install_vga, install_io_ports, install_pci_config, install_hdmi_transmitters, install_ddr_phys,
+    install_vga,      install_io_ports,     install_pci_config, install_hdmi_transmitters,
+    install_ddr_phys, install_axi_monitors,
 };
 
 }  // namespace

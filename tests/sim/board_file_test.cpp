@@ -435,5 +435,85 @@ TEST_F(BoardFileTest, MissingFileAndFolder) {
   EXPECT_EQ(problem(folder_.string()), folder_.string() + ": is a directory");
 }
 
+TEST_F(BoardFileTest, AxiMonitors) {
+  const AxiConfig axi = load(R"(
+generation = "rq301"
+[axi]
+seed = 7
+period_cycles = 1000
+[[axi.port]]
+name = "3D0_AXI0"
+load = "bursty"
+timeout_every = 3
+data_update = false
+[[axi.port]]
+name = "VGA_h0"
+)").axi;
+  EXPECT_EQ(axi.seed, 7u);
+  EXPECT_EQ(axi.period_cycles, 1000u);
+  ASSERT_EQ(axi.ports.size(), 2u);
+  EXPECT_EQ(axi.ports[0].name, "3D0_AXI0");
+  EXPECT_EQ(axi.ports[0].load, AxiLoad::bursty);
+  EXPECT_EQ(axi.ports[0].timeout_every, 3u);
+  EXPECT_FALSE(axi.ports[0].data_update);
+  EXPECT_EQ(axi.ports[1].load, AxiLoad::saturated) << "as the port usually is";
+  EXPECT_TRUE(axi.ports[1].data_update);
+
+  EXPECT_THAT(problems("[axi]\nperiod_cycles = 0\n"),
+              ElementsAre("2: axi.period_cycles: expected a number from 1 to 0xFFFFFFFF, found 0"));
+  EXPECT_THAT(problems("[[axi.port]]\nname = \"PCIE\"\n"),
+              ElementsAre(HasSubstr("expected the name of a port: PCIE_M 2D 3D0")))
+      << "of the generation";
+  EXPECT_THAT(problems("[[axi.port]]\nload = \"idle\"\n"),
+              ::testing::Contains(HasSubstr("expected the name of a port")));
+  EXPECT_THAT(problems("[[axi.port]]\nname = \"2D\"\nload = \"heavy\"\n"),
+              ElementsAre("3: axi.port[0].load: expected \"idle\", \"bursty\" or \"saturated\", "
+                          "found \"heavy\""));
+}
+
+TEST_F(BoardFileTest, Training) {
+  const TrainingConfig training = load(R"(
+[training]
+seed = 3
+gap_us = 50
+endless = true
+[[training.channel]]
+channel = 1
+lanes = 16
+read_eye = [20, 30.5, 60]
+messages = [[0x10003, 1, 2, 0xFFFFFFFF], [0x110000]]
+[[training.channel]]
+channel = 0
+write_eye = [1, 2, 3]
+)").training;
+  EXPECT_TRUE(training.enabled);
+  EXPECT_EQ(training.seed, 3u);
+  EXPECT_EQ(training.gap_us, 50u);
+  EXPECT_TRUE(training.endless);
+  const TrainingChannelConfig& channel = training.channels[1];
+  EXPECT_EQ(channel.lanes, 16u);
+  EXPECT_EQ(channel.read_eye.width, 20);
+  EXPECT_EQ(channel.read_eye.height, 30.5);
+  EXPECT_EQ(channel.read_eye.centre, 60);
+  ASSERT_TRUE(channel.messages);
+  ASSERT_EQ(channel.messages->size(), 2u);
+  EXPECT_EQ(channel.messages->front().id, 0x10003u);
+  EXPECT_THAT(channel.messages->front().arguments, ElementsAre(1, 2, 0xFFFFFFFF));
+  EXPECT_EQ(training.channels[0].write_eye.centre, 3);
+  EXPECT_FALSE(training.channels[0].messages);
+  EXPECT_FALSE(load("[training]\nenabled = false\n").training.enabled);
+
+  EXPECT_THAT(problems("[[training.channel]]\nlanes = 3\n"),
+              ElementsAre("1: training.channel[0]: expected a channel = 0 to 3"));
+  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\n[[training.channel]]\nchannel = 2\n"),
+              ElementsAre("3: training.channel[1]: channel 2 is described a second time"));
+  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\nread_eye = [1, 2]\n"),
+              ElementsAre("3: training.channel[0].read_eye: expected [width, height, centre] in "
+                          "steps, 0 to 127, found an array of 2"));
+  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\nmessages = [[], 5]\n"),
+              ElementsAre(HasSubstr("messages[0]: expected an identifier and its arguments"),
+                          HasSubstr("messages[1]: expected an identifier and its arguments")));
+}
+
 }  // namespace
 }  // namespace zvgsim

@@ -229,11 +229,11 @@ TEST_F(ScriptTool, DdrRegistersByChannel) {
   EXPECT_EQ(result.exit, 0) << result.err;
   EXPECT_THAT(trace(), HasSubstr("w4 mmio 0x130020 0x77"));
   EXPECT_THAT(trace(), Not(HasSubstr("w4 mmio 0x280020")));
-  result = run("ddr read 0x2c0010");
-  EXPECT_EQ(result.out, "channel 0: 0x00000004\nchannel 1: 0x00000004\n");
-  result = run("ddr read 0x2c0010 --mask 1 --json");
-  EXPECT_EQ(json::parse(result.out)["channels"][0]["value"], "0x00000004");
-  result = run("ddr read 0x2c0010 --mask 0xc");
+  result = run("ddr read 0x2c0020");
+  EXPECT_EQ(result.out, "channel 0: 0x00000008\nchannel 1: 0x00000008\n");
+  result = run("ddr read 0x2c0020 --mask 1 --json");
+  EXPECT_EQ(json::parse(result.out)["channels"][0]["value"], "0x00000008");
+  result = run("ddr read 0x2c0020 --mask 0xc");
   EXPECT_EQ(result.exit, 1);
   EXPECT_THAT(result.err, HasSubstr("no DDR channel of the mask: it has 0 to 1"));
 }
@@ -244,8 +244,8 @@ TEST_F(ScriptTool, DdrDumpGoesIntoItsFile) {
   EXPECT_EQ(result.exit, 0) << result.err;
   const std::string dump = folder_.get("dump.txt");
   EXPECT_THAT(dump.substr(0, 200), StartsWith("DDR 0, BLOCK 5, PHY REGISTER DUMP\n"));
-  EXPECT_THAT(dump, HasSubstr("\n0x002c0010     05000004        R        FFFFFFFF\n"));
-  EXPECT_THAT(dump, HasSubstr("\n0x002c0010     0d000004        R        FFFFFFFF\n"));
+  EXPECT_THAT(dump, HasSubstr("\n0x002c0020     05000008        R        FFFFFFFF\n"));
+  EXPECT_THAT(dump, HasSubstr("\n0x002c0020     0d000008        R        FFFFFFFF\n"));
   EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 9 * 65536 + 8192 + 11);
   const Result again = run("ddr dump --mask 1 -o " + file);
   EXPECT_EQ(again.exit, 1);
