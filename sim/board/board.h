@@ -44,6 +44,8 @@ class Board {
 
   // The DDC wires of an HDMI port.
   I2cBus& ddc(unsigned port) { return ddc_[port]; }
+  // The buses that board chips are on.
+  I2cBus& i2c(unsigned bus) { return i2c_[bus]; }
 
   // Gives the MMIO range [base, base + size) to a device. Both are multiples of attach_unit and the
   // range is free; throws std::invalid_argument otherwise. Returns the device.
@@ -102,6 +104,7 @@ class Board {
   Memory mmio_{"zvgsim-mmio", mmio_size};
   Memory vram_{"zvgsim-vram", vram_size};
   std::array<I2cBus, hdmi_ports> ddc_;
+  std::array<I2cBus, i2c_buses> i2c_;
   std::vector<std::unique_ptr<Device>> devices_;
   std::array<Range, mmio_size / attach_unit> map_{};
   std::unique_ptr<Device> pci_;

@@ -9,12 +9,15 @@
 #include <vector>
 
 #include "board/generation.h"
+#include "board/signal.h"
 #include "board/space.h"
 
 namespace zvgsim {
 
 constexpr unsigned hdmi_ports = 4;
 constexpr unsigned max_cards = 16;
+constexpr unsigned i2c_buses = 6;  // a master of the chip's own drives the first four
+constexpr unsigned video_inputs = 2;
 constexpr unsigned edid_block_size = 128;
 constexpr unsigned max_edid_blocks = 256;
 constexpr unsigned engines = 21;
@@ -82,6 +85,51 @@ struct TrainingConfig {
   std::array<TrainingChannelConfig, max_training_channels> channels;
 };
 
+// A current through a sense resistor.
+struct Shunt {
+  double milliohms = 1;
+  Signal amperes;
+};
+
+enum class PowerChip { ltc2990, ltc2991, ina3221 };
+
+// A power-monitor chip and what it measures.
+struct PowerMonitorConfig {
+  PowerChip chip = PowerChip::ltc2990;
+  unsigned bus = 0;
+  uint8_t address = 0;
+  Signal supply = {3.3};        // volts
+  Signal temperature = {25};    // degrees Celsius, inside
+  std::vector<Signal> volts;    // at its inputs (INA3221: at the loads), the first one first
+  std::vector<Shunt> shunts;    // across its pairs of inputs (INA3221: its channels)
+};
+
+// A memory, or a chip of which only the registers matter.
+struct I2cMemoryConfig {
+  unsigned bus = 0;
+  uint8_t address = 0;
+  std::vector<uint8_t> contents;  // from register 0 on
+};
+
+// A video decoder on a capture port, and the picture that it is fed.
+struct VideoInputConfig {
+  unsigned bus = 0;
+  uint8_t address = 0x24;
+  uint32_t width = 720;
+  uint32_t height = 480;
+};
+
+// What the microcontroller reaches on its own I2C buses.
+struct McuConfig {
+  bool running = true;  // firmware started it
+  struct MonitorOn {
+    unsigned first_selector = 0;
+    unsigned second_selector = 0;
+    std::vector<uint8_t> edid;
+  };
+  std::vector<MonitorOn> monitors;
+};
+
 // Faults ------------------------------------------------------------------------------------
 
 // Fails driver requests. Either from the n-th on, count times, or each with a probability.
@@ -119,11 +167,26 @@ struct HdmiFaults {
   bool pll_never_locks = false;
 };
 
+// What is wrong with an I2C bus, or with one device on it. They last.
+struct I2cFault {
+  unsigned bus = 0;
+  std::optional<uint8_t> address{};  // not set: the bus
+  bool hangs = false;                // the bus: no transfer ever ends
+  bool nack = false;                 // the device does not answer its address
+  std::optional<unsigned> nack_at_byte{};  // nor acknowledge this byte after it, counted from 1
+  // Power monitors.
+  bool stays_busy = false;
+  bool never_ready = false;  // no ready bit is ever set
+  bool drops_valid = false;  // results come without their data-valid bit
+};
+
 struct FaultConfig {
   uint64_t seed = 1;
   std::vector<DriverFault> driver;
   std::vector<UartFault> uart;
   std::array<HdmiFaults, hdmi_ports> hdmi;
+  std::vector<I2cFault> i2c;
+  bool mcu_never_done = false;
   bool amba_never_answers = false;
 };
 
@@ -179,6 +242,10 @@ struct BoardConfig {
   std::array<HdmiPortConfig, hdmi_ports> hdmi;
   AxiConfig axi;
   TrainingConfig training;
+  std::vector<PowerMonitorConfig> power_monitors;
+  std::vector<I2cMemoryConfig> i2c_memories;
+  std::array<std::optional<VideoInputConfig>, video_inputs> video;
+  McuConfig mcu;
   FaultConfig faults;
   std::vector<InitialValue> registers;  // written at power-up, in order
 };

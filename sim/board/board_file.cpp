@@ -9,6 +9,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <limits>
+#include <set>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -62,6 +63,29 @@ constexpr struct {
   std::string_view name;
   Space value;
 } initial_spaces[] = {{"mmio", Space::mmio}, {"vram", Space::vram}, {"kmem", Space::kmem}};
+
+constexpr struct {
+  std::string_view name;
+  PowerChip value;
+} power_chips[] = {{"ltc2990", PowerChip::ltc2990},
+                   {"ltc2991", PowerChip::ltc2991},
+                   {"ina3221", PowerChip::ina3221}};
+
+// What each power monitor has, and where on the bus it can be.
+struct PowerChipTraits {
+  size_t inputs, shunts;
+  uint8_t first_address, last_address;
+};
+constexpr PowerChipTraits traits_of(PowerChip chip) {
+  switch (chip) {
+    case PowerChip::ltc2990:
+      return {4, 2, 0x4C, 0x4F};
+    case PowerChip::ltc2991:
+      return {8, 4, 0x48, 0x4F};
+    default:
+      return {3, 3, 0x40, 0x43};
+  }
+}
 
 constexpr struct {
   std::string_view name;
@@ -161,6 +185,31 @@ class Loader {
                 uint64_t maximum = std::numeric_limits<Number>::max()) {
       const toml::node* const node = find(part);
       return node != nullptr && loader_.unsigned_value(*node, key(part), value, minimum, maximum);
+    }
+    // As number(), for a key that the table cannot do without.
+    template <typename Number>
+    bool needed(std::string_view part, Number* value, uint64_t minimum, uint64_t maximum) {
+      if (number(part, value, minimum, maximum)) return true;
+      if (!table_.contains(part)) problem("expected a key '" + std::string(part) + "'");
+      return false;
+    }
+    bool signal(std::string_view part, Signal* value) {
+      const toml::node* const node = find(part);
+      return node != nullptr && loader_.read_signal(*node, key(part), value);
+    }
+    // A number that need not be whole.
+    bool real(std::string_view part, double* value, double minimum, double maximum) {
+      const toml::node* const node = find(part);
+      if (node == nullptr) return false;
+      const auto found = node->value<double>();
+      if (!found || *found < minimum || *found > maximum) {
+        std::ostringstream what;
+        what << "a number from " << minimum << " to " << maximum;
+        loader_.expected(*node, key(part), what.str());
+        return false;
+      }
+      *value = *found;
+      return true;
     }
     template <typename Number>
     bool number(std::string_view part, std::optional<Number>* value, uint64_t minimum,
@@ -316,6 +365,12 @@ class Loader {
   void read_edid(const toml::node& node, const std::string& key, const std::string& file,
                  std::vector<uint8_t>* edid);
   void read_timing(const toml::array& array, const std::string& key, HdmiPortConfig* port);
+  bool read_signal(const toml::node& node, const std::string& key, Signal* signal);
+  bool read_i2c_place(Table& table, unsigned* bus, uint8_t* address, uint8_t first, uint8_t last);
+  void read_power_monitor(Table& table);
+  void read_i2c_memory(Table& table);
+  void read_video(Table& table);
+  void read_mcu(Table& table);
   void read_register(Table& table);
   void read_axi(Table& table);
   void read_training(Table& table);
@@ -332,6 +387,7 @@ class Loader {
   BoardConfig config_;
   std::array<bool, hdmi_ports> port_seen_{};
   std::array<bool, max_training_channels> channel_seen_{};
+  std::set<std::pair<unsigned, uint8_t>> i2c_taken_;  // bus and address
   std::vector<std::string> problems_;
 };
 
@@ -405,6 +461,103 @@ void Loader::read_hdmi(Table& table) {
   if (!named) return;
   port_seen_[number] = true;
   config_.hdmi[number] = std::move(port);
+}
+
+bool Loader::read_signal(const toml::node& node, const std::string& key, Signal* signal) {
+  if (const auto value = node.value<double>()) {
+    *signal = {*value};
+    return true;
+  }
+  if (!node.is_table()) {
+    expected(node, key, "a number, or { value = ..., swing = ..., period_s = ... }");
+    return false;
+  }
+  constexpr double anything = 1e9;
+  Table table(*this, *node.as_table(), key);
+  table.real("value", &signal->value, -anything, anything);
+  table.real("swing", &signal->swing, 0, anything);
+  table.real("period_s", &signal->period_s, 0.001, anything);
+  return true;
+}
+
+// Where a chip stands. Two at one place would answer at once.
+bool Loader::read_i2c_place(Table& table, unsigned* bus, uint8_t* address, uint8_t first,
+                            uint8_t last) {
+  const bool bus_known = table.needed("bus", bus, 0, i2c_buses - 1);
+  const bool address_known = table.needed("address", address, first, last);
+  if (!bus_known || !address_known) return false;
+  if (!i2c_taken_.insert({*bus, *address}).second) {
+    table.problem("bus " + std::to_string(*bus) + " has another chip at " + hex(*address));
+    return false;
+  }
+  return true;
+}
+
+void Loader::read_power_monitor(Table& table) {
+  PowerMonitorConfig monitor;
+  if (!table.choice("chip", power_chips, &monitor.chip) && !table.toml().contains("chip")) {
+    table.problem("expected a chip = " + names(power_chips));
+  }
+  const PowerChipTraits traits = traits_of(monitor.chip);
+  const bool placed = read_i2c_place(table, &monitor.bus, &monitor.address, traits.first_address,
+                                     traits.last_address);
+  table.signal("supply", &monitor.supply);
+  table.signal("temperature", &monitor.temperature);
+  table.array("volts", "an array of numbers", [&](const toml::node& node, const std::string& key) {
+    read_signal(node, key, &monitor.volts.emplace_back());
+  });
+  table.tables("shunts", [&](Table& shunt) {
+    Shunt& one = monitor.shunts.emplace_back();
+    shunt.real("milliohms", &one.milliohms, 0.001, 1e6);
+    shunt.signal("amperes", &one.amperes);
+  });
+  if (monitor.volts.size() > traits.inputs || monitor.shunts.size() > traits.shunts) {
+    table.problem("expected at most " + std::to_string(traits.inputs) + " volts and " +
+                  std::to_string(traits.shunts) + " shunts");
+  }
+  if (placed) config_.power_monitors.push_back(std::move(monitor));
+}
+
+void Loader::read_i2c_memory(Table& table) {
+  I2cMemoryConfig memory;
+  const bool placed = read_i2c_place(table, &memory.bus, &memory.address, 0x08, 0x77);
+  table.array("contents", "an array of bytes", [&](const toml::node& node, const std::string& key) {
+    uint8_t byte = 0;
+    unsigned_value(node, key, &byte, 0, 0xFF);
+    memory.contents.push_back(byte);
+  });
+  if (memory.contents.size() > 256) table.problem("expected at most 256 bytes of contents");
+  if (placed) config_.i2c_memories.push_back(std::move(memory));
+}
+
+void Loader::read_video(Table& table) {
+  VideoInputConfig input;
+  unsigned port = 0;
+  const bool named = table.needed("port", &port, 0, video_inputs - 1);
+  const bool placed = read_i2c_place(table, &input.bus, &input.address, 0x24, 0x25);
+  table.number("width", &input.width, 0, 0x7FFF);
+  table.number("height", &input.height, 0, 0xFFFF);
+  if (!named || !placed) return;
+  if (config_.video[port]) {
+    table.problem("port " + std::to_string(port) + " is described a second time");
+  }
+  config_.video[port] = input;
+}
+
+void Loader::read_mcu(Table& table) {
+  table.boolean("running", &config_.mcu.running);
+  table.tables("monitors", [&](Table& one) {
+    McuConfig::MonitorOn monitor;
+    one.needed("first", &monitor.first_selector, 0, 15);
+    one.needed("second", &monitor.second_selector, 0, 15);
+    std::string file;
+    if (one.text("edid", &file)) {
+      read_edid(*one.toml().get("edid"), one.key("edid"), file, &monitor.edid);
+    } else if (!one.toml().contains("edid")) {
+      one.problem("expected a key 'edid'");
+    }
+    config_.mcu.monitors.push_back(std::move(monitor));
+  });
 }
 
 void Loader::read_register(Table& table) {
@@ -588,6 +741,24 @@ void Loader::read_faults(Table& faults) {
     table.boolean("phy_busy", &fault.phy_busy);
     table.boolean("pll_never_locks", &fault.pll_never_locks);
   });
+  faults.tables("i2c", [&](Table& table) {
+    I2cFault fault;
+    table.needed("bus", &fault.bus, 0, i2c_buses - 1);
+    table.number("address", &fault.address, 0, 0x7F);
+    table.boolean("hangs", &fault.hangs);
+    table.boolean("nack", &fault.nack);
+    table.number("nack_at_byte", &fault.nack_at_byte, 1, UINT32_MAX);
+    table.boolean("stays_busy", &fault.stays_busy);
+    table.boolean("never_ready", &fault.never_ready);
+    table.boolean("drops_valid", &fault.drops_valid);
+    if (fault.hangs == fault.address.has_value()) {
+      table.problem("expected either 'hangs', for the bus, or an 'address'");
+    }
+    config_.faults.i2c.push_back(fault);
+  });
+  faults.table("mcu", [&](Table& table) {
+    table.boolean("never_done", &config_.faults.mcu_never_done);
+  });
   faults.table("amba", [&](Table& table) {
     table.boolean("never_answers", &config_.faults.amba_never_answers);
   });
@@ -683,6 +854,10 @@ void Loader::read_root(Table& root) {
   root.tables("hdmi", [&](Table& table) { read_hdmi(table); });
   root.table("axi", [&](Table& table) { read_axi(table); });
   root.table("training", [&](Table& table) { read_training(table); });
+  root.tables("power_monitors", [&](Table& table) { read_power_monitor(table); });
+  root.tables("i2c_memories", [&](Table& table) { read_i2c_memory(table); });
+  root.tables("video", [&](Table& table) { read_video(table); });
+  root.table("mcu", [&](Table& table) { read_mcu(table); });
   root.tables("registers", [&](Table& table) { read_register(table); });
   root.table("faults", [&](Table& table) { read_faults(table); });
 }

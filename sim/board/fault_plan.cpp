@@ -7,10 +7,12 @@
 namespace zvgsim {
 
 FaultPlan::FaultPlan(const FaultConfig& config)
-    : amba_never_answers(config.amba_never_answers),
+    : mcu_never_done(config.mcu_never_done),
+      amba_never_answers(config.amba_never_answers),
       random_(config.seed),
       uart_(config.uart),
-      hdmi_(config.hdmi) {
+      hdmi_(config.hdmi),
+      i2c_(config.i2c) {
   for (const DriverFault& fault : config.driver) driver_.push_back({fault, 0});
 }
 
@@ -19,6 +21,13 @@ bool FaultPlan::strikes(uint64_t from, uint64_t count, double probability, uint6
   if (from != 0) return seen >= from && seen - from < count;
   constexpr double range = 18446744073709551616.0;  // 2^64
   return static_cast<double>(random_()) < probability * range;
+}
+
+const I2cFault* FaultPlan::i2c(unsigned bus, std::optional<uint8_t> address) const {
+  const auto found = std::find_if(i2c_.begin(), i2c_.end(), [&](const I2cFault& fault) {
+    return fault.bus == bus && fault.address == address;
+  });
+  return found == i2c_.end() ? nullptr : &*found;
 }
 
 int FaultPlan::driver_request(unsigned number) {

@@ -31,6 +31,10 @@ class FaultPlan {
 
   // Standing faults; a test may change them at any time.
   HdmiFaults& hdmi(unsigned port) { return hdmi_[port]; }
+  std::vector<I2cFault>& i2c() { return i2c_; }
+  // The fault of a bus, or of one device on it; null when it is in order.
+  const I2cFault* i2c(unsigned bus, std::optional<uint8_t> address = {}) const;
+  bool mcu_never_done = false;
   bool amba_never_answers = false;
 
  private:
@@ -45,6 +49,7 @@ class FaultPlan {
   std::vector<UartFault> uart_;
   uint64_t replies_ = 0;
   std::array<HdmiFaults, hdmi_ports> hdmi_;
+  std::vector<I2cFault> i2c_;
 };
 
 }  // namespace zvgsim

@@ -4,6 +4,8 @@ namespace zvgsim {
 
 bool I2cBus::start(uint8_t address, bool read) {
   selected_ = nullptr;
+  address_ = address;
+  bytes_ = 0;
   if (unheard && unheard(address)) return false;
   for (const auto& device : devices_) {
     if (device->start(address, read)) {
@@ -15,6 +17,8 @@ bool I2cBus::start(uint8_t address, bool read) {
 }
 
 bool I2cBus::write(uint8_t byte) {
+  ++bytes_;
+  if (refused && refused(address_, bytes_)) return false;
   return selected_ != nullptr && selected_->write(byte);
 }
 

@@ -36,10 +36,14 @@ class I2cBus {
 
   // Faults: addresses that are kept from every device.
   std::function<bool(uint8_t address)> unheard;
+  // Bytes after an address, counted from 1, that do not reach the device.
+  std::function<bool(uint8_t address, unsigned byte)> refused;
 
  private:
   std::vector<std::unique_ptr<I2cDevice>> devices_;
   I2cDevice* selected_ = nullptr;
+  uint8_t address_ = 0;
+  unsigned bytes_ = 0;  // since the start
 };
 
 }  // namespace zvgsim

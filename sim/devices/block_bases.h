@@ -39,6 +39,8 @@ constexpr uint32_t vga_base = 0x10000;  // VGA port p is at vga_base + p
 constexpr uint32_t i2c_master_base = 0x100000;
 constexpr uint32_t i2c_master_stride = 0x400;
 constexpr unsigned i2c_masters = 4;
+constexpr uint32_t mcu_page = 0x3FF00;
+constexpr uint32_t mcu_reset = 0x308068;
 constexpr uint32_t hdmi_base = 0x110000;
 constexpr uint32_t hdmi_stride = 0x10000;
 

@@ -3,7 +3,10 @@
 #include "devices/axi_monitor.h"
 #include "devices/ddr_phy.h"
 #include "devices/hdmi_transmitter.h"
+#include "devices/i2c_chips.h"
+#include "devices/i2c_master.h"
 #include "devices/io_ports.h"
+#include "devices/mcu.h"
 #include "devices/pci_config.h"
 #include "devices/vga.h"
 
@@ -14,8 +17,15 @@ namespace {
 // Each device's own file knows where it stands; a new one is a line here.
 using Installer = void (*)(Board&);
 constexpr Installer installers[] = {
-    install_vga,      install_io_ports,     install_pci_config, install_hdmi_transmitters,
-    install_ddr_phys, install_axi_monitors,
+    install_vga,
+    install_io_ports,
+    install_pci_config,
+    install_hdmi_transmitters,
+    install_ddr_phys,
+    install_axi_monitors,
+    install_i2c_masters,
+    install_i2c_chips,
+    install_mcu,
 };
 
 }  // namespace

@@ -26,7 +26,7 @@ constexpr bool is_bridge(uint8_t index) {
 
 }  // namespace
 
-Vga::Vga(Board& board) : ByteBlock(board, vga_base), bridge_(board) {}
+Vga::Vga(Board& board) : ByteBlock(board, vga_base), bridge_(board), capture_(board) {}
 
 bool Vga::colour() const {
   return (misc_output_ & colour_addressing) != 0;
@@ -46,7 +46,7 @@ uint8_t Vga::read_byte(uint32_t port) {
       if (colour() != (port == colour_data)) return nobody;
       return is_bridge(crtc_index_) ? bridge_.read(crtc_index_) : crtc_[crtc_index_];
     default:
-      return stored(port);
+      return VideoCapture::is_measured(port) ? capture_.measured(port) : stored(port);
   }
 }
 
@@ -71,7 +71,9 @@ void Vga::write_byte(uint32_t port, uint8_t value) {
       }
       return;
     default:
+      if (VideoCapture::is_measured(port)) return;
       store(port, value);
+      capture_.written(port, value);
   }
 }
 

@@ -33,6 +33,7 @@ class DriverFile : public OpenFile {
   int answer(Information& record);
   int answer(KernelMemory& record);
   int answer(I2cTransfer& record);
+  static uint32_t transfer(I2cBus& bus, I2cTransfer& record);
   int answer(Query& record);
   int answer(Command& record);
   int answer(IoportAccess& record);
@@ -219,10 +220,30 @@ int DriverFile::answer(I2cTransfer& record) {
   if (!has_card(record.card)) return ENODEV;
   if (record.op > op_write || record.length > i2c_max_length) {
     record.result = i2c_bad_argument;
+  } else if (record.bus >= i2c_buses) {
+    record.result = i2c_no_channel;
   } else {
-    record.result = record.bus < i2c_buses ? i2c_no_device : i2c_no_channel;
+    I2cBus& bus = machine_.card(record.card).i2c(record.bus);
+    record.result = transfer(bus, record);
+    bus.stop();
   }
   return 0;
+}
+
+// One transfer, up to the stop. Every byte's acknowledge counts.
+uint32_t DriverFile::transfer(I2cBus& bus, I2cTransfer& record) {
+  const auto address = static_cast<uint8_t>(record.device & 0x7F);
+  if (!bus.start(address, false)) return i2c_no_device;
+  if (!bus.write(static_cast<uint8_t>(record.reg))) return i2c_no_acknowledge;
+  if (record.op == op_read && !bus.start(address, true)) return i2c_no_acknowledge;
+  for (uint32_t i = 0; i < record.length; ++i) {
+    if (record.op == op_read) {
+      record.data[i] = bus.read();
+    } else if (!bus.write(record.data[i])) {
+      return i2c_no_acknowledge;
+    }
+  }
+  return i2c_succeeded;
 }
 
 int DriverFile::answer(Query& record) {

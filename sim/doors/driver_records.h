@@ -120,7 +120,6 @@ enum QueryKey : uint32_t {
 enum CommandNumber : uint32_t { command_dump_free_vram = 5 };
 
 constexpr uint32_t ddc_channels = 16;
-constexpr uint32_t i2c_buses = 6;
 constexpr uint32_t i2c_max_length = 512;
 
 // What the driver puts into the result word of I2C and DDC transfers.
