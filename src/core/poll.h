@@ -21,6 +21,22 @@ int poll(int tries, useconds_t step_us, int timeout, Probe probe) {
   return timeout;
 }
 
+// Whether a poll that found nothing to the end also waits after its last probe.
+enum class LastWait { kept, left_out };
+
+// Probes until the probe finds what it looks for, and waits between probes, by whatever clock.
+//
+// tries: how many probes at most.
+// Returns whether it was found.
+template <typename Wait, typename Probe>
+bool poll_every(int tries, LastWait last, Wait wait, Probe probe) {
+  for (int left = tries; left > 0; --left) {
+    if (probe()) return true;
+    if (left > 1 || last == LastWait::kept) wait();
+  }
+  return false;
+}
+
 // Whether a match that only the last repeat found still counts.
 enum class LastMatch { counts, comes_too_late };
 

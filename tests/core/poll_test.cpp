@@ -109,6 +109,22 @@ TEST_F(Poll, SpinLooksOnceMoreThanItsRounds) {
   EXPECT_EQ(spin(5, 4), 4);
   EXPECT_EQ(spin(5, 99), 6);
   EXPECT_EQ(spin(0, 99), 1);
+}
+
+TEST_F(Poll, EveryLookIsFollowedByTheCallersWaitExceptWhereItsLastIsLeftOut) {
+  using zvg::core::LastWait;
+  int waits = 0;
+  const auto never = [&] { return ++looks_ < 0; };
+  const auto wait = [&] { ++waits; };
+  EXPECT_FALSE(zvg::core::poll_every(4, LastWait::kept, wait, never));
+  EXPECT_EQ(looks_, 4);
+  EXPECT_EQ(waits, 4);
+  EXPECT_FALSE(zvg::core::poll_every(4, LastWait::left_out, wait, never));
+  EXPECT_EQ(looks_, 8);
+  EXPECT_EQ(waits, 7);
+  looks_ = waits = 0;
+  EXPECT_TRUE(zvg::core::poll_every(4, LastWait::kept, wait, [&] { return ++looks_ == 4; }));
+  EXPECT_EQ(waits, 3);
   EXPECT_EQ(sleeps_, 0);
 }
 
