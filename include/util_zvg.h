@@ -708,43 +708,52 @@ ZVG_API int zvgZoomVideoGetParm(int port, uint32_t* x, uint32_t* y, uint32_t* wi
 /* ------------------------------------------------------------------------------------------- */
 /* The chip's microcontroller                                                                  */
 /* ------------------------------------------------------------------------------------------- */
+/* Colour ramps and lookup tables                                                              */
+/* ------------------------------------------------------------------------------------------- */
 
-/* An I2C read that the controller makes for the host; 16 bytes. */
-struct zvg_mcu_request {
-  uint8_t second_selector; /* 0 to 15 */
-  uint8_t first_selector;  /* 0 to 15 */
-  uint8_t offset;          /* the device's register to start from */
-  uint8_t reserved_0;
-  uint16_t length; /* bytes to copy */
-  uint16_t reserved_1;
-  uint8_t* buffer;
-};
+/* What a display controller's lookup table shall correct for. */
+typedef struct zvg_color_setting {
+  uint32_t crtc;       /* 0 to 3 */
+  int32_t temperature; /* kelvin, 1000 to 25099; 6500 is neutral */
+  float gamma[3];      /* red, green, blue; 1.0 is neutral */
+  float brightness;    /* 1.0 is neutral */
+} zvg_color_setting;
 
-/*
- * Restarts the controller unless it runs, which takes a second, and loads a request's parameters:
- * a and c (bytes), b (the 7-bit slave address) and the two selectors (0 to 15).
- * Returns the last register write's result.
- */
-ZVG_API int ResetMcu(int a, uint32_t b, int c, uint32_t low_select, uint32_t high_select);
-
-/* Copies count bytes of the controller's result. Returns count, 0 when it is below 1. */
-ZVG_API int zvg_dp_mcu_fifo_read(uint8_t* buffer, int count);
+/* A lookup table as the driver takes it: the addresses of size 16-bit entries for each channel. */
+typedef struct zvg_crtc_lut {
+  uint32_t crtc;
+  uint32_t size;
+  uint64_t red;
+  uint64_t green;
+  uint64_t blue;
+} zvg_crtc_lut;
 
 /*
- * Has the controller read from the device at address 0x50 and copies the result. Waits without a
- * limit for the end. Returns the number of bytes, or -32 when the transfer failed.
+ * Corrects ramps in place: pow(in * brightness * white point, 1 / gamma), with 65536 as 1.0 for
+ * integers. The white point follows a black body at the setting's temperature, interpolated
+ * between rows 100 K apart; beyond them the nearest counts. A size below 1 does nothing.
  */
-ZVG_API int zvg_mcu_handle(struct zvg_mcu_request* request);
+ZVG_API void colorramp_fill(uint16_t* red, uint16_t* green, uint16_t* blue, int32_t size,
+                            const zvg_color_setting* setting);
+ZVG_API void colorramp_fill_float(float* red, float* green, float* blue, int32_t size,
+                                  const zvg_color_setting* setting);
 
 /*
- * Fetches a monitor's EDID through the controller: the base block and, when there are extensions,
- * the first of them. out: has room for 128 bytes for the base block and each extension that it
- * announces, 32768 at the most; what was not fetched is filled with zeros. length: receives that
- * size. Returns out. On standard output "read edid failed-" or "read edid failed--" for a block
- * that could not be fetched, and "new is error" without memory. The working buffer stays allocated.
+ * Makes the lookup table of a setting: 256 entries a channel. The caller frees the entries (one
+ * block, at red) and then the table.
  */
-ZVG_API void* mcu_i2c_get_edid(int first_selector, int second_selector, void* out,
-                               uint32_t* length);
+ZVG_API zvg_crtc_lut* zvg_set_color(const zvg_color_setting* setting);
+
+/*
+ * Makes a lookup table of a command and gives it to the driver at fd.
+ *
+ * cmdline: the controller's number, then in any order "ga R:G:B", "br F" and "ct KELVIN", e.g.
+ * "0 ga 2.2:2.2:2.2 br 0.9 ct 6500"; less than 256 characters.
+ * Returns the request's result; -1 for a command that is too long or a controller above 3; -22
+ * for a key without its values or a temperature outside 1000 to 25099. Those are printed on
+ * standard output, beginning with "[ERROR]", and nothing is sent.
+ */
+ZVG_API int zvg_lut_load(int fd, const char* cmdline);
 
 /* ------------------------------------------------------------------------------------------- */
 /* EDID                                                                                        */

@@ -52,6 +52,18 @@ struct GenericRecord {
   uint64_t value;
 };
 
+// A transfer on the auxiliary channel of a DisplayPort output.
+struct AuxRecord {
+  enum Operation : uint32_t { write = 0, read = 1, fetch_edid = 2 };
+
+  uint32_t reserved;
+  uint32_t port;
+  uint32_t operation;
+  uint32_t address;
+  uint32_t length;  // in; out for the EDID
+  uint8_t data[512];
+};
+
 // The DDR operation shares its number with the auxiliary channel, whose records are this long.
 struct DdrRecord {
   GenericRecord operation;
@@ -102,6 +114,7 @@ static_assert(sizeof(PciRecord) == 16 && offsetof(PciRecord, value) == 12);
 static_assert(sizeof(KmemRecord) == 24 && offsetof(KmemRecord, op) == 8 &&
               offsetof(KmemRecord, value) == 16);
 static_assert(sizeof(GenericRecord) == 24 && offsetof(GenericRecord, value) == 16);
+static_assert(sizeof(AuxRecord) == 532 && offsetof(AuxRecord, data) == 20);
 static_assert(sizeof(DdrRecord) == 532);
 static_assert(sizeof(I2cRecord) == 540 && offsetof(I2cRecord, data) == 24 &&
               offsetof(I2cRecord, result) == 536);
@@ -109,6 +122,7 @@ static_assert(sizeof(QueryRecord) == 136 && offsetof(QueryRecord, data) == 8);
 static_assert(sizeof(CommandRecord) == 80 && offsetof(CommandRecord, result) == 16);
 static_assert(sizeof(IoportRecord) == 3);
 static_assert(sizeof(PowerRecord) == 8);
+static_assert(sizeof(zvg_crtc_lut) == 32 && offsetof(zvg_crtc_lut, blue) == 24);
 static_assert(sizeof(zvg_info) == 16 && offsetof(zvg_info, free) == 12);
 
 // Request numbers: type letter 'd', both directions, the record's size.
@@ -129,17 +143,20 @@ constexpr unsigned long request_dac = request_number<GenericRecord>(0x09);
 constexpr unsigned long request_hdmi = request_number<GenericRecord>(0x0A);
 constexpr unsigned long request_dvo = request_number<GenericRecord>(0x0B);
 constexpr unsigned long request_ddr = request_number<DdrRecord>(0x0C);
+constexpr unsigned long request_aux = request_number<AuxRecord>(0x0C);
 constexpr unsigned long request_spi = request_number<GenericRecord>(0x0E);
 constexpr unsigned long request_i2c = request_number<I2cRecord>(0x0F);
 constexpr unsigned long request_query = request_number<QueryRecord>(0x10);
 constexpr unsigned long request_command = request_number<CommandRecord>(0x11);
 constexpr unsigned long request_ioport = request_number<IoportRecord>(0x12);
+constexpr unsigned long request_lut = request_number<zvg_crtc_lut>(0x13);
 constexpr unsigned long request_power = request_number<PowerRecord>(0x14);
 constexpr unsigned long request_fan_rate = request_number<uint32_t>(0x15);     // per cent
 constexpr unsigned long request_clear_fan = _IOC(_IOC_NONE, 'd', 0x16, 0);     // no record
 constexpr unsigned long request_temperature = request_number<uint32_t>(0x17);  // a test value
 
 static_assert(request_register == 0xC0206401 && request_ddr == 0xC214640C &&
+              request_aux == 0xC214640C && request_lut == 0xC0206413 &&
               request_i2c == 0xC21C640F && request_query == 0xC0886410 &&
               request_command == 0xC0506411 && request_ioport == 0xC0036412 &&
               request_power == 0xC0086414 && request_fan_rate == 0xC0046415 &&
