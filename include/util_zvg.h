@@ -538,7 +538,8 @@ enum zvg_mode_word {
   ZVG_MODE_V_SYNC_START = 6,
   ZVG_MODE_V_SYNC_END = 7,
   ZVG_MODE_V_TOTAL = 8,
-  ZVG_MODE_WORDS = 9
+  ZVG_MODE_WORDS = 9,
+  ZVG_MODE_SYNC_FLAGS = 9 /* tenth word, only where a function says so: enum zvg_sync_flag */
 };
 
 /* Reads or writes the 16-bit PHY register reg (0 to 255) over the PHY's I2C master. */
@@ -707,6 +708,311 @@ ZVG_API int zvgZoomVideoGetParm(int port, uint32_t* x, uint32_t* y, uint32_t* wi
 
 /* ------------------------------------------------------------------------------------------- */
 /* The chip's microcontroller                                                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/* An I2C read that the controller makes for the host; 16 bytes. */
+struct zvg_mcu_request {
+  uint8_t second_selector; /* 0 to 15 */
+  uint8_t first_selector;  /* 0 to 15 */
+  uint8_t offset;          /* the device's register to start from */
+  uint8_t reserved_0;
+  uint16_t length; /* bytes to copy */
+  uint16_t reserved_1;
+  uint8_t* buffer;
+};
+
+/*
+ * Restarts the controller unless it runs, which takes a second, and loads a request's parameters:
+ * a and c (bytes), b (the 7-bit slave address) and the two selectors (0 to 15).
+ * Returns the last register write's result.
+ */
+ZVG_API int ResetMcu(int a, uint32_t b, int c, uint32_t low_select, uint32_t high_select);
+
+/* Copies count bytes of the controller's result. Returns count, 0 when it is below 1. */
+ZVG_API int zvg_dp_mcu_fifo_read(uint8_t* buffer, int count);
+
+/*
+ * Has the controller read from the device at address 0x50 and copies the result. Waits without a
+ * limit for the end. Returns the number of bytes, or -32 when the transfer failed.
+ */
+ZVG_API int zvg_mcu_handle(struct zvg_mcu_request* request);
+
+/*
+ * Fetches a monitor's EDID through the controller: the base block and, when there are extensions,
+ * the first of them. out: has room for 128 bytes for the base block and each extension that it
+ * announces, 32768 at the most; what was not fetched is filled with zeros. length: receives that
+ * size. Returns out. On standard output "read edid failed-" or "read edid failed--" for a block
+ * that could not be fetched, and "new is error" without memory. The working buffer stays allocated.
+ */
+ZVG_API void* mcu_i2c_get_edid(int first_selector, int second_selector, void* out,
+                               uint32_t* length);
+/* DisplayPort: device records, registers and the AUX channel                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * One transmitter. Its registers are 32 bits wide: PHY register r at base + block_offset + r,
+ * controller register r at base + block_offset + 0x10000 + r, all in the MMIO space.
+ *
+ * A record whose base and block offset are both null is invalid: a register read through it
+ * prints "%s(%d): invalid dp_dev" on standard error and gives -22 as its value, a register write
+ * prints the same and returns the length of what was printed. A read that fails prints as
+ * zvgRegReadLongBase() does.
+ */
+typedef struct zvg_dptx {
+  uint8_t* base;         /* null in the library's own records */
+  uint32_t block_offset; /* 0x500000 + port * 0x20000 */
+  int port;              /* 0 to 3, named in messages */
+  uint32_t link_clock;   /* link clock index 0 to 5, 2 at first: zvg_speed_to_link_clk() */
+  uint32_t lanes;        /* lane count, 2 at first */
+} zvg_dptx;
+
+/*
+ * Sets up a port's record and its transmitter. Any port is taken, also one that the chip does not
+ * have. Returns 0.
+ */
+ZVG_API int zvgDpInit(int port);
+
+/*
+ * Fills the record and brings the transmitter from reset to an enabled link at 2.7 Gbit/s on two
+ * lanes, without a stream. Failures of the PHY are printed and do not end the sequence. Returns 0.
+ */
+ZVG_API int zvg_dptx_init(zvg_dptx* device, uint8_t* base, uint32_t block_offset, int port);
+
+/* Controller registers. The write returns the result of zvgRegWriteLong(). */
+ZVG_API uint32_t zvg_dptx_reg_read(const zvg_dptx* device, uint32_t reg);
+ZVG_API int zvg_dptx_reg_write(const zvg_dptx* device, uint32_t reg, uint32_t value);
+
+/* PHY registers. */
+ZVG_API uint32_t zvg_dptx_phy_reg_read(const zvg_dptx* device, uint32_t reg);
+ZVG_API int zvg_dptx_phy_reg_write(const zvg_dptx* device, uint32_t reg, uint32_t value);
+
+/*
+ * The controller's count-down timer: 21 bits of ticks. The wait clears the timer, starts it and
+ * reads it until it is 0. IT HAS NO BOUND: a timer that does not count holds the caller for ever.
+ */
+ZVG_API void zvg_dptx_tmr_init(const zvg_dptx* device);
+ZVG_API void zvg_dptx_tmr_set_value(const zvg_dptx* device, uint32_t ticks);
+ZVG_API void zvg_dptx_tmr_enable(const zvg_dptx* device, int on);
+ZVG_API uint32_t zvg_dptx_tmr_get_value(const zvg_dptx* device);
+ZVG_API void zvg_dptx_tmr_wait(const zvg_dptx* device, uint32_t ticks);
+
+/*
+ * The PHY's internal configuration bus. Each access waits for the bus first: at most 100 looks, 5
+ * ticks after each that found it busy.
+ *
+ * Returns 0; 4 when the bus stays busy, which is printed on standard error except after a read
+ * that was sent; for a read otherwise the bus's status word, with 0 stored. The write does not
+ * wait for its completion.
+ */
+ZVG_API int zvg_cdb_write(const zvg_dptx* device, uint16_t addr, uint16_t data);
+ZVG_API int zvg_cdb_read(const zvg_dptx* device, uint16_t addr, uint16_t* data);
+
+/* The AUX engine is free; a sink is present (any bit, bit 0 of the hot-plug state): 1 or 0. */
+ZVG_API int zvg_dptx_aux_ready(const zvg_dptx* device);
+ZVG_API int zvg_dptx_aux_hpd_status(const zvg_dptx* device);
+ZVG_API int zvg_dptx_hpd_sense(const zvg_dptx* device);
+
+/*
+ * Sends a request: the address, then command | (length - 1), with bit 12 for flag_a and bit 13
+ * for flag_b. command: the request in bits 11 to 8 (native read 0x900, native write 0x800, I2C
+ * read 0x100, I2C write 0x000, I2C with the transaction left open plus 0x400).
+ */
+ZVG_API void zvg_dptx_aux_send_request(const zvg_dptx* device, uint32_t command, uint32_t address,
+                                       uint32_t length, int flag_a, int flag_b);
+
+/* What the engine says about the reply: 1 or 0. */
+ZVG_API int zvg_dptx_aux_reply_timeout(const zvg_dptx* device);
+ZVG_API int zvg_dptx_aux_reply_error(const zvg_dptx* device);
+ZVG_API int zvg_dptx_aux_reply_received(const zvg_dptx* device);
+
+/* 0 acknowledged, 1 not acknowledged, 2 deferred, 8 deferred by the I2C bus. */
+ZVG_API uint32_t zvg_dptx_aux_reply_code(const zvg_dptx* device);
+
+/*
+ * Looks for the reply, 500 times for each unit of the clock divider. Returns 0 received, 1 reply
+ * timeout, 2 reply error, 3 nothing came.
+ */
+ZVG_API uint32_t zvg_dptx_aux_wait_reply(const zvg_dptx* device);
+
+/* n bytes from the reply FIFO, or into the request FIFO. */
+ZVG_API void zvg_dptx_aux_read_fifo(const zvg_dptx* device, uint8_t* buf, uint32_t n);
+ZVG_API void zvg_dptx_aux_write_fifo(const zvg_dptx* device, const uint8_t* buf, uint32_t n);
+
+/*
+ * Native transfer of 1 to 16 DPCD bytes, attempted up to 100 times while the sink defers. A read
+ * waits 10 ticks between attempts, a write does not. A read that fails leaves zeros.
+ *
+ * Returns a status word: 0 when the engine was not ready, else 0x10000 | wait result << 8 | reply
+ * code, which is 0x10000 exactly when the transfer succeeded.
+ */
+ZVG_API uint32_t zvg_dptx_aux_dpcd_read_blk(const zvg_dptx* device, uint32_t address, uint8_t* buf,
+                                            uint32_t length);
+ZVG_API uint32_t zvg_dptx_aux_dpcd_write_blk(const zvg_dptx* device, uint32_t address,
+                                             const uint8_t* buf, uint32_t length);
+
+/*
+ * Native transfers of a byte, or of length bytes in blocks of 16 (a length below 1 is none).
+ * Returns 0, or -1 with "dp %d: aux read byte error", "dp %d: aux read buffer error" or
+ * "dp %d: aux write byte error(0x%x)" on standard error.
+ */
+ZVG_API int zvg_dptx_aux_read(const zvg_dptx* device, uint32_t address, uint8_t* byte);
+ZVG_API int zvg_dptx_aux_read_blk(const zvg_dptx* device, uint32_t address, uint8_t* buf,
+                                  int length);
+ZVG_API int zvg_dptx_aux_write(const zvg_dptx* device, uint32_t address, uint32_t value);
+
+/*
+ * I2C over AUX: reads length bytes from an offset of a 7-bit slave. The whole transaction may be
+ * deferred 100 times, with 10 ticks after each. Returns 0, or -1 with "dp %d: aux i2c read buffer
+ * error" on standard error, preceded by "dp %d: aux i2c read reply error 0x%x" when a chunk that
+ * is not the last failed.
+ */
+ZVG_API int zvg_dptx_i2c_read_req(const zvg_dptx* device, uint8_t slave, uint8_t offset,
+                                  uint8_t* buf, int length);
+
+/*
+ * I2C over AUX: writes one byte to a slave. The byte is pushed twice. Returns 0, or -1 with
+ * "dp %d: aux i2c write data error" on standard error.
+ */
+ZVG_API int zvg_dptx_i2c_raw_write_req(const zvg_dptx* device, uint8_t slave, uint8_t value);
+
+/*
+ * Register-driven transfers by port, 0 to 3. The first of them sets its port up (zvgDpInit());
+ * after that every port is used as it stands: call zvgDpInit() for each that you use.
+ *
+ * zvgDpPhyRead() and zvgDpPhyWrite() reach CONTROLLER registers, and return 0, or -22 for another
+ * port. The others print "channel %d is out of range" on standard output for another port and
+ * return -1; otherwise what the function of the transfer returns.
+ */
+ZVG_API int zvgDpPhyRead(uint32_t port, uint32_t reg, uint32_t* value);
+ZVG_API int zvgDpPhyWrite(uint32_t port, uint32_t reg, uint32_t value);
+ZVG_API int zvgDpCdbRead(uint32_t port, int addr, uint16_t* data);
+ZVG_API int zvgDpCdbWrite(uint32_t port, int addr, int data);
+ZVG_API int zvgDpI2cRead(uint32_t port, int slave, int offset, uint8_t* byte);
+ZVG_API int zvgDpI2cReadBuf(uint32_t port, uint32_t slave, uint32_t offset, uint8_t* buf,
+                            uint32_t length);
+
+/*
+ * AUX transfers that the kernel driver makes (driver mode). The port is not checked here.
+ *
+ * length: up to 16; more prints "size %d is out of range" on standard output and returns -1.
+ * zvgDpAuxEdidGet() stores up to 512 bytes and their count.
+ * Returns the request's result; the outputs are only stored when it is 0.
+ */
+ZVG_API int zvgDpAuxRead(uint32_t port, uint32_t address, uint8_t* byte);
+ZVG_API int zvgDpAuxReadBuf(uint32_t port, uint32_t address, uint8_t* buf, uint32_t length);
+ZVG_API int zvgDpAuxWrite(uint32_t port, uint32_t address, int value);
+ZVG_API int zvgDpAuxEdidGet(uint32_t port, uint8_t* buf, uint32_t* length);
+
+/* ------------------------------------------------------------------------------------------- */
+/* DisplayPort: PHY, link training and mode set                                                */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Link rates: codes as in the DPCD (0x06 1.62, 0x09 2.43, 0x0A 2.7, 0x0C 3.24, 0x14 5.4, 0x1E
+ * 8.1 Gbit/s) and link clock indices 0 to 5 in that order. Index 5 and above give code 0x06. Codes
+ * 0x08 and 0x10 count as 0x06 and 0x0C; any other prints "unsupported linkrate speed: %x" on
+ * standard error and gives 0.
+ */
+ZVG_API uint32_t zvg_link_clk_to_speed(uint32_t index);
+ZVG_API uint32_t zvg_speed_to_link_clk(uint32_t code);
+
+/*
+ * Sets the PHY up for a link clock index. Steps that fail are printed on standard output; an index
+ * above 5 is printed on standard error and leaves the PLL's parameters as they are.
+ * Returns the result of the last power state.
+ */
+ZVG_API int zvg_dptx_phy_init(const zvg_dptx* device, uint32_t link_clock);
+
+/* Requests power state 0 to 3. Returns 0; 9 for another state; 10 without an acknowledge. */
+ZVG_API int zvg_dptx_phy_power(const zvg_dptx* device, uint32_t state);
+
+/* Stops the PHY: which 0 its run bit, 1 its PLL; then its lanes. Returns 0, or 5 for another. */
+ZVG_API int zvg_dptx_phy_reset(const zvg_dptx* device, int which);
+
+/* The clock divider of the AUX channel and the timer. */
+ZVG_API void zvg_dptx_set_clk_divider(const zvg_dptx* device, uint32_t divider);
+ZVG_API uint32_t zvg_dptx_get_clk_divider(const zvg_dptx* device);
+
+/*
+ * Changes the link rate (a code) of the PHY, or of controller and PHY. A code that is none of the
+ * six takes the PHY down and up without changing it. Both return 0.
+ */
+ZVG_API int zvg_dptx_phy_update_link_rate(const zvg_dptx* device, uint32_t code);
+ZVG_API int zvg_dptx_set_link_rate(const zvg_dptx* device, uint32_t code);
+
+/*
+ * Changes the lane count (1, 2 or 4) of the PHY, or of controller and PHY. Another count prints
+ * "dptx_phy_set_lane_count: lane count error %d, force to lane count 1" on standard output.
+ * The first returns 0. The second returns the count when the controller already has it, and then
+ * writes nothing; else the result of the last power state.
+ */
+ZVG_API int zvg_dptx_phy_set_lane_count(const zvg_dptx* device, uint32_t lanes);
+ZVG_API int zvg_dptx_set_lane_count(const zvg_dptx* device, uint32_t lanes);
+
+/* Drive levels of lanes 0 to 3; the low two bits of each count. The PHY gets them inverted. */
+ZVG_API void zvg_dptx_set_voltage_swing(const zvg_dptx* device, uint32_t lane0, uint32_t lane1,
+                                        uint32_t lane2, uint32_t lane3);
+ZVG_API void zvg_dptx_set_preemphasis(const zvg_dptx* device, uint32_t lane0, uint32_t lane1,
+                                      uint32_t lane2, uint32_t lane3);
+
+/* Writes a raw value to all four lanes of a kind. Returns 0. */
+ZVG_API int zvg_dptx_phy_set_vswing_all(const zvg_dptx* device, uint32_t value);
+ZVG_API int zvg_dptx_phy_set_preemphasis_all(const zvg_dptx* device, uint32_t value);
+
+/*
+ * Trains the link with the sink's requests, in at most five passes.
+ *
+ * rate_code, lanes: what to train for. equalisation_ticks: the wait before equalisation is looked
+ * at. self_refresh: also enables the sink's panel self-refresh.
+ * Returns 0 WHATEVER THE OUTCOME; read DPCD 0x202 to 0x204 to learn it.
+ */
+ZVG_API int zvg_dptx_train_link(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes,
+                                uint32_t equalisation_ticks, int self_refresh);
+
+/* Trains with fixed timing at the lowest levels, without looking at the sink. Returns 0. */
+ZVG_API int zvg_dptx_train_link_no_aux(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes,
+                                       uint32_t unused_ticks, int unused_flag);
+
+/*
+ * Reads the sink's capabilities, prints them ("DPCD 0: ..."), and trains with what they say: with
+ * fixed timing on port 3, the panel's, otherwise with zvg_dptx_train_link(). Sets the port up first
+ * when it was not. A sink that does not answer is trained for four lanes at rate code 0.
+ *
+ * Returns 0 when the capabilities could be read, else -1; -1 for a port that is not 0 to 3, with
+ * "channel %d is out of range" on standard output.
+ */
+ZVG_API int zvgDpLinkTraining(int port);
+
+/*
+ * The transfer unit of 64 symbols: its word for a pixel clock in kHz and bits a pixel at the lanes
+ * and rate that the controller has, all in 32-bit arithmetic. Writes and returns it; 0, and nothing
+ * written, without a lane or a rate.
+ */
+ZVG_API uint32_t zvg_dptx_set_tu_size(const zvg_dptx* device, uint32_t pixel_clock, uint32_t bpp);
+
+/*
+ * The user data count of a line: active pixels times bytes a pixel (29 bits of it), divided, rounded
+ * up. Writes and returns it; 0, and nothing written, for a divisor of 0.
+ */
+ZVG_API uint32_t zvg_dptx_set_user_data_count(const zvg_dptx* device, uint32_t active,
+                                              uint32_t bytes, uint32_t divisor);
+
+/*
+ * Trains the link at the sink's rate (8.1 Gbit/s at 1.62) and starts the stream with a timing.
+ *
+ * mode: ten words, enum zvg_mode_word, the sync flags in the tenth.
+ * Returns 0. Prints the capabilities, "DP%d: enable the link" and, on port 3, what is wrong with
+ * the panel's self-refresh.
+ */
+ZVG_API int zvg_dptx_mode_set(zvg_dptx* device, const uint32_t* mode);
+
+/*
+ * Copies the timing of the first display controller into a transmitter and starts its stream.
+ * Sets the port up first when it was not. Prints "pclk=%d" in kHz and what zvg_dptx_mode_set()
+ * prints. Returns 0; -1 for a port above 3, with "channel %d is out of range" on standard output.
+ */
+ZVG_API int zvgDpCTLCfg(uint32_t port);
+
 /* ------------------------------------------------------------------------------------------- */
 /* Colour ramps and lookup tables                                                              */
 /* ------------------------------------------------------------------------------------------- */
