@@ -1014,6 +1014,64 @@ ZVG_API int zvg_dptx_mode_set(zvg_dptx* device, const uint32_t* mode);
 ZVG_API int zvgDpCTLCfg(uint32_t port);
 
 /* ------------------------------------------------------------------------------------------- */
+/* Output modes, VGA gains and the embedded panel                                              */
+/* ------------------------------------------------------------------------------------------- */
+
+/* Sync flags, in the tenth word of a mode record. */
+enum zvg_sync_flag {
+  ZVG_SYNC_H_POSITIVE = 1,
+  ZVG_SYNC_H_NEGATIVE = 2,
+  ZVG_SYNC_V_POSITIVE = 4,
+  ZVG_SYNC_V_NEGATIVE = 8
+};
+
+/* Prints which display controller feeds each output, in colour. Returns 0. */
+ZVG_API int zvgCrtcOutputPrint(void);
+
+/*
+ * Reads back the timing of a display controller, or of the one that feeds a VGA or DVO output.
+ *
+ * crtc: 0 to 3. instance: 0 to 3; another prints "channel out of range" on standard output and
+ * reads controller 0. mode: ten words; the sync flags are ORed into the tenth: clear it first.
+ * Returns the pixel clock in kHz.
+ */
+ZVG_API uint32_t zvgCrtcModeRead(uint32_t crtc, uint32_t* mode);
+ZVG_API uint32_t zvgVgaModeRead(int instance, uint32_t* mode);
+ZVG_API uint32_t zvgDvoModeRead(uint32_t instance, uint32_t* mode);
+
+/*
+ * Reads back the timing of a DisplayPort transmitter: nine words, the pixel clock always 0. The
+ * port is not checked. Returns the vertical sync end.
+ */
+ZVG_API uint32_t zvgDpModeRead(uint32_t port, uint32_t* mode);
+
+/*
+ * Gains of the VGA DAC: the low byte of each counts, at most 63. colour: 'R', 'G' or 'B'.
+ * Returns 0, or -1 for another letter.
+ */
+ZVG_API int zvgVgaSetSigleGain(char colour, uint32_t gain);
+ZVG_API int zvgVgaSetGain(uint32_t red, int green, int blue);
+
+/*
+ * Switches the self-test of an embedded panel (driver mode). state: 0 or 1.
+ * Returns 0, also when the panel is in that state; -1 when it has no self-test; -22 when a DPCD
+ * transfer fails. Messages go to standard output.
+ */
+ZVG_API int zvgEdpSelfTestSet(uint32_t port, uint32_t state);
+
+/*
+ * The backlight's PWM: its rate, 20 to 10000 Hz; its duty, 0 to 100 percent of the period that is
+ * set; and its start. The first two return 0, or -1 with a text on standard output when out of
+ * range; the last returns the write's result.
+ */
+ZVG_API int zvgEdpPwmSet(int rate);
+ZVG_API int zvgEdpLightSet(uint32_t percent);
+ZVG_API int zvgEdpEnablePwm(void);
+
+/* zvg_lut_load() on the open connection. */
+ZVG_API int zvgCrtcGammaSet(uint8_t* lut);
+
+/* ------------------------------------------------------------------------------------------- */
 /* Colour ramps and lookup tables                                                              */
 /* ------------------------------------------------------------------------------------------- */
 
