@@ -227,6 +227,7 @@ int RegisterNode::carry_out(Access* taken) {
     for (uint32_t i = 0; i < access.width; ++i) {
       bytes[access.offset + i] = static_cast<uint8_t>(access.value >> (8 * i));
     }
+    if (on_write) on_write(access.offset, access.value);
     return 0;
   }
   uint64_t value = 0;

@@ -72,6 +72,8 @@ class RegisterNode {
 
   // Answers a read instead of the stored bytes, when it returns true.
   std::function<bool(uint64_t offset, uint64_t* value)> on_read;
+  // Is told of every write that is stored.
+  std::function<void(uint64_t offset, uint64_t value)> on_write;
   // Decides the result of an access, after it was written down: 0 or -1.
   std::function<int(bool write, uint64_t offset)> result;
   uint32_t device_id = 0x201;
