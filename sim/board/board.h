@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "board/access_trace.h"
+#include "board/aux_sink.h"
 #include "board/board_config.h"
 #include "board/device.h"
 #include "board/fault_plan.h"
@@ -76,6 +77,14 @@ class Board {
   uint64_t dispatch_read(Space space, uint64_t offset, unsigned width);
   void dispatch_write(Space space, uint64_t offset, unsigned width, uint64_t value);
 
+  // The sink on a DisplayPort output, which its transmitter and the driver both talk to.
+  AuxSink* dp_sink(unsigned port) { return dp_sinks_[port]; }
+  void set_dp_sink(unsigned port, AuxSink* sink) { dp_sinks_[port] = sink; }
+
+  // The lookup table that the driver loaded into a display controller: red, green, blue.
+  using Lut = std::array<std::vector<uint16_t>, 3>;
+  Lut& lut(unsigned crtc) { return luts_[crtc]; }
+
   // Devices that answer in a space of their own.
   void set_pci(std::unique_ptr<Device> device) { pci_ = std::move(device); }
   void set_ioports(std::unique_ptr<Device> device) { ioports_ = std::move(device); }
@@ -107,6 +116,8 @@ class Board {
   std::array<I2cBus, i2c_buses> i2c_;
   std::vector<std::unique_ptr<Device>> devices_;
   std::array<Range, mmio_size / attach_unit> map_{};
+  std::array<AuxSink*, dp_ports> dp_sinks_{};
+  std::array<Lut, crtcs> luts_;
   std::unique_ptr<Device> pci_;
   std::unique_ptr<Device> ioports_;
   std::vector<Change> changes_;

@@ -15,6 +15,9 @@
 namespace zvgsim {
 
 constexpr unsigned hdmi_ports = 4;
+constexpr unsigned dp_ports = 4;
+constexpr unsigned dp_lanes = 4;
+constexpr unsigned crtcs = 4;
 constexpr unsigned max_cards = 16;
 constexpr unsigned i2c_buses = 6;  // a master of the chip's own drives the first four
 constexpr unsigned video_inputs = 2;
@@ -22,7 +25,7 @@ constexpr unsigned edid_block_size = 128;
 constexpr unsigned max_edid_blocks = 256;
 constexpr unsigned engines = 21;
 
-// What the frame composer of a transmitter is programmed with: kHz, pixels and lines.
+// What a frame composer or a display controller is programmed with: kHz, pixels and lines.
 struct ModeTiming {
   uint32_t clock;
   uint32_t hactive, hsync_start, hsync_end, htotal;
@@ -37,6 +40,31 @@ struct HdmiPortConfig {
   std::optional<ModeTiming> timing;       // set: the firmware left the port driving this mode
   bool pixel_clock = true;                // the pixel clock reaches the transmitter
   unsigned pll_lock_ms = 3;               // from power-up to the PHY's lock
+};
+
+// What one lane of a cable needs before its receiver recovers the clock.
+struct DpLaneConfig {
+  unsigned swing = 0;  // 0 to 3
+  unsigned preemphasis = 0;
+};
+
+// One DisplayPort transmitter and the sink on it.
+struct DpPortConfig {
+  bool sink = false;  // nothing answers without one
+  std::vector<uint8_t> edid;
+  uint8_t rate = 0x14;               // the highest link rate's code
+  uint8_t lanes = 4;                 // at most
+  uint8_t revision = 0x12;           // of the DPCD
+  uint8_t aux_interval = 0;          // of equalisation, in units of 4 ms; 0: 400 us
+  bool panel = false;                // an embedded panel: with self-test and backlight registers
+  std::array<DpLaneConfig, dp_lanes> channel{};
+};
+
+// What firmware left a display controller driving.
+struct CrtcConfig {
+  ModeTiming timing;
+  bool hsync_negative = false;
+  bool vsync_negative = false;
 };
 
 // How much passes a port of the chip's bus.
@@ -180,11 +208,27 @@ struct I2cFault {
   bool drops_valid = false;  // results come without their data-valid bit
 };
 
+struct DpFaults {
+  bool no_reply = false;                 // requests run into the reply timeout
+  bool reply_error = false;              // replies cannot be decoded
+  bool nack = false;                     // every request is refused
+  uint32_t defers = 0;                   // this many native requests are deferred, or all of them
+  uint32_t i2c_defers = 0;               // the same for I2C
+  static constexpr uint32_t always = UINT32_MAX;
+  unsigned short_by = 0;                 // bytes that reads deliver less than was asked for
+  bool never_equalises = false;          // the sink recovers the clock and no more
+  bool cdb_busy = false;                 // the PHY's configuration bus hangs
+  bool no_power_acknowledge = false;     // the PHY ignores power states
+  bool pll_never_locks = false;
+  bool timer_stopped = false;            // the controller's counter stands still
+};
+
 struct FaultConfig {
   uint64_t seed = 1;
   std::vector<DriverFault> driver;
   std::vector<UartFault> uart;
   std::array<HdmiFaults, hdmi_ports> hdmi;
+  std::array<DpFaults, dp_ports> dp;
   std::vector<I2cFault> i2c;
   bool mcu_never_done = false;
   bool amba_never_answers = false;
@@ -240,6 +284,9 @@ struct BoardConfig {
   } uart;
 
   std::array<HdmiPortConfig, hdmi_ports> hdmi;
+  std::array<DpPortConfig, dp_ports> dp;
+  std::array<std::optional<CrtcConfig>, crtcs> crtc;
+  uint32_t output_mux = 0;  // which controller feeds which output
   AxiConfig axi;
   TrainingConfig training;
   std::vector<PowerMonitorConfig> power_monitors;

@@ -362,9 +362,14 @@ class Loader {
 
   void read_root(Table& root);
   void read_hdmi(Table& port);
+  void read_dp(Table& port);
+  void read_channel(const toml::array& array, const std::string& key, DpPortConfig* port);
+  void read_crtc(Table& crtc);
+  void read_dp_faults(Table& table);
   void read_edid(const toml::node& node, const std::string& key, const std::string& file,
                  std::vector<uint8_t>* edid);
-  void read_timing(const toml::array& array, const std::string& key, HdmiPortConfig* port);
+  void read_timing(const toml::array& array, const std::string& key,
+                   std::optional<ModeTiming>* timing);
   bool read_signal(const toml::node& node, const std::string& key, Signal* signal);
   bool read_i2c_place(Table& table, unsigned* bus, uint8_t* address, uint8_t first, uint8_t last);
   void read_power_monitor(Table& table);
@@ -386,6 +391,7 @@ class Loader {
   const std::string path_;
   BoardConfig config_;
   std::array<bool, hdmi_ports> port_seen_{};
+  std::array<bool, dp_ports> dp_seen_{};
   std::array<bool, max_training_channels> channel_seen_{};
   std::set<std::pair<unsigned, uint8_t>> i2c_taken_;  // bus and address
   std::vector<std::string> problems_;
@@ -413,7 +419,8 @@ void Loader::read_edid(const toml::node& node, const std::string& key, const std
   }
 }
 
-void Loader::read_timing(const toml::array& array, const std::string& key, HdmiPortConfig* port) {
+void Loader::read_timing(const toml::array& array, const std::string& key,
+                         std::optional<ModeTiming>* timing) {
   constexpr size_t words = 9;
   uint32_t w[words] = {};
   bool valid = array.size() == words;
@@ -435,7 +442,7 @@ void Loader::read_timing(const toml::array& array, const std::string& key, HdmiP
             "end, vtotal], rising, actives below 8192, blanking below 8192 by 256");
     return;
   }
-  port->timing = ModeTiming{w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8]};
+  *timing = ModeTiming{w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8]};
 }
 
 void Loader::read_hdmi(Table& table) {
@@ -454,7 +461,7 @@ void Loader::read_hdmi(Table& table) {
   table.number("receiver_sense", &port.receiver_sense, 0, 0xF);
   if (const toml::array* timing = table.array("timing", "an array of 9 numbers",
                                               [](const toml::node&, const std::string&) {})) {
-    read_timing(*timing, table.key("timing"), &port);
+    read_timing(*timing, table.key("timing"), &port.timing);
   }
   table.boolean("pixel_clock", &port.pixel_clock);
   table.number("pll_lock_ms", &port.pll_lock_ms, 0, 60'000);
@@ -558,6 +565,93 @@ void Loader::read_mcu(Table& table) {
     }
     config_.mcu.monitors.push_back(std::move(monitor));
   });
+}
+
+void Loader::read_channel(const toml::array& array, const std::string& key, DpPortConfig* port) {
+  bool valid = array.size() == dp_lanes;
+  for (size_t lane = 0; valid && lane < dp_lanes; ++lane) {
+    const auto* const levels = array.get(lane)->as_array();
+    const auto level = [&](size_t i) -> std::optional<unsigned> {
+      const auto* const integer = levels->get(i)->as_integer();
+      if (integer == nullptr || integer->get() < 0 || integer->get() > 3) return {};
+      return static_cast<unsigned>(integer->get());
+    };
+    valid = levels != nullptr && levels->size() == 2 && level(0) && level(1);
+    if (valid) port->channel[lane] = {*level(0), *level(1)};
+  }
+  if (!valid) problem(array, key, "expected [swing, pre-emphasis] of 0 to 3 for each of 4 lanes");
+}
+
+void Loader::read_dp(Table& table) {
+  unsigned number = dp_ports;
+  DpPortConfig port;
+  port.sink = true;
+  const bool named = table.number("port", &number, 0, dp_ports - 1);
+  if (!named && !table.toml().contains("port")) table.problem("expected a port = 0 to 3");
+  if (named && dp_seen_[number]) {
+    table.problem("port " + std::to_string(number) + " is described a second time");
+  }
+  std::string file;
+  if (table.text("edid", &file)) {
+    read_edid(*table.toml().get("edid"), table.key("edid"), file, &port.edid);
+  }
+  table.boolean("sink", &port.sink);
+  table.number("rate", &port.rate);
+  table.number("lanes", &port.lanes, 0, 31);
+  table.number("revision", &port.revision);
+  table.number("aux_interval", &port.aux_interval);
+  table.boolean("panel", &port.panel);
+  if (const toml::array* channel = table.array("channel", "an array of 4 arrays",
+                                               [](const toml::node&, const std::string&) {})) {
+    read_channel(*channel, table.key("channel"), &port);
+  }
+  if (!named) return;
+  dp_seen_[number] = true;
+  config_.dp[number] = std::move(port);
+}
+
+void Loader::read_crtc(Table& table) {
+  unsigned number = crtcs;
+  CrtcConfig crtc{};
+  std::optional<ModeTiming> timing;
+  const bool named = table.number("number", &number, 0, crtcs - 1);
+  if (!named && !table.toml().contains("number")) table.problem("expected a number = 0 to 3");
+  if (const toml::array* array = table.array("timing", "an array of 9 numbers",
+                                             [](const toml::node&, const std::string&) {})) {
+    read_timing(*array, table.key("timing"), &timing);
+  } else if (!table.toml().contains("timing")) {
+    table.problem("expected a timing = [...]");
+  }
+  table.boolean("hsync_negative", &crtc.hsync_negative);
+  table.boolean("vsync_negative", &crtc.vsync_negative);
+  if (!named || !timing) return;
+  crtc.timing = *timing;
+  config_.crtc[number] = crtc;
+}
+
+void Loader::read_dp_faults(Table& table) {
+  unsigned port = 0;
+  if (!table.number("port", &port, 0, dp_ports - 1) && !table.toml().contains("port")) {
+    table.problem("expected a port = 0 to 3");
+  }
+  DpFaults& fault = config_.faults.dp[port];
+  const struct {
+    std::string_view name;
+    bool* value;
+  } standing[] = {
+      {"no_reply", &fault.no_reply},
+      {"reply_error", &fault.reply_error},
+      {"nack", &fault.nack},
+      {"never_equalises", &fault.never_equalises},
+      {"cdb_busy", &fault.cdb_busy},
+      {"no_power_acknowledge", &fault.no_power_acknowledge},
+      {"pll_never_locks", &fault.pll_never_locks},
+      {"timer_stopped", &fault.timer_stopped},
+  };
+  for (const auto& one : standing) table.boolean(one.name, one.value);
+  table.number("defers", &fault.defers);
+  table.number("i2c_defers", &fault.i2c_defers);
+  table.number("short_by", &fault.short_by, 0, 16);
 }
 
 void Loader::read_register(Table& table) {
@@ -741,6 +835,7 @@ void Loader::read_faults(Table& faults) {
     table.boolean("phy_busy", &fault.phy_busy);
     table.boolean("pll_never_locks", &fault.pll_never_locks);
   });
+  faults.tables("dp", [&](Table& table) { read_dp_faults(table); });
   faults.tables("i2c", [&](Table& table) {
     I2cFault fault;
     table.needed("bus", &fault.bus, 0, i2c_buses - 1);
@@ -852,6 +947,9 @@ void Loader::read_root(Table& root) {
     table.number("reply_delay_us", &config_.uart.reply_delay_us, 0, 60'000'000);
   });
   root.tables("hdmi", [&](Table& table) { read_hdmi(table); });
+  root.tables("dp", [&](Table& table) { read_dp(table); });
+  root.tables("crtc", [&](Table& table) { read_crtc(table); });
+  root.number("output_mux", &config_.output_mux);
   root.table("axi", [&](Table& table) { read_axi(table); });
   root.table("training", [&](Table& table) { read_training(table); });
   root.tables("power_monitors", [&](Table& table) { read_power_monitor(table); });

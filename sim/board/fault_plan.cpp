@@ -12,6 +12,7 @@ FaultPlan::FaultPlan(const FaultConfig& config)
       random_(config.seed),
       uart_(config.uart),
       hdmi_(config.hdmi),
+      dp_(config.dp),
       i2c_(config.i2c) {
   for (const DriverFault& fault : config.driver) driver_.push_back({fault, 0});
 }

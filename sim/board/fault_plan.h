@@ -31,6 +31,7 @@ class FaultPlan {
 
   // Standing faults; a test may change them at any time.
   HdmiFaults& hdmi(unsigned port) { return hdmi_[port]; }
+  DpFaults& dp(unsigned port) { return dp_[port]; }
   std::vector<I2cFault>& i2c() { return i2c_; }
   // The fault of a bus, or of one device on it; null when it is in order.
   const I2cFault* i2c(unsigned bus, std::optional<uint8_t> address = {}) const;
@@ -49,6 +50,7 @@ class FaultPlan {
   std::vector<UartFault> uart_;
   uint64_t replies_ = 0;
   std::array<HdmiFaults, hdmi_ports> hdmi_;
+  std::array<DpFaults, dp_ports> dp_;
   std::vector<I2cFault> i2c_;
 };
 

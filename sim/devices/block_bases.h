@@ -43,6 +43,7 @@ constexpr uint32_t mcu_page = 0x3FF00;
 constexpr uint32_t mcu_reset = 0x308068;
 constexpr uint32_t hdmi_base = 0x110000;
 constexpr uint32_t hdmi_stride = 0x10000;
+constexpr uint32_t dp_base = 0x500000;  // a transmitter every 128 KiB
 
 }  // namespace zvgsim
 

@@ -2,6 +2,8 @@
 
 #include "devices/axi_monitor.h"
 #include "devices/ddr_phy.h"
+#include "devices/display_controllers.h"
+#include "devices/dp_transmitter.h"
 #include "devices/hdmi_transmitter.h"
 #include "devices/i2c_chips.h"
 #include "devices/i2c_master.h"
@@ -26,6 +28,8 @@ constexpr Installer installers[] = {
     install_i2c_masters,
     install_i2c_chips,
     install_mcu,
+    install_dp_transmitters,
+    install_display_controllers,
 };
 
 }  // namespace

@@ -24,6 +24,7 @@ enum Request : unsigned {
   query = 0x10,
   command = 0x11,
   ioport_access = 0x12,
+  lut_load = 0x13,
 };
 
 enum Operation : uint32_t { op_read = 0, op_write = 1 };
@@ -64,8 +65,16 @@ struct Generic {
   uint64_t value;
 };
 
+// A transfer on the AUX channel of a DisplayPort output; the DDR controller's generic operation
+// has its arguments in the same place.
 struct Auxiliary {
-  uint8_t bytes[532];
+  uint32_t zero, port, operation, address, length;
+  uint8_t data[512];
+};
+
+struct LutLoad {
+  uint32_t crtc, size;
+  uint64_t red, green, blue;  // addresses in the caller
 };
 
 struct I2cTransfer {
@@ -96,6 +105,7 @@ static_assert(sizeof(Information) == 16);
 static_assert(sizeof(KernelMemory) == 24);
 static_assert(sizeof(Generic) == 24);
 static_assert(sizeof(Auxiliary) == 532);
+static_assert(sizeof(LutLoad) == 32);
 static_assert(sizeof(I2cTransfer) == 540);
 static_assert(sizeof(Query) == 136);
 static_assert(sizeof(Command) == 80);
@@ -118,6 +128,8 @@ enum QueryKey : uint32_t {
 };
 
 enum CommandNumber : uint32_t { command_dump_free_vram = 5 };
+
+enum AuxOperation : uint32_t { aux_write = 0, aux_read = 1, aux_fetch_edid = 2 };
 
 constexpr uint32_t ddc_channels = 16;
 constexpr uint32_t i2c_max_length = 512;

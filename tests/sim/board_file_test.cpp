@@ -72,6 +72,7 @@ TEST_F(BoardFileTest, EveryKeyIsRead) {
 description = "text"
 generation = "rq300"
 cards = 16
+output_mux = 0x12345678
 
 [versions]
 kernel = [4, 3, 2, 1]
@@ -125,6 +126,23 @@ timing = [148500, 1920, 2008, 2052, 2200, 1080, 1084, 1089, 1125]
 pixel_clock = false
 pll_lock_ms = 77
 
+[[dp]]
+port = 3
+edid = "four.edid"
+sink = false
+rate = 0x1E
+lanes = 2
+revision = 0x14
+aux_interval = 4
+panel = true
+channel = [[0, 1], [2, 3], [3, 0], [1, 2]]
+
+[[crtc]]
+number = 2
+timing = [65000, 1024, 1048, 1184, 1344, 768, 771, 777, 806]
+hsync_negative = true
+vsync_negative = true
+
 [[registers]]
 offset = 0x103C2
 width = 1
@@ -161,6 +179,20 @@ action = "noise"
 bytes = 6
 delay_ms = 7
 count = 8
+
+[[faults.dp]]
+port = 1
+no_reply = true
+reply_error = true
+nack = true
+defers = 3
+i2c_defers = 0xFFFFFFFF
+short_by = 2
+never_equalises = true
+cdb_busy = true
+no_power_acknowledge = true
+pll_never_locks = true
+timer_stopped = true
 
 [[faults.hdmi]]
 port = 3
@@ -231,6 +263,30 @@ never_answers = true
   EXPECT_EQ(config.registers[2].space, Space::kmem);
   EXPECT_EQ(config.registers[2].offset, 0xFFFFC90000000010u);
   EXPECT_EQ(config.registers[2].width, 4u);
+  const DpPortConfig& dp = config.dp[3];
+  EXPECT_FALSE(dp.sink);
+  EXPECT_FALSE(dp.edid.empty());
+  EXPECT_EQ(dp.rate, 0x1E);
+  EXPECT_EQ(dp.lanes, 2);
+  EXPECT_EQ(dp.revision, 0x14);
+  EXPECT_EQ(dp.aux_interval, 4);
+  EXPECT_TRUE(dp.panel);
+  EXPECT_EQ(dp.channel[1].swing, 2u);
+  EXPECT_EQ(dp.channel[1].preemphasis, 3u);
+  EXPECT_EQ(dp.channel[3].preemphasis, 2u);
+  EXPECT_FALSE(config.dp[0].sink);
+  ASSERT_TRUE(config.crtc[2].has_value());
+  EXPECT_EQ(config.crtc[2]->timing.vtotal, 806u);
+  EXPECT_TRUE(config.crtc[2]->hsync_negative && config.crtc[2]->vsync_negative);
+  EXPECT_FALSE(config.crtc[0].has_value());
+  EXPECT_EQ(config.output_mux, 0x12345678u);
+  const DpFaults& dp_faults = config.faults.dp[1];
+  EXPECT_TRUE(dp_faults.no_reply && dp_faults.reply_error && dp_faults.nack &&
+              dp_faults.never_equalises && dp_faults.cdb_busy && dp_faults.no_power_acknowledge &&
+              dp_faults.pll_never_locks && dp_faults.timer_stopped);
+  EXPECT_EQ(dp_faults.defers, 3u);
+  EXPECT_EQ(dp_faults.i2c_defers, DpFaults::always);
+  EXPECT_EQ(dp_faults.short_by, 2u);
   EXPECT_EQ(config.faults.seed, 99u);
   ASSERT_EQ(config.faults.driver.size(), 2u);
   EXPECT_EQ(config.faults.driver[0].request, 3u);
@@ -305,6 +361,18 @@ TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
        "1: kernel: expected the range to end before 2^64"},
       {"[pci]\nvendor = 65536", "2: pci.vendor: expected a number from 0 to 65535, found 65536"},
       {"[uart]\nbaud = 299", "2: uart.baud: expected a number from 300 to 0x2DC6C0, found 299"},
+      {"[[dp]]\nrate = 6", "1: dp[0]: expected a port = 0 to 3"},
+      {"[[dp]]\nport = 1\n[[dp]]\nport = 1", "3: dp[1]: port 1 is described a second time"},
+      {"[[dp]]\nport = 0\nlanes = 32", "3: dp[0].lanes: expected a number from 0 to 31, found 32"},
+      {"[[dp]]\nport = 0\nchannel = [[0, 0], [0, 0], [0, 4], [0, 0]]",
+       "3: dp[0].channel: expected [swing, pre-emphasis] of 0 to 3 for each of 4 lanes"},
+      {"[[dp]]\nport = 0\nchannel = [[0, 0]]",
+       "3: dp[0].channel: expected [swing, pre-emphasis] of 0 to 3 for each of 4 lanes"},
+      {"[[dp]]\nport = 0\nchannel = [0, 1, 2, 3]",
+       "3: dp[0].channel: expected [swing, pre-emphasis] of 0 to 3 for each of 4 lanes"},
+      {"[[crtc]]\nnumber = 0", "1: crtc[0]: expected a timing = [...]"},
+      {"[[crtc]]\ntiming = [1, 1, 1, 1, 1, 1, 1, 1, 1]", "1: crtc[0]: expected a number = 0 to 3"},
+      {"[[faults.dp]]\nnack = true", "1: faults.dp[0]: expected a port = 0 to 3"},
       {"hdmi = 3", "1: hdmi: expected an array of tables, as [[hdmi]], found 3"},
       {"[hdmi]\nport = 0", "1: hdmi: expected an array of tables, as [[hdmi]], found a table"},
       {"[[hdmi]]\nedid = \"one.edid\"", "1: hdmi[0]: expected a port = 0 to 3"},

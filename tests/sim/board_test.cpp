@@ -74,23 +74,23 @@ TEST_F(BoardTest, DecodesToTheLastByteOfEachSpace) {
 }
 
 TEST_F(BoardTest, DeviceAnswersInItsRangeOnly) {
-  auto& echo = dynamic_cast<Echo&>(board_.attach(0x500000, 0x800, std::make_unique<Echo>()));
-  EXPECT_EQ(board_.read(Space::mmio, 0x500000, 4), 4u);
-  EXPECT_EQ(board_.read(Space::mmio, 0x5007FF, 1), 0x7FF01u);
-  board_.write(Space::mmio, 0x500404, 2, 0xBEEF);
+  auto& echo = dynamic_cast<Echo&>(board_.attach(0xA00000, 0x800, std::make_unique<Echo>()));
+  EXPECT_EQ(board_.read(Space::mmio, 0xA00000, 4), 4u);
+  EXPECT_EQ(board_.read(Space::mmio, 0xA007FF, 1), 0x7FF01u);
+  board_.write(Space::mmio, 0xA00404, 2, 0xBEEF);
   EXPECT_EQ(echo.last_offset, 0x404u);
   EXPECT_EQ(echo.last_width, 2u);
   EXPECT_EQ(echo.last_value, 0xBEEFu);
-  EXPECT_EQ(board_.read(Space::mmio, 0x4FFFFF, 1), 0u);
-  EXPECT_EQ(board_.read(Space::mmio, 0x500800, 1), 0u);
+  EXPECT_EQ(board_.read(Space::mmio, 0x9FFFFF, 1), 0u);
+  EXPECT_EQ(board_.read(Space::mmio, 0xA00800, 1), 0u);
 }
 
 TEST_F(BoardTest, DevicesDoNotOverlapOrStandOutside) {
-  board_.attach(0x500000, 0x800, std::make_unique<Echo>());
-  EXPECT_THROW(board_.attach(0x500400, 0x400, std::make_unique<Echo>()), std::invalid_argument);
-  EXPECT_THROW(board_.attach(0x501001, 0x400, std::make_unique<Echo>()), std::invalid_argument);
-  EXPECT_THROW(board_.attach(0x502000, 0, std::make_unique<Echo>()), std::invalid_argument);
-  EXPECT_THROW(board_.attach(0x502000, 0x3FF, std::make_unique<Echo>()), std::invalid_argument);
+  board_.attach(0xA00000, 0x800, std::make_unique<Echo>());
+  EXPECT_THROW(board_.attach(0xA00400, 0x400, std::make_unique<Echo>()), std::invalid_argument);
+  EXPECT_THROW(board_.attach(0xA01001, 0x400, std::make_unique<Echo>()), std::invalid_argument);
+  EXPECT_THROW(board_.attach(0xA02000, 0, std::make_unique<Echo>()), std::invalid_argument);
+  EXPECT_THROW(board_.attach(0xA02000, 0x3FF, std::make_unique<Echo>()), std::invalid_argument);
   EXPECT_THROW(board_.attach(0xFFFC00, 0x800, std::make_unique<Echo>()), std::invalid_argument);
   EXPECT_NO_THROW(board_.attach(0xFFFC00, 0x400, std::make_unique<Echo>()));
 }
