@@ -4,6 +4,8 @@
 #include <stdio.h>
 #include <string.h>
 #include <sys/ioctl.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <mutex>
@@ -37,6 +39,8 @@ class DriverFile : public OpenFile {
   int answer(Query& record);
   int answer(Command& record);
   int answer(IoportAccess& record);
+  int answer(Auxiliary& record);
+  int answer(LutLoad& record);
   int answer_generic(unsigned number, const void* record);
 
   // Runs the answer on the caller's record, which need not be aligned. A failed request leaves the
@@ -88,8 +92,9 @@ int DriverFile::ioctl(unsigned long request, void* record) {
       case number_of(operate_hdmi, sizeof(Generic)):
       case number_of(operate_dvo, sizeof(Generic)):
       case number_of(operate_spi, sizeof(Generic)):
-      case number_of(auxiliary, sizeof(Auxiliary)):
         return answer_generic(_IOC_NR(request), record);
+      case number_of(auxiliary, sizeof(Auxiliary)):
+        return on<Auxiliary>(record);
       case number_of(i2c_transfer, sizeof(I2cTransfer)):
         return on<I2cTransfer>(record);
       case number_of(query, sizeof(Query)):
@@ -98,6 +103,8 @@ int DriverFile::ioctl(unsigned long request, void* record) {
         return on<Command>(record);
       case number_of(ioport_access, sizeof(IoportAccess)):
         return on<IoportAccess>(record);
+      case number_of(lut_load, sizeof(LutLoad)):
+        return on<LutLoad>(record);
       default:
         return ENOTTY;
     }
@@ -320,6 +327,81 @@ int DriverFile::answer(IoportAccess& record) {
     default:
       return EINVAL;
   }
+}
+
+// The driver drives the AUX channel itself: it repeats what is deferred, for a while. A record that
+// is no transfer is a generic operation.
+int DriverFile::answer(Auxiliary& record) {
+  if (record.zero != 0 || record.port >= dp_ports || record.operation > aux_fetch_edid) {
+    return answer_generic(auxiliary, &record);
+  }
+  constexpr int attempts = 10;
+  AuxSink* const sink = machine_.card(0).dp_sink(record.port);
+  const auto transfer = [&](AuxRequest request, bool open, uint32_t address, uint8_t* data,
+                            unsigned length) {
+    for (int i = 0; i < attempts; ++i) {
+      const auto reply = sink->request(request, open, address, data, length);
+      if (!reply) return ETIMEDOUT;
+      if (reply->code == AuxCode::deferred || reply->code == AuxCode::i2c_deferred) continue;
+      if (reply->code != AuxCode::acknowledged) return EIO;
+      std::copy_n(reply->data.begin(), reply->count, data);
+      return 0;
+    }
+    return ETIMEDOUT;
+  };
+  if (record.operation == aux_write) {
+    if (record.length == 0 || record.length > AuxReply::max_bytes) return EINVAL;
+    return transfer(AuxRequest::native_write, false, record.address, record.data, record.length);
+  }
+  if (record.operation == aux_read) {
+    if (record.length > AuxReply::max_bytes) return EINVAL;
+    memset(record.data, 0, sizeof record.data);
+    if (record.length == 0) return 0;
+    return transfer(AuxRequest::native_read, false, record.address, record.data, record.length);
+  }
+  memset(record.data, 0, sizeof record.data);
+  constexpr size_t extension_count_at = 126;
+  size_t size = edid_block_size;
+  for (size_t at = 0; at < size; at += AuxReply::max_bytes) {
+    uint8_t segment = static_cast<uint8_t>(at >> 8);
+    uint8_t offset = static_cast<uint8_t>(at);
+    int error = 0;
+    if (segment != 0) {
+      error = transfer(AuxRequest::i2c_write, true, Monitor::segment_address, &segment, 1);
+    }
+    if (error == 0) error = transfer(AuxRequest::i2c_write, true, Monitor::rom_address, &offset, 1);
+    if (error == 0) {
+      error = transfer(AuxRequest::i2c_read, false, Monitor::rom_address, record.data + at,
+                       AuxReply::max_bytes);
+    }
+    if (error != 0) return error;
+    if (at <= extension_count_at && extension_count_at < at + AuxReply::max_bytes) {
+      size = std::min(sizeof record.data,
+                      edid_block_size * (size_t{record.data[extension_count_at]} + 1));
+    }
+  }
+  record.length = static_cast<uint32_t>(size);
+  return 0;
+}
+
+// The tables are in the caller's memory: an address that is none is the caller's fault.
+int DriverFile::answer(LutLoad& record) {
+  constexpr uint32_t entries = 256;
+  if (record.crtc >= crtcs || record.size != entries) return EINVAL;
+  const uint64_t addresses[] = {record.red, record.green, record.blue};
+  Board::Lut lut;
+  for (size_t channel = 0; channel < lut.size(); ++channel) {
+    lut[channel].resize(entries);
+    const size_t bytes = entries * sizeof(uint16_t);
+    iovec here = {lut[channel].data(), bytes};
+    iovec there = {reinterpret_cast<void*>(static_cast<uintptr_t>(addresses[channel])), bytes};
+    if (process_vm_readv(getpid(), &here, 1, &there, 1, 0) != static_cast<ssize_t>(bytes)) {
+      return EFAULT;
+    }
+  }
+  machine_.card(0).lut(record.crtc) = std::move(lut);
+  machine_.trace().note("lookup table of crtc " + std::to_string(record.crtc));
+  return 0;
 }
 
 }  // namespace

@@ -166,7 +166,7 @@ TEST_F(DriverDoorTest, GenericOperationsAreAcceptedAndWrittenDown) {
   }
   Auxiliary ddr = {};
   const Generic generic = {{5, 6, 7, 8}, 9};
-  memcpy(ddr.bytes, &generic, sizeof generic);
+  memcpy(&ddr, &generic, sizeof generic);
   EXPECT_EQ(request(0xC214640C, &ddr), 0);
   EXPECT_THAT(trace().take(), ElementsAre("# request 0x07: 0x1 0x2 0x3 0x4 0xc0186407",
                                           "# request 0x08: 0x1 0x2 0x3 0x4 0xc0186408",
@@ -175,6 +175,34 @@ TEST_F(DriverDoorTest, GenericOperationsAreAcceptedAndWrittenDown) {
                                           "# request 0x0b: 0x1 0x2 0x3 0x4 0xc018640b",
                                           "# request 0x0e: 0x1 0x2 0x3 0x4 0xc018640e",
                                           "# request 0x0c: 0x5 0x6 0x7 0x8 0x9"));
+}
+
+TEST_F(DriverDoorTest, AuxTransfersNeedASink) {
+  Auxiliary read = {0, 1, 1, 0x202, 4, {}}, write = {0, 1, 0, 0x100, 1, {}}, edid = {0, 1, 2, 0, 0, {}};
+  for (Auxiliary* record : {&read, &write, &edid}) {
+    EXPECT_EQ(request(0xC214640C, record), ETIMEDOUT);
+  }
+  read.length = 17;
+  write.length = 0;
+  EXPECT_EQ(request(0xC214640C, &read), EINVAL);
+  EXPECT_EQ(request(0xC214640C, &write), EINVAL);
+}
+
+TEST_F(DriverDoorTest, LookupTableComesFromTheCaller) {
+  std::vector<uint16_t> entries(3 * 256, 0x1234);
+  const auto address = reinterpret_cast<uintptr_t>(entries.data());
+  LutLoad load = {3, 256, address, address + 512, address + 1024};
+  entries[256] = 0x5678;
+  EXPECT_EQ(request(0xC0206413, &load), 0);
+  EXPECT_EQ(board().lut(3)[0][0], 0x1234);
+  EXPECT_EQ(board().lut(3)[1][0], 0x5678);
+  LutLoad nowhere = load, crtc = load, size = load;
+  nowhere.blue = 16;
+  crtc.crtc = 4;
+  size.size = 255;
+  EXPECT_EQ(request(0xC0206413, &nowhere), EFAULT);
+  EXPECT_EQ(request(0xC0206413, &crtc), EINVAL);
+  EXPECT_EQ(request(0xC0206413, &size), EINVAL);
 }
 
 TEST_F(DriverDoorTest, I2cFindsNoDevices) {
@@ -301,7 +329,6 @@ TEST_F(DriverDoorTest, UnknownNumbersAreNotTheDrivers) {
   std::array<uint8_t, 1024> record{};
   const unsigned long numbers[] = {
       0xC020640D,  // unused
-      0xC0206413,
       0xC0086414,
       0xC0046415,
       0xC0046417,  // no models yet
