@@ -99,7 +99,7 @@ int zvg_dptx_i2c_read_req(const zvg_dptx* device, uint8_t slave, uint8_t offset,
 }
 
 int zvg_dptx_i2c_raw_write_req(const zvg_dptx* device, uint8_t slave, uint8_t value) {
-  // The controller takes the byte only when it is pushed twice.
+  // Pushed twice, deliberately: every board in the field has been driven so.
   const uint8_t pushed[] = {value, value};
   Reply reply = {};
   bool taken = false;
