@@ -115,6 +115,7 @@ struct TrainingConfig {
 
 // A current through a sense resistor.
 struct Shunt {
+  std::string name;  // of the rail, for who reads the board file
   double milliohms = 1;
   Signal amperes;
 };
@@ -123,6 +124,7 @@ enum class PowerChip { ltc2990, ltc2991, ina3221 };
 
 // A power-monitor chip and what it measures.
 struct PowerMonitorConfig {
+  std::string name;
   PowerChip chip = PowerChip::ltc2990;
   unsigned bus = 0;
   uint8_t address = 0;

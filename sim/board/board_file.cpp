@@ -508,6 +508,7 @@ void Loader::read_power_monitor(Table& table) {
   const PowerChipTraits traits = traits_of(monitor.chip);
   const bool placed = read_i2c_place(table, &monitor.bus, &monitor.address, traits.first_address,
                                      traits.last_address);
+  table.text("name", &monitor.name);
   table.signal("supply", &monitor.supply);
   table.signal("temperature", &monitor.temperature);
   table.array("volts", "an array of numbers", [&](const toml::node& node, const std::string& key) {
@@ -515,6 +516,7 @@ void Loader::read_power_monitor(Table& table) {
   });
   table.tables("shunts", [&](Table& shunt) {
     Shunt& one = monitor.shunts.emplace_back();
+    shunt.text("name", &one.name);
     shunt.real("milliohms", &one.milliohms, 0.001, 1e6);
     shunt.signal("amperes", &one.amperes);
   });

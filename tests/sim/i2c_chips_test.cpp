@@ -29,13 +29,13 @@ class I2cChips : public BoardFixture {
     BoardConfig config;
     PowerMonitorConfig ltc2990 = monitor(PowerChip::ltc2990, 0, 0x4C);
     ltc2990.volts = {{1.8}, {1.2}, {0.85}, {-0.1}};
-    ltc2990.shunts = {{5, {6.5}}, {10, {-2.25}}};
+    ltc2990.shunts = {{"", 5, {6.5}}, {"", 10, {-2.25}}};
     PowerMonitorConfig ltc2991 = monitor(PowerChip::ltc2991, 0, 0x48);
     ltc2991.volts = {{3.3}, {2.5}, {1.8}, {1.35}, {1.2}, {1.1}, {0.95}, {0.85}};
-    ltc2991.shunts = {{10, {4}}, {10, {1.75}}, {2, {15.5}}, {1, {28}}};
+    ltc2991.shunts = {{"", 10, {4}}, {"", 10, {1.75}}, {"", 2, {15.5}}, {"", 1, {28}}};
     PowerMonitorConfig ina3221 = monitor(PowerChip::ina3221, 3, 0x40);
     ina3221.volts = {{12}, {3.3}, {5}};
-    ina3221.shunts = {{5, {5.5}}, {10, {-1.2}}};
+    ina3221.shunts = {{"", 5, {5.5}}, {"", 10, {-1.2}}};
     config.power_monitors = {ltc2990, ltc2991, ina3221};
     config.i2c_memories = {{0, 0x54, {0x11, 0x22, 0x33}}};
     return config;
@@ -216,7 +216,7 @@ TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
     const double volts = -0.3 + (4.99 + 0.3) * step / 40;
     const double amperes = (-0.3 + 0.6 * step / 40) / 0.005;  // +-300 mV across 5 milliohms
     chip.volts = {{volts}, {4.6 - volts}, {volts}, {4.6 - volts}};
-    chip.shunts = {{5, {amperes}}, {5, {-amperes}}};
+    chip.shunts = {{"", 5, {amperes}}, {"", 5, {-amperes}}};
     chip.supply = {2.9 + 2.6 * step / 40};
     config.power_monitors = {chip};
     power_up(config);
@@ -307,7 +307,7 @@ TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
     PowerMonitorConfig chip = monitor(PowerChip::ltc2991, 2, 0x4F);
     const double volts = 4.99 * step / 40, amperes = 0.3 * step / 40 / 0.002;
     chip.volts.assign(8, {volts});
-    chip.shunts.assign(4, {2, {amperes}});
+    chip.shunts.assign(4, {"", 2, {amperes}});
     chip.supply = {2.9 + 2.6 * step / 40};
     config.power_monitors = {chip};
     power_up(config);
@@ -382,7 +382,7 @@ TEST_F(I2cChips, Ina3221OverItsWholeRange) {
     BoardConfig config;
     PowerMonitorConfig chip = monitor(PowerChip::ina3221, 1, 0x40);
     const double amperes = (-0.1636 + 0.3272 * step / 40) / 0.002;
-    chip.shunts = {{2, {amperes}}, {2, {-amperes}}};
+    chip.shunts = {{"", 2, {amperes}}, {"", 2, {-amperes}}};
     config.power_monitors = {chip};
     power_up(config);
     pass(milliseconds(10));

@@ -89,6 +89,11 @@ void build(CLI::App& application, Context& context) {
   add_ioport(application, context);
   add_edid(application, context);
   add_hdmi(application, context);
+  add_i2c(application, context);
+  add_ddc(application, context);
+  add_power(application, context);
+  add_video(application, context);
+  add_mcu(application, context);
   add_script(application, context);
   add_check_file(application, context);
   add_read_file(application, context);

@@ -3,6 +3,7 @@
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -14,6 +15,8 @@
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
 #include "zvgctl/hdmi_registers.h"
+#include "zvgctl/i2c.h"
+#include "zvgctl/mcu.h"
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/space.h"
@@ -27,6 +30,8 @@ constexpr unsigned edid_deadline = 90;
 
 struct ReadArguments {
   std::string hdmi;
+  std::string ddc;
+  std::string mcu;
   std::string raw;
   bool force = false;
   bool blind = false;
@@ -83,18 +88,50 @@ EdidImage whole_edid(Connection& connection, uint32_t hdmi) {
   return EdidImage(std::move(bytes));
 }
 
-void read_command(const Context& context, const ReadArguments& arguments) {
+// Over a transmitter's DDC bus. The library prints the bytes.
+EdidImage read_hdmi(Connection& connection, uint32_t hdmi, bool blind) {
+  if (!blind) expect_monitor(hdmi);
+  fetch(hdmi);
+  return whole_edid(connection, hdmi);
+}
+
+// Bytes that came another way: printed and kept as the library does with its own.
+EdidImage keep(std::vector<uint8_t> bytes) {
+  if (bytes.empty() || bytes.size() % edid_block_size != 0) {
+    fail("expected whole EDID blocks of %zu bytes, got %zu bytes", edid_block_size, bytes.size());
+  }
+  edid_print_helper(bytes.data(), static_cast<uint32_t>(bytes.size()), 1);
+  return EdidImage(std::move(bytes));
+}
+
+// How to read the EDID, settled before a board is opened.
+using Source = std::function<EdidImage(Connection&)>;
+Source source_of(const Context& context, const ReadArguments& arguments) {
+  if (!arguments.ddc.empty()) {
+    const unsigned channel = parse_ddc_channel("--ddc", arguments.ddc);
+    require_driver(parse_connection(context.connection), "the display data channel request");
+    return [channel](Connection&) { return keep(read_ddc(channel)); };
+  }
+  if (!arguments.mcu.empty()) {
+    const McuTarget target = parse_mcu_target("--mcu", arguments.mcu);
+    return [target](Connection&) { return keep(read_mcu_edid(target)); };
+  }
   const auto hdmi = static_cast<uint32_t>(parse_number("--hdmi", arguments.hdmi, last_hdmi));
-  Connection connection(context, edid_deadline);
+  return [hdmi, blind = arguments.blind](Connection& connection) {
+    return read_hdmi(connection, hdmi, blind);
+  };
+}
+
+void read_command(const Context& context, const ReadArguments& arguments) {
+  const Source source = source_of(context, arguments);
+  Connection connection(context, arguments.mcu.empty() ? edid_deadline : mcu_deadline);
   std::optional<AtomicFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
-  if (!arguments.blind) expect_monitor(hdmi);
-  {
+  const EdidImage image = [&] {
     std::optional<QuietStdout> quiet;
     if (context.json) quiet.emplace();
-    fetch(hdmi);
-  }
-  const EdidImage image = whole_edid(connection, hdmi);
+    return source(connection);
+  }();
   if (raw) {
     raw->write(image.bytes().data(), image.bytes().size());
     raw->commit();
@@ -123,10 +160,15 @@ void show_command(const Context& context, const ShowArguments& arguments) {
 void add_read(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<ReadArguments>();
   CLI::App* const command =
-      family.add_subcommand("read", "Fetch a monitor's EDID over HDMI and print its report");
-  command->add_option("--hdmi", arguments->hdmi, "HDMI transmitter, 0 to 3")
-      ->required()
+      family.add_subcommand("read", "Fetch a monitor's EDID and print its report");
+  CLI::Option_group* const source = command->add_option_group("Source", "Exactly one of these:");
+  source->add_option("--hdmi", arguments->hdmi, "HDMI transmitter, 0 to 3")->type_name("N");
+  source->add_option("--ddc", arguments->ddc, "Display data channel, 0 to 15 (driver only)")
       ->type_name("N");
+  source
+      ->add_option("--mcu", arguments->mcu, "The microcontroller's two bus selectors, 0 to 15 each")
+      ->type_name("FIRST:SECOND");
+  source->require_option(1);
   command->add_option("--raw", arguments->raw, "Save all its blocks to a file as well")
       ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Replace the file of --raw if it exists");
@@ -139,6 +181,8 @@ void add_read(CLI::App& family, Context& context) {
       "Examples:\n"
       "  zvgctl edid read --hdmi 0\n"
       "  zvgctl edid read --hdmi 0 --raw monitor.bin --no-report\n"
+      "  zvgctl edid read --ddc 2\n"
+      "  zvgctl edid read --mcu 0:1\n"
       "  zvgctl edid read --hdmi 1 --json | jq -r .manufacturer");
   command->callback([&context, arguments] {
     context.action = [&context, arguments] { read_command(context, *arguments); };

@@ -331,7 +331,7 @@ void ddc_write_command(const Context& context, const DdcArguments& arguments) {
   Ddc(connection, hdmi).write(slave, offset, value);
 }
 
-void add_ddc(CLI::App& family, Context& context) {
+void add_ddc_commands(CLI::App& family, Context& context) {
   CLI::App& ddc = add_family(family, "ddc", "A port's DDC bus: the monitor's own memory",
                              "Once after power-up: init. The EDID is at address 0x50.\n"
                              "Examples:\n"
@@ -395,7 +395,7 @@ void add_hdmi(CLI::App& application, Context& context) {
   add_status(family, context);
   add_mode(family, context);
   add_phy(family, context);
-  add_ddc(family, context);
+  add_ddc_commands(family, context);
 }
 
 }  // namespace zvgctl

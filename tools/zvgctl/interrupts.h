@@ -15,6 +15,23 @@ void remove_when_interrupted(const char* path);
 // find it deaf; -1 for none.
 void leave_at_9600_when_interrupted(int serial_fd);
 
+// The terminal that a full-screen view has taken over is given back first: its settings are put back
+// as they are now, and the text is written to it, which is copied. Null for none.
+void restore_terminal_when_interrupted(const char* text);
+
+// While it lives, the first Ctrl-C or SIGTERM ends nothing and is only noticed, for commands that
+// then have work to finish; waits like usleep() end early. The second one ends the process.
+class InterruptNotice {
+ public:
+  InterruptNotice();
+  ~InterruptNotice();
+  InterruptNotice(const InterruptNotice&) = delete;
+  InterruptNotice& operator=(const InterruptNotice&) = delete;
+
+  // May be asked on any thread.
+  static bool came();
+};
+
 // Ends the process with a clear error and status 1 after that many seconds; 0 for never.
 void set_deadline(unsigned seconds);
 

@@ -66,21 +66,28 @@ void print_json_line(const Json& document) {
   write_json(document.dump() + "\n");
 }
 
-QuietStdout::QuietStdout() {
+DivertedStdout::DivertedStdout(int fd) {
   fflush(stdout);
   saved_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-  const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  if (saved_ < 0 || null < 0 || dup2(null, STDOUT_FILENO) < 0) {
-    fail("cannot open /dev/null: %s", strerror(errno));
+  if (saved_ < 0 || fd < 0 || dup2(fd, STDOUT_FILENO) < 0) {
+    fail("cannot divert standard output: %s", strerror(errno));
   }
-  close(null);
 }
 
-QuietStdout::~QuietStdout() {
+DivertedStdout::~DivertedStdout() {
   fflush(stdout);
   dup2(saved_, STDOUT_FILENO);
   close(saved_);
 }
+
+// The descriptor stays open for the next time.
+QuietStdout::QuietStdout()
+    : DivertedStdout([] {
+        static const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        return null;
+      }()) {}
+
+StdoutOnStderr::StdoutOnStderr() : DivertedStdout(STDERR_FILENO) {}
 
 void finish_output() {
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {

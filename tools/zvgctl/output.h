@@ -26,16 +26,30 @@ void give_stdout_back();
 void print_json(const Json& document);
 void print_json_line(const Json& document);
 
-// While it lives, what is printed on standard output is dropped.
-class QuietStdout {
+// While one lives, what is printed on standard output goes elsewhere.
+class DivertedStdout {
  public:
-  QuietStdout();
-  ~QuietStdout();
-  QuietStdout(const QuietStdout&) = delete;
-  QuietStdout& operator=(const QuietStdout&) = delete;
+  DivertedStdout(const DivertedStdout&) = delete;
+  DivertedStdout& operator=(const DivertedStdout&) = delete;
+
+ protected:
+  explicit DivertedStdout(int fd);
+  ~DivertedStdout();
 
  private:
   int saved_;
+};
+
+// Nowhere.
+class QuietStdout : public DivertedStdout {
+ public:
+  QuietStdout();
+};
+
+// To standard error: the library's remarks where a command prints data.
+class StdoutOnStderr : public DivertedStdout {
+ public:
+  StdoutOnStderr();
 };
 
 // Writes out everything that was printed. Throws a Failure when it did not all get there.

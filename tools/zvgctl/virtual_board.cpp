@@ -50,6 +50,14 @@ std::string virtual_board_name() {
   return name == nullptr ? std::string() : std::string(name);
 }
 
+std::string virtual_board_file() {
+  constexpr char simulators_default[] = "rq302";
+  const std::string name = virtual_board_name();
+  if (name.find('/') != std::string::npos || name.ends_with(".toml")) return name;
+  return own_folder() + ready_boards + (name == default_board ? simulators_default : name) +
+         ".toml";
+}
+
 bool is_board(const std::string& word) {
   if (word.empty() || word.starts_with('-')) return false;
   if (word.ends_with(".toml")) return true;

@@ -12,6 +12,8 @@ inline constexpr char virtual_board_variable[] = "ZVGCTL_VIRTUAL_BOARD";
 
 bool on_virtual_board();
 std::string virtual_board_name();
+// The board's file, when this runs on a virtual board.
+std::string virtual_board_file();
 
 // Whether the word names a board: a .toml file that is there, or one of the ready boards.
 bool is_board(const std::string& word);

@@ -1,0 +1,26 @@
+// I2C buses and display data channels, as several commands use them.
+#ifndef ZVGCTL_I2C_H
+#define ZVGCTL_I2C_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "zvgctl/connection_options.h"
+
+namespace zvgctl {
+
+// Throws a Failure that says in words what an I2C code means. deed: "read", "write"...
+[[noreturn]] void fail_i2c(unsigned bus, unsigned slave, int result, const char* deed);
+
+// A bus that the door has. Throws a usage Failure.
+unsigned parse_bus(const ConnectionOptions& options, const std::string& text);
+
+unsigned parse_ddc_channel(const char* name, const std::string& text);
+
+// The EDID that the driver reads on a channel. Throws a Failure when there is none.
+std::vector<uint8_t> read_ddc(unsigned channel);
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_I2C_H
