@@ -12,6 +12,7 @@
 #include "board/aux_sink.h"
 #include "board/board_config.h"
 #include "board/device.h"
+#include "board/fan.h"
 #include "board/fault_plan.h"
 #include "board/i2c_bus.h"
 #include "board/memory.h"
@@ -42,6 +43,8 @@ class Board {
   // What lies under the devices, and what the register aperture maps.
   Memory& mmio_storage() { return mmio_; }
   Memory& vram_storage() { return vram_; }
+
+  Fan& fan() { return fan_; }
 
   // The DDC wires of an HDMI port.
   I2cBus& ddc(unsigned port) { return ddc_[port]; }
@@ -112,6 +115,7 @@ class Board {
   const unsigned card_;
   Memory mmio_{"zvgsim-mmio", mmio_size};
   Memory vram_{"zvgsim-vram", vram_size};
+  Fan fan_{config_.sensors.temperature[0].value};
   std::array<I2cBus, hdmi_ports> ddc_;
   std::array<I2cBus, i2c_buses> i2c_;
   std::vector<std::unique_ptr<Device>> devices_;

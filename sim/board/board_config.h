@@ -24,6 +24,8 @@ constexpr unsigned video_inputs = 2;
 constexpr unsigned edid_block_size = 128;
 constexpr unsigned max_edid_blocks = 256;
 constexpr unsigned engines = 21;
+constexpr unsigned plls = 4;  // devpll, dev2pll, gpupll, gpu2pll
+constexpr unsigned pvt_sensors = 2;
 
 // What a frame composer or a display controller is programmed with: kHz, pixels and lines.
 struct ModeTiming {
@@ -160,6 +162,14 @@ struct McuConfig {
   std::vector<MonitorOn> monitors;
 };
 
+// What the on-die sensors see.
+struct SensorConfig {
+  std::array<Signal, pvt_sensors> temperature = {{{45.0}, {47.5}}};  // degrees Celsius
+  std::array<Signal, pvt_sensors> voltage = {{{0.85}, {0.8}}};       // volts
+  std::array<uint32_t, 3> process = {512, 498, 505};                 // codes of the three types
+  unsigned conversion_ms = 1000;
+};
+
 // Faults ------------------------------------------------------------------------------------
 
 // Fails driver requests. Either from the n-th on, count times, or each with a probability.
@@ -234,6 +244,7 @@ struct FaultConfig {
   std::vector<I2cFault> i2c;
   bool mcu_never_done = false;
   bool amba_never_answers = false;
+  std::array<bool, plls> pll_never_locks{};
 };
 
 // -------------------------------------------------------------------------------------------
@@ -258,16 +269,18 @@ struct BoardConfig {
   std::string gop_version = "GOP 1.3.2";
   std::string firmware_version = "FW 2.7.1";
   struct {
-    uint32_t axi = 600, vpu = 500, core_3d = 1000, core_2d = 500, ddr = 1600;
-  } clocks;  // MHz
+    uint32_t axi = 600, vpu = 500, core_3d = 1000, core_2d = 500, ddr = 1600;  // MHz
+    unsigned lock_us = 20;  // from a PLL's change to its lock
+  } clocks;
   struct {
     uint32_t core_3d = 8, core_2d = 2;
   } cores;
   struct {
-    uint32_t used = 128, free = 1920;  // MiB
-    uint32_t channels = 3;             // a bit each
+    Signal used = {128};     // MiB
+    uint32_t free = 1920;    // MiB, when the value is used
+    uint32_t channels = 3;   // a bit each
   } memory;
-  std::vector<int32_t> engine_load;  // per cent, engine 0 first; engines after the last are absent
+  std::vector<Signal> engine_load;  // per cent, engine 0 first; engines after the last are absent
 
   struct {
     uint64_t mmio_base = 0xE0000000, vram_base = 0xD0000000;  // physical
@@ -295,6 +308,7 @@ struct BoardConfig {
   std::vector<I2cMemoryConfig> i2c_memories;
   std::array<std::optional<VideoInputConfig>, video_inputs> video;
   McuConfig mcu;
+  SensorConfig sensors;
   FaultConfig faults;
   std::vector<InitialValue> registers;  // written at power-up, in order
 };

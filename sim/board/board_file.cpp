@@ -89,6 +89,10 @@ constexpr PowerChipTraits traits_of(PowerChip chip) {
 
 constexpr struct {
   std::string_view name;
+} pll_names[plls] = {{"devpll"}, {"dev2pll"}, {"gpupll"}, {"gpu2pll"}};
+
+constexpr struct {
+  std::string_view name;
   int value;
 } errnos[] = {{"EPERM", EPERM},   {"EIO", EIO},       {"ENXIO", ENXIO},   {"EAGAIN", EAGAIN},
               {"ENOMEM", ENOMEM}, {"EACCES", EACCES}, {"EFAULT", EFAULT}, {"EBUSY", EBUSY},
@@ -360,6 +364,7 @@ class Loader {
     return true;
   }
 
+  void read_sensors(Table& sensors);
   void read_root(Table& root);
   void read_hdmi(Table& port);
   void read_dp(Table& port);
@@ -371,6 +376,8 @@ class Loader {
   void read_timing(const toml::array& array, const std::string& key,
                    std::optional<ModeTiming>* timing);
   bool read_signal(const toml::node& node, const std::string& key, Signal* signal);
+  bool read_signal_within(const toml::node& node, const std::string& key, double minimum,
+                          double maximum, Signal* signal);
   bool read_i2c_place(Table& table, unsigned* bus, uint8_t* address, uint8_t first, uint8_t last);
   void read_power_monitor(Table& table);
   void read_i2c_memory(Table& table);
@@ -856,9 +863,68 @@ void Loader::read_faults(Table& faults) {
   faults.table("mcu", [&](Table& table) {
     table.boolean("never_done", &config_.faults.mcu_never_done);
   });
+  faults.table("clocks", [&](Table& table) {
+    table.array("never_locks", "an array of PLLs",
+                [&](const toml::node& node, const std::string& key) {
+                  const auto name = node.value<std::string_view>();
+                  for (unsigned i = 0; i < plls; ++i) {
+                    if (!name || *name != pll_names[i].name) continue;
+                    config_.faults.pll_never_locks[i] = true;
+                    return;
+                  }
+                  expected(node, key, names(pll_names));
+                });
+  });
   faults.table("amba", [&](Table& table) {
     table.boolean("never_answers", &config_.faults.amba_never_answers);
   });
+}
+
+bool Loader::read_signal_within(const toml::node& node, const std::string& key, double minimum,
+                                double maximum, Signal* signal) {
+  Signal found;
+  if (!read_signal(node, key, &found)) return false;
+  if (found.value - found.swing < minimum || found.value + found.swing > maximum) {
+    std::ostringstream text;
+    text << "expected numbers from " << minimum << " to " << maximum << ", found "
+         << found.value - found.swing;
+    if (found.swing != 0) text << " to " << found.value + found.swing;
+    problem(node, key, text.str());
+    return false;
+  }
+  *signal = found;
+  return true;
+}
+
+void Loader::read_sensors(Table& table) {
+  SensorConfig& sensors = config_.sensors;
+  const auto pair = [&](std::string_view part, double minimum, double maximum,
+                        std::array<Signal, pvt_sensors>* signals) {
+    const auto* const array = table.array(
+        part, "an array of 2 numbers",
+        [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
+          Signal signal;
+          read_signal_within(node, key, minimum, maximum, &signal);
+          if (i < signals->size()) (*signals)[i++] = signal;
+        });
+    if (array != nullptr && array->size() != signals->size()) {
+      expected(*array, table.key(part), "an array of 2 numbers");
+    }
+  };
+  // What 10-bit codes can say.
+  pair("temperature", -62, 155, &sensors.temperature);
+  pair("voltage", 0.512, 1.12, &sensors.voltage);
+  const auto* const process = table.array(
+      "process", "an array of 3 numbers",
+      [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
+        uint32_t code = 0;
+        unsigned_value(node, key, &code, 0, 0x3FF);
+        if (i < sensors.process.size()) sensors.process[i++] = code;
+      });
+  if (process != nullptr && process->size() != sensors.process.size()) {
+    expected(*process, table.key("process"), "an array of 3 numbers");
+  }
+  table.number("conversion_ms", &sensors.conversion_ms, 0, 60'000);
 }
 
 void Loader::read_root(Table& root) {
@@ -886,25 +952,28 @@ void Loader::read_root(Table& root) {
     table.number("3d", &config_.clocks.core_3d);
     table.number("2d", &config_.clocks.core_2d);
     table.number("ddr", &config_.clocks.ddr);
+    table.number("lock_us", &config_.clocks.lock_us, 0, 60'000'000);
   });
   root.table("cores", [&](Table& table) {
     table.number("3d", &config_.cores.core_3d);
     table.number("2d", &config_.cores.core_2d);
   });
   root.table("memory", [&](Table& table) {
-    table.number("used", &config_.memory.used);
+    if (const toml::node* const used = table.find("used")) {
+      read_signal_within(*used, table.key("used"), 0, UINT32_MAX, &config_.memory.used);
+    }
     table.number("free", &config_.memory.free);
     table.number("channels", &config_.memory.channels);
   });
   root.table("engines", [&](Table& table) {
     const auto* const load = table.array(
         "load", "an array of numbers", [&](const toml::node& node, const std::string& key) {
-          const auto* const integer = node.as_integer();
-          if (integer == nullptr || integer->get() < -1 || integer->get() > 100) {
-            expected(node, key, "a number from 0 to 100, or -1 for an engine that is not there");
-            return;
+          // -1 is an engine that is not there.
+          const auto absent = node.value<int64_t>();
+          Signal load = {-1};
+          if ((absent && *absent == -1) || read_signal_within(node, key, 0, 100, &load)) {
+            config_.engine_load.push_back(load);
           }
-          config_.engine_load.push_back(static_cast<int32_t>(integer->get()));
         });
     if (load != nullptr && load->size() > engines) {
       expected(*load, table.key("load"), "at most " + std::to_string(engines) + " numbers");
@@ -959,6 +1028,7 @@ void Loader::read_root(Table& root) {
   root.tables("video", [&](Table& table) { read_video(table); });
   root.table("mcu", [&](Table& table) { read_mcu(table); });
   root.tables("registers", [&](Table& table) { read_register(table); });
+  root.table("sensors", [&](Table& table) { read_sensors(table); });
   root.table("faults", [&](Table& table) { read_faults(table); });
 }
 

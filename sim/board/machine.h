@@ -31,6 +31,10 @@ class Machine {
   bool kmem_read(uint64_t address, unsigned width, uint64_t* value);
   bool kmem_write(uint64_t address, unsigned width, uint64_t value);
 
+  // The driver's power state: 0 performance, 1 save, 2 standby.
+  uint32_t power_state() const { return power_state_; }
+  void set_power_state(uint32_t state) { power_state_ = state; }
+
   // Held by a door while it answers one request. The accesses of several threads come one after
   // another, as they do on a real bus.
   std::mutex& lock() { return lock_; }
@@ -44,6 +48,7 @@ class Machine {
   FaultPlan faults_;
   Memory kernel_memory_;
   std::vector<std::unique_ptr<Board>> cards_;
+  uint32_t power_state_ = 0;
   std::mutex lock_;
 };
 

@@ -1,6 +1,7 @@
 #include "devices/install.h"
 
 #include "devices/axi_monitor.h"
+#include "devices/clock_block.h"
 #include "devices/ddr_phy.h"
 #include "devices/display_controllers.h"
 #include "devices/dp_transmitter.h"
@@ -10,6 +11,7 @@
 #include "devices/io_ports.h"
 #include "devices/mcu.h"
 #include "devices/pci_config.h"
+#include "devices/pvt_sensors.h"
 #include "devices/vga.h"
 
 namespace zvgsim {
@@ -30,6 +32,8 @@ constexpr Installer installers[] = {
     install_mcu,
     install_dp_transmitters,
     install_display_controllers,
+    install_clock_block,
+    install_pvt_sensors,
 };
 
 }  // namespace

@@ -20,6 +20,10 @@ enum Port : uint32_t {
 constexpr uint8_t colour_addressing = 0x01;
 constexpr uint8_t nobody = 0xFF;
 
+constexpr bool is_fan(uint8_t index) {
+  return index >= Fan::first_index && index <= Fan::last_index;
+}
+
 constexpr bool is_bridge(uint8_t index) {
   return index >= AmbaBridge::first_index && index <= AmbaBridge::last_index;
 }
@@ -44,7 +48,9 @@ uint8_t Vga::read_byte(uint32_t port) {
     case mono_data:
     case colour_data:
       if (colour() != (port == colour_data)) return nobody;
-      return is_bridge(crtc_index_) ? bridge_.read(crtc_index_) : crtc_[crtc_index_];
+      if (is_bridge(crtc_index_)) return bridge_.read(crtc_index_);
+      if (is_fan(crtc_index_)) return board().fan().read(crtc_index_);
+      return crtc_[crtc_index_];
     default:
       return VideoCapture::is_measured(port) ? capture_.measured(port) : stored(port);
   }
@@ -66,6 +72,8 @@ void Vga::write_byte(uint32_t port, uint8_t value) {
       if (colour() != (port == colour_data)) return;
       if (is_bridge(crtc_index_)) {
         bridge_.write(crtc_index_, value);
+      } else if (is_fan(crtc_index_)) {
+        board().fan().write(crtc_index_, value);
       } else {
         crtc_[crtc_index_] = value;
       }

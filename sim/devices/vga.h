@@ -13,8 +13,9 @@ namespace zvgsim {
 
 // VGA ports by their number, at offset = port. The miscellaneous output register is written at
 // 0x3C2 and read at 0x3CC; its bit 0 says where the CRTC pair answers: at 0x3D4/0x3D5 (colour) when
-// set, at 0x3B4/0x3B5 (monochrome) when clear. CRTC indices 0xB0 to 0xBA are the AMBA bridge; the
-// others are plain storage. Below the ports stand the registers of video input and overlay.
+// set, at 0x3B4/0x3B5 (monochrome) when clear. CRTC indices 0xB0 to 0xBA are the AMBA bridge,
+// 0xD4 to 0xD9 the board's fan controller; the others are plain storage. Below the ports
+// stand the registers of video input and overlay.
 class Vga : public ByteBlock {
  public:
   explicit Vga(Board& board);

@@ -8,9 +8,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <mutex>
 
 #include "devices/monitor.h"
+#include "devices/pvt_sensors.h"
 #include "doors/driver_records.h"
 
 namespace zvgsim {
@@ -41,6 +43,10 @@ class DriverFile : public OpenFile {
   int answer(IoportAccess& record);
   int answer(Auxiliary& record);
   int answer(LutLoad& record);
+  int answer(PowerState& record);
+  int answer(FanRate& record);
+  int answer(TestTemperature& record);
+  int answer_fan_automatic();
   int answer_generic(unsigned number, const void* record);
 
   // Runs the answer on the caller's record, which need not be aligned. A failed request leaves the
@@ -52,6 +58,12 @@ class DriverFile : public OpenFile {
     const int error = answer(record);
     if (error == 0) memcpy(bytes, &record, sizeof record);
     return error;
+  }
+
+  // A quantity as the driver counts it now.
+  uint32_t whole(const Signal& signal, double maximum) const {
+    const double now = std::round(signal.at(machine_.clock().now()));
+    return static_cast<uint32_t>(std::clamp(now, 0.0, maximum));
   }
 
   bool has_card(uint32_t card) const { return card < machine_.cards(); }
@@ -69,7 +81,8 @@ constexpr unsigned long number_of(unsigned request, size_t size) {
 
 int DriverFile::ioctl(unsigned long request, void* record) {
   const auto dispatch = [&]() -> int {
-    if (record == nullptr) return EFAULT;
+    constexpr unsigned long automatic = _IOC(_IOC_NONE, request_type, fan_automatic, 0);
+    if (record == nullptr && request != automatic) return EFAULT;
     if (const int error = machine_.faults().driver_request(_IOC_NR(request)); error != 0) {
       return error;
     }
@@ -105,6 +118,14 @@ int DriverFile::ioctl(unsigned long request, void* record) {
         return on<IoportAccess>(record);
       case number_of(lut_load, sizeof(LutLoad)):
         return on<LutLoad>(record);
+      case number_of(power_state, sizeof(PowerState)):
+        return on<PowerState>(record);
+      case number_of(fan_rate, sizeof(FanRate)):
+        return on<FanRate>(record);
+      case automatic:
+        return answer_fan_automatic();
+      case number_of(test_temperature, sizeof(TestTemperature)):
+        return on<TestTemperature>(record);
       default:
         return ENOTTY;
     }
@@ -192,9 +213,11 @@ int DriverFile::answer(PciAccess& record) {
 
 int DriverFile::answer(Information& record) {
   if (!has_card(record.card)) return ENODEV;
-  record.used = machine_.config().memory.used;
+  const auto& memory = machine_.config().memory;
+  const double all = memory.used.value + memory.free;
+  record.used = whole(memory.used, all);
   record.reserved = 0;
-  record.free = machine_.config().memory.free;
+  record.free = static_cast<uint32_t>(all) - record.used;
   return 0;
 }
 
@@ -291,9 +314,10 @@ int DriverFile::answer(Query& record) {
     case query_memory_channels:
       return number(config.memory.channels);
     case query_engine_load:
-      return number(argument < config.engine_load.size()
-                        ? static_cast<uint32_t>(config.engine_load[argument])
-                        : no_such_engine);
+      if (argument >= config.engine_load.size() || config.engine_load[argument].value < 0) {
+        return number(no_such_engine);
+      }
+      return number(whole(config.engine_load[argument], 100));
     case query_firmware_version:
       return text(config.firmware_version);
     default:
@@ -303,12 +327,19 @@ int DriverFile::answer(Query& record) {
 
 int DriverFile::answer(Command& record) {
   if (!has_card(record.card)) return ENODEV;
+  if (record.command < pvt_types) {
+    const uint32_t sensor = record.arguments[0];
+    if (sensor >= pvt_sensors) return EINVAL;
+    record.result[0] =
+        pvt_code(machine_.config().sensors, record.command, sensor, machine_.clock().now());
+    return 0;
+  }
   if (record.command != command_dump_free_vram) return EINVAL;
   // The driver prints into the kernel's log; here that is the trace.
   char note[96];
   snprintf(note, sizeof note, "card %u: free vram node: 0x%llx bytes at 0x%llx", record.card,
            static_cast<unsigned long long>(machine_.config().memory.free) << 20,
-           static_cast<unsigned long long>(machine_.config().memory.used) << 20);
+           static_cast<unsigned long long>(machine_.config().memory.used.value) << 20);
   machine_.trace().note(note);
   memset(record.result, 0, sizeof record.result);
   return 0;
@@ -401,6 +432,38 @@ int DriverFile::answer(LutLoad& record) {
   }
   machine_.card(0).lut(record.crtc) = std::move(lut);
   machine_.trace().note("lookup table of crtc " + std::to_string(record.crtc));
+  return 0;
+}
+
+int DriverFile::answer(PowerState& record) {
+  switch (record.op) {
+    case op_read:
+      record.state = machine_.power_state();
+      return 0;
+    case op_write:
+      if (record.state >= power_states) return EINVAL;
+      machine_.set_power_state(record.state);
+      return 0;
+    default:
+      return EINVAL;
+  }
+}
+
+// The fan requests name no card: they go to the first one's.
+int DriverFile::answer(FanRate& record) {
+  constexpr uint32_t full = 100;
+  if (record.percent > full) return EINVAL;
+  machine_.card(0).fan().set_manual(record.percent);
+  return 0;
+}
+
+int DriverFile::answer_fan_automatic() {
+  machine_.card(0).fan().set_automatic();
+  return 0;
+}
+
+int DriverFile::answer(TestTemperature& record) {
+  machine_.card(0).fan().set_temperature(record.celsius);
   return 0;
 }
 

@@ -25,6 +25,10 @@ enum Request : unsigned {
   command = 0x11,
   ioport_access = 0x12,
   lut_load = 0x13,
+  power_state = 0x14,
+  fan_rate = 0x15,
+  fan_automatic = 0x16,  // without a record
+  test_temperature = 0x17,
 };
 
 enum Operation : uint32_t { op_read = 0, op_write = 1 };
@@ -97,6 +101,18 @@ struct IoportAccess {
   uint8_t port, value, op;
 };
 
+struct PowerState {
+  uint32_t op, state;
+};
+
+struct FanRate {
+  uint32_t percent;
+};
+
+struct TestTemperature {
+  uint32_t celsius;
+};
+
 static_assert(sizeof(RegisterAccess) == 32);
 static_assert(sizeof(DdcRead) == 532);
 static_assert(sizeof(KernelVersion) == 16);
@@ -110,6 +126,9 @@ static_assert(sizeof(I2cTransfer) == 540);
 static_assert(sizeof(Query) == 136);
 static_assert(sizeof(Command) == 80);
 static_assert(sizeof(IoportAccess) == 3);
+static_assert(sizeof(PowerState) == 8);
+static_assert(sizeof(FanRate) == 4);
+static_assert(sizeof(TestTemperature) == 4);
 
 enum QueryKey : uint32_t {
   query_device_id = 0,
@@ -127,9 +146,12 @@ enum QueryKey : uint32_t {
   query_firmware_version = 12,
 };
 
+// Commands below the first one are the types of on-die sensors: their codes are asked for.
 enum CommandNumber : uint32_t { command_dump_free_vram = 5 };
 
 enum AuxOperation : uint32_t { aux_write = 0, aux_read = 1, aux_fetch_edid = 2 };
+
+enum PowerStates : uint32_t { power_states = 3 };
 
 constexpr uint32_t ddc_channels = 16;
 constexpr uint32_t i2c_max_length = 512;

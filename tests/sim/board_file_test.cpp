@@ -85,18 +85,19 @@ vpu = 2
 3d = 3
 2d = 4
 ddr = 5
+lock_us = 6
 
 [cores]
 3d = 6
 2d = 7
 
 [memory]
-used = 8
+used = { value = 8, swing = 2.5 }
 free = 9
 channels = 0b1010
 
 [engines]
-load = [10, -1, 100]
+load = [10, -1, { value = 90, swing = 10, period_s = 3 }]
 
 [aperture]
 mmio_base = 0x41000000
@@ -204,6 +205,15 @@ pll_never_locks = true
 
 [faults.amba]
 never_answers = true
+
+[faults.clocks]
+never_locks = ["gpu2pll", "devpll"]
+
+[sensors]
+temperature = [-5.5, { value = 90, swing = 8, period_s = 60 }]
+voltage = [0.75, 1]
+process = [1, 2, 3]
+conversion_ms = 44
 )");
   EXPECT_EQ(config.description, "text");
   EXPECT_EQ(config.generation, Generation::rq300);
@@ -216,12 +226,26 @@ never_answers = true
   EXPECT_EQ(config.clocks.core_3d, 3u);
   EXPECT_EQ(config.clocks.core_2d, 4u);
   EXPECT_EQ(config.clocks.ddr, 5u);
+  EXPECT_EQ(config.clocks.lock_us, 6u);
+  EXPECT_THAT(config.faults.pll_never_locks, ElementsAre(true, false, false, true));
+  EXPECT_EQ(config.sensors.temperature[0].value, -5.5);
+  EXPECT_EQ(config.sensors.temperature[1].value, 90);
+  EXPECT_EQ(config.sensors.temperature[1].swing, 8);
+  EXPECT_EQ(config.sensors.voltage[0].value, 0.75);
+  EXPECT_EQ(config.sensors.voltage[1].value, 1);
+  EXPECT_THAT(config.sensors.process, ElementsAre(1, 2, 3));
+  EXPECT_EQ(config.sensors.conversion_ms, 44u);
   EXPECT_EQ(config.cores.core_3d, 6u);
   EXPECT_EQ(config.cores.core_2d, 7u);
-  EXPECT_EQ(config.memory.used, 8u);
+  EXPECT_EQ(config.memory.used.value, 8);
+  EXPECT_EQ(config.memory.used.swing, 2.5);
   EXPECT_EQ(config.memory.free, 9u);
   EXPECT_EQ(config.memory.channels, 10u);
-  EXPECT_THAT(config.engine_load, ElementsAre(10, -1, 100));
+  ASSERT_EQ(config.engine_load.size(), 3u);
+  EXPECT_EQ(config.engine_load[0].value, 10);
+  EXPECT_EQ(config.engine_load[1].value, -1);
+  EXPECT_EQ(config.engine_load[2].swing, 10);
+  EXPECT_EQ(config.engine_load[2].period_s, 3);
   EXPECT_EQ(config.aperture.mmio_base, 0x41000000u);
   EXPECT_EQ(config.aperture.vram_base, 0x50000000u);
   EXPECT_EQ(config.kernel.base, 0xFFFFC90000000000u);
@@ -323,7 +347,7 @@ TEST_F(BoardFileTest, UnknownKeysSuggest) {
               ElementsAre("4: faults.hdmi[0].pll_never_lock: unknown key; did you mean "
                           "'pll_never_locks'?"));
   EXPECT_THAT(problems("[clocks]\nwombat = 1\n"),
-              ElementsAre("2: clocks.wombat: unknown key; known here: axi vpu 3d 2d ddr"));
+              ElementsAre("2: clocks.wombat: unknown key; known here: axi vpu 3d 2d ddr lock_us"));
 }
 
 TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
@@ -349,8 +373,7 @@ TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
       {"[versions]\nkernel = [1, 2, 3, -4]",
        "2: versions.kernel[3]: expected a number from 0 to 0xFFFFFFFF, found -4"},
       {"[engines]\nload = [101]",
-       "2: engines.load[0]: expected a number from 0 to 100, or -1 for an engine that is not "
-       "there, found 101"},
+       "2: engines.load[0]: expected numbers from 0 to 100, found 101"},
       {"[aperture]\nmmio_base = 0xE0001000",
        "2: aperture.mmio_base: expected a multiple of its size, 0x1000000, found 3758100480"},
       {"[aperture]\nmmio_base = 0xD1000000", "1: aperture: the two apertures overlap"},
@@ -697,6 +720,28 @@ TEST_F(BoardFileTest, WrongI2cChips) {
                           HasSubstr("expected a key 'edid'")));
   EXPECT_THAT(problems("[[faults.i2c]]\nbus = 0\n"),
               ElementsAre(HasSubstr("expected either 'hangs', for the bus, or an 'address'")));
+}
+
+TEST_F(BoardFileTest, SensorsAreWhatTheirCodesCanSay) {
+  EXPECT_THAT(problems("[sensors]\ntemperature = [1]\n"),
+              ElementsAre("2: sensors.temperature: expected an array of 2 numbers, found an array of "
+                          "1"));
+  EXPECT_THAT(problems("[sensors]\nvoltage = [0.8, 1.13]\n"),
+              ElementsAre("2: sensors.voltage[1]: expected numbers from 0.512 to 1.12, found "
+                          "1.13"));
+  EXPECT_THAT(problems("[sensors]\ntemperature = [{ value = 150, swing = 10 }, 1]\n"),
+              ElementsAre("2: sensors.temperature[0]: expected numbers from -62 to 155, found 140 "
+                          "to 160"));
+  EXPECT_THAT(problems("[sensors]\nprocess = [1, 2, 1024]\n"),
+              ElementsAre("2: sensors.process[2]: expected a number from 0 to 1023, found 1024"));
+  EXPECT_THAT(problems("[sensors]\nprocess = [1, 2]\n"),
+              ElementsAre("2: sensors.process: expected an array of 3 numbers, found an array of "
+                          "2"));
+  EXPECT_THAT(problems("[faults.clocks]\nnever_locks = [\"pll\", 1]\n"),
+              ElementsAre("2: faults.clocks.never_locks[0]: expected \"devpll\", \"dev2pll\", "
+                          "\"gpupll\" or \"gpu2pll\", found \"pll\"",
+                          "2: faults.clocks.never_locks[1]: expected \"devpll\", \"dev2pll\", "
+                          "\"gpupll\" or \"gpu2pll\", found 1"));
 }
 
 }  // namespace

@@ -9,7 +9,9 @@
 #include <unistd.h>
 
 #include <array>
+#include <set>
 
+#include "devices/pvt_sensors.h"
 #include "doors/driver_records.h"
 #include "support/board_fixture.h"
 
@@ -233,7 +235,7 @@ TEST_F(DriverDoorTest, QueriesAnswerFromTheBoard) {
   config.clocks = {11, 12, 13, 14, 15};
   config.cores = {16, 17};
   config.memory.channels = 12;
-  config.engine_load = {50, -1, 100};
+  config.engine_load = {{50}, {-1}, {100}};
   power_up_again(config);
   EXPECT_EQ(query_number(0), 0x201u);
   EXPECT_EQ(query_number(1), 11u);
@@ -325,13 +327,78 @@ TEST_F(DriverDoorTest, DdcChannelsAreTheHdmiPorts) {
   EXPECT_EQ(request(0xC2146402, &record), EINVAL);
 }
 
+TEST_F(DriverDoorTest, SensorCodesAreCommands) {
+  BoardConfig config;
+  config.sensors.process = {7, 8, 9};
+  power_up_again(config);
+  for (uint32_t type = 0; type < 5; ++type) {
+    for (uint32_t sensor = 0; sensor < 2; ++sensor) {
+      Command record = {0, type, {sensor, 4}, {}};
+      EXPECT_EQ(request(0xC0506411, &record), 0);
+      EXPECT_EQ(record.result[0], pvt_code(config.sensors, type, sensor, 0));
+    }
+  }
+  Command sensor = {0, 0, {2, 4}, {}}, card = {1, 0, {0, 4}, {}};
+  EXPECT_EQ(request(0xC0506411, &sensor), EINVAL);
+  EXPECT_EQ(request(0xC0506411, &card), ENODEV);
+}
+
+TEST_F(DriverDoorTest, PowerStateIsKeptFromOpenToOpen) {
+  PowerState get = {0, 9};
+  EXPECT_EQ(request(0xC0086414, &get), 0);
+  EXPECT_EQ(get.state, 0u);
+  PowerState set = {1, 2};
+  EXPECT_EQ(request(0xC0086414, &set), 0);
+  const int second = open("/dev/zvgrw", O_RDWR);
+  EXPECT_EQ(ioctl(second, 0xC0086414, &get), 0);
+  EXPECT_EQ(get.state, 2u);
+  close(second);
+  PowerState state = {1, 3}, op = {2, 0};
+  EXPECT_EQ(request(0xC0086414, &state), EINVAL);
+  EXPECT_EQ(request(0xC0086414, &op), EINVAL);
+  EXPECT_EQ(machine().power_state(), 2u);
+}
+
+TEST_F(DriverDoorTest, FanAndTestTemperature) {
+  FanRate rate = {33}, too_much = {101};
+  EXPECT_EQ(request(0xC0046415, &rate), 0);
+  EXPECT_EQ(board().fan().percent(), 33);
+  EXPECT_EQ(request(0xC0046415, &too_much), EINVAL);
+  EXPECT_EQ(board().fan().percent(), 33);
+  TestTemperature hot = {90};
+  EXPECT_EQ(request(0xC0046417, &hot), 0);
+  EXPECT_EQ(request(0x6416, static_cast<void*>(nullptr)), 0);
+  EXPECT_FALSE(board().fan().manual());
+  EXPECT_EQ(board().fan().percent(), 100);
+}
+
+TEST_F(DriverDoorTest, AnswersFollowTheBoardsSignals) {
+  BoardConfig config;
+  config.engine_load = {{90, 10, 17}, {-1}, {5, 20, 17}};
+  config.memory.used = {128, 13, 17};
+  power_up_again(config);
+  std::set<uint32_t> loads, used;
+  for (int second = 0; second < 20; ++second) {
+    clock().sleep(seconds(1));
+    loads.insert(query_number(11, 0));
+    EXPECT_LE(query_number(11, 0), 100u);
+    EXPECT_EQ(query_number(11, 1), 0xFFFFFFFFu);
+    EXPECT_LE(query_number(11, 2), 25u);
+    Information record{};
+    EXPECT_EQ(request(0xC0106405, &record), 0);
+    EXPECT_EQ(record.used + record.free, 2048u);
+    EXPECT_NEAR(record.used, 128, 13);
+    used.insert(record.used);
+  }
+  EXPECT_GT(loads.size(), 5u);
+  EXPECT_GT(used.size(), 5u);
+}
+
 TEST_F(DriverDoorTest, UnknownNumbersAreNotTheDrivers) {
   std::array<uint8_t, 1024> record{};
   const unsigned long numbers[] = {
       0xC020640D,  // unused
-      0xC0086414,
-      0xC0046415,
-      0xC0046417,  // no models yet
+      0xC0046416,  // the fan's automatic control has no record
       0xC0206418,
       0xC01C6401 /* size */,
       0x40206401 /* direction */,

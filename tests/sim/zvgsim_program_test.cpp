@@ -138,7 +138,7 @@ TEST_F(ZvgsimProgram, BoardsAreFilesOrNames) {
   Finished finished = run_program({zvgsim, "run", "--board", faulty, "--", visitor, "registers"});
   EXPECT_EQ(finished.status, 3);
   EXPECT_EQ(finished.err, "ioctl: Device or resource busy\n");
-  for (const char* name : {"rq300", "rq301", "rq302", "faults"}) {
+  for (const char* name : {"busy", "rq300", "rq301", "rq302", "faults"}) {
     finished = run_program({zvgsim, "run", "--board", name, "--", visitor, "registers"});
     EXPECT_EQ(finished.out, "register 0x12345678\n") << name;
   }
@@ -154,7 +154,7 @@ TEST_F(ZvgsimProgram, WrongBoardsAreToldBeforeTheProgramRuns) {
   finished = run_program({zvgsim, "run", "--board", "wombat", "--", visitor});
   EXPECT_EQ(finished.status, 1);
   EXPECT_THAT(finished.err, StartsWith("zvgsim: no board 'wombat'; the ready boards in "));
-  EXPECT_THAT(finished.err, HasSubstr(" are: faults, rq300, rq301, rq302."));
+  EXPECT_THAT(finished.err, HasSubstr(" are: busy, faults, rq300, rq301, rq302."));
 }
 
 TEST_F(ZvgsimProgram, PreloadedAloneItStillTellsAWrongBoard) {
@@ -311,7 +311,7 @@ TEST_F(ZvgsimProgram, ServeTakesNoFileAway) {
 TEST_F(ZvgsimProgram, BoardsAreListed) {
   const Finished finished = run_program({zvgsim, "boards"});
   EXPECT_EQ(finished.status, 0);
-  for (const char* name : {"\nrq300 ", "\nrq301 ", "\nrq302 ", "faults "}) {
+  for (const char* name : {"\nrq300 ", "\nrq301 ", "\nrq302 ", "\nfaults ", "busy "}) {
     EXPECT_THAT(finished.out, HasSubstr(name));
   }
   EXPECT_THAT(finished.out, HasSubstr(" (default)\n"));
@@ -320,16 +320,17 @@ TEST_F(ZvgsimProgram, BoardsAreListed) {
 TEST_F(ZvgsimProgram, BoardsAreListedAsJson) {
   const Finished finished = run_program({zvgsim, "boards", "--json"});
   const auto boards = nlohmann::json::parse(finished.out);
-  ASSERT_EQ(boards.size(), 4u);
-  EXPECT_EQ(boards[0]["name"], "faults");
-  EXPECT_EQ(boards[2]["name"], "rq301");
-  EXPECT_EQ(boards[2]["generation"], "RQ301");
-  EXPECT_EQ(boards[2]["cards"], 2);
-  EXPECT_EQ(boards[2]["default"], false);
-  EXPECT_EQ(boards[3]["default"], true);
-  EXPECT_EQ(boards[3]["monitors"], (nlohmann::json{0, 1, 2, 3}));
-  EXPECT_TRUE(fs::exists(boards[3]["file"].get<std::string>()));
-  EXPECT_FALSE(boards[3]["description"].get<std::string>().empty());
+  ASSERT_EQ(boards.size(), 5u);
+  EXPECT_EQ(boards[0]["name"], "busy");
+  EXPECT_EQ(boards[1]["name"], "faults");
+  EXPECT_EQ(boards[3]["name"], "rq301");
+  EXPECT_EQ(boards[3]["generation"], "RQ301");
+  EXPECT_EQ(boards[3]["cards"], 2);
+  EXPECT_EQ(boards[3]["default"], false);
+  EXPECT_EQ(boards[4]["default"], true);
+  EXPECT_EQ(boards[4]["monitors"], (nlohmann::json{0, 1, 2, 3}));
+  EXPECT_TRUE(fs::exists(boards[4]["file"].get<std::string>()));
+  EXPECT_FALSE(boards[4]["description"].get<std::string>().empty());
 }
 
 TEST_F(ZvgsimProgram, CheckTellsWhatABoardIs) {

@@ -30,12 +30,12 @@ cards = 2
 
 [[registers]]
 space = "mmio"
-offset = 0x308000
+offset = 0x318000
 value = 0x11223344
 
 [[registers]]
 space = "mmio"
-offset = 0x308004
+offset = 0x318004
 value = 0x55667788
 
 [[registers]]
@@ -138,13 +138,13 @@ TEST(SimTest, ABoardThatIsNotThere) {
 }
 
 TEST(SimTest, OptionsAreUnderstoodBeforeAndBehindTheCommand) {
-  const std::string expected = "0x308000: 0x11223344\n";
+  const std::string expected = "0x318000: 0x11223344\n";
   Bench bench;
-  EXPECT_EQ(bench.run("--driver reg read 0x308000").out, expected);
-  EXPECT_EQ(bench.run("reg --driver read 0x308000").out, expected);
-  EXPECT_EQ(bench.run("reg read --driver 0x308000").out, expected);
-  EXPECT_EQ(bench.run("reg read 0x308000 --driver 0").out, expected);
-  EXPECT_EQ(bench.run("reg read 0x308000 --driver=0").out, expected);
+  EXPECT_EQ(bench.run("--driver reg read 0x318000").out, expected);
+  EXPECT_EQ(bench.run("reg --driver read 0x318000").out, expected);
+  EXPECT_EQ(bench.run("reg read --driver 0x318000").out, expected);
+  EXPECT_EQ(bench.run("reg read 0x318000 --driver 0").out, expected);
+  EXPECT_EQ(bench.run("reg read 0x318000 --driver=0").out, expected);
 }
 
 // info
@@ -214,14 +214,14 @@ TEST(InfoTest, MemoryTellsItsApertures) {
 
 TEST(CardTest, OneThatIsNotThereIsRefused) {
   Bench bench;
-  const Result result = bench.run("reg write 0x308000 0 --driver 2");
+  const Result result = bench.run("reg write 0x318000 0 --driver 2");
   EXPECT_EQ(result.exit, 1);
   // The library's own words come first, and would go on with card 0.
   EXPECT_EQ(result.out,
             "Invalid card parameter: 0 is out of range [0, 2).\nThe current card index is 0\n");
   EXPECT_EQ(result.err, "zvgctl: there is no card 2: the driver has 2, from 0 to 1\n");
   EXPECT_EQ(bench.trace(), "");
-  const Result as_json = bench.run("reg read 0x308000 --driver 2 --json");
+  const Result as_json = bench.run("reg read 0x318000 --driver 2 --json");
   EXPECT_EQ(as_json.exit, 1);
   EXPECT_EQ(as_json.out, "");
 }
@@ -244,24 +244,24 @@ class DoorTest : public testing::TestWithParam<const char*> {
 };
 
 TEST_P(DoorTest, RegistersReadTheSame) {
-  EXPECT_EQ(run("reg read 0x308000").out, "0x308000: 0x11223344\n");
-  EXPECT_EQ(run("reg read 3178496").out, "0x308000: 0x11223344\n");
-  EXPECT_EQ(run("reg read 0x308001 --width 8").out, "0x308001: 0x33\n");
-  EXPECT_EQ(run("reg read 0x308002 -w 16").out, "0x308002: 0x1122\n");
-  EXPECT_EQ(run("reg read 0x308000 --width 64").out, "0x308000: 0x5566778811223344\n");
-  EXPECT_EQ(run("reg read 0x308000 --count 3").out, "0x308000: 11223344 55667788 00000000\n");
-  EXPECT_EQ(run("reg read 0x307ff8-0x30800f -w 8").out,
-            "0x307ff8: 00 00 00 00 00 00 00 00 44 33 22 11 88 77 66 55\n"
-            "0x308008: 00 00 00 00 00 00 00 00\n");
+  EXPECT_EQ(run("reg read 0x318000").out, "0x318000: 0x11223344\n");
+  EXPECT_EQ(run("reg read 3244032").out, "0x318000: 0x11223344\n");
+  EXPECT_EQ(run("reg read 0x318001 --width 8").out, "0x318001: 0x33\n");
+  EXPECT_EQ(run("reg read 0x318002 -w 16").out, "0x318002: 0x1122\n");
+  EXPECT_EQ(run("reg read 0x318000 --width 64").out, "0x318000: 0x5566778811223344\n");
+  EXPECT_EQ(run("reg read 0x318000 --count 3").out, "0x318000: 11223344 55667788 00000000\n");
+  EXPECT_EQ(run("reg read 0x317ff8-0x31800f -w 8").out,
+            "0x317ff8: 00 00 00 00 00 00 00 00 44 33 22 11 88 77 66 55\n"
+            "0x318008: 00 00 00 00 00 00 00 00\n");
   EXPECT_EQ(run("reg read 0xffffff --width 8").out, "0xffffff: 0x00\n");
 }
 
 TEST_P(DoorTest, RegistersAsJson) {
-  const Result result = run("reg read 0x308000 --count 2 --json");
+  const Result result = run("reg read 0x318000 --count 2 --json");
   EXPECT_EQ(result.exit, 0);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(json::parse(result.out), json({{"space", "reg"},
-                                           {"address", "0x308000"},
+                                           {"address", "0x318000"},
                                            {"width", 32},
                                            {"values", {"0x11223344", "0x55667788"}}}));
 }
@@ -283,8 +283,8 @@ TEST_P(DoorTest, VideoMemory) {
 
 TEST_P(DoorTest, WritesAreSilent) {
   for (const char* command :
-       {"reg write 0x308000 1 2", "reg write 0x308000 1 --width 64", "reg mask 0x308000 1 0",
-        "reg mask 0x308000 1 0 -w 32", "vram write 0x100 5 6 -w 16"}) {
+       {"reg write 0x318000 1 2", "reg write 0x318000 1 --width 64", "reg mask 0x318000 1 0",
+        "reg mask 0x318000 1 0 -w 32", "vram write 0x100 5 6 -w 16"}) {
     const Result result = run(command);
     EXPECT_EQ(result.exit, 0) << command;
     EXPECT_EQ(result.out + result.err, "") << command;
@@ -320,18 +320,18 @@ TEST(MemoryDoorTest, BeyondTheMappedLength) {
 
 TEST(RegTest, WritesReachTheBoard) {
   Bench bench;
-  bench.run("reg write 0x308000 0xA5 0x5a");
-  EXPECT_EQ(bench.trace(), "w4 mmio 0x308000 0xa5\nw4 mmio 0x308004 0x5a\n");
-  bench.run("reg write 0x308010 0x1234 -w 16");
-  EXPECT_EQ(bench.trace(), "w2 mmio 0x308010 0x1234\n");
+  bench.run("reg write 0x318000 0xA5 0x5a");
+  EXPECT_EQ(bench.trace(), "w4 mmio 0x318000 0xa5\nw4 mmio 0x318004 0x5a\n");
+  bench.run("reg write 0x318010 0x1234 -w 16");
+  EXPECT_EQ(bench.trace(), "w2 mmio 0x318010 0x1234\n");
 }
 
 TEST(RegTest, MaskReadsAndWritesInItsWidth) {
   Bench bench;
-  bench.run("reg mask 0x308000 0x0f 0xf5");
-  EXPECT_EQ(bench.trace(), "r1 mmio 0x308000 0x44\nw1 mmio 0x308000 0x45\n");
-  bench.run("reg mask 0x308000 0xffff0000 0xabcd0000 --width 32");
-  EXPECT_EQ(bench.trace(), "r4 mmio 0x308000 0x11223344\nw4 mmio 0x308000 0xabcd3344\n");
+  bench.run("reg mask 0x318000 0x0f 0xf5");
+  EXPECT_EQ(bench.trace(), "r1 mmio 0x318000 0x44\nw1 mmio 0x318000 0x45\n");
+  bench.run("reg mask 0x318000 0xffff0000 0xabcd0000 --width 32");
+  EXPECT_EQ(bench.trace(), "r4 mmio 0x318000 0x11223344\nw4 mmio 0x318000 0xabcd3344\n");
 }
 
 TEST(RegTest, AFailingDriverIsReported) {
@@ -360,25 +360,25 @@ TEST(RegTest, AFailingDriverIsReported) {
 
 TEST(RegTest, WatchEndsAfterItsCount) {
   Bench bench;
-  const Result result = bench.run("reg watch 0x308000 --count 5 --interval 10");
+  const Result result = bench.run("reg watch 0x318000 --count 5 --interval 10");
   EXPECT_EQ(result.exit, 0);
-  EXPECT_EQ(result.out, "0x308000: 0x11223344\n");
-  EXPECT_EQ(bench.trace().size(), 5 * std::string("r4 mmio 0x308000 0x11223344\n").size());
-  const Result as_json = bench.run("reg watch 0x308000 --count 1 --json");
+  EXPECT_EQ(result.out, "0x318000: 0x11223344\n");
+  EXPECT_EQ(bench.trace().size(), 5 * std::string("r4 mmio 0x318000 0x11223344\n").size());
+  const Result as_json = bench.run("reg watch 0x318000 --count 1 --json");
   const json line = json::parse(as_json.out);
-  EXPECT_EQ(line["address"], "0x308000");
+  EXPECT_EQ(line["address"], "0x318000");
   EXPECT_EQ(line["value"], "0x11223344");
   EXPECT_TRUE(line["time"].is_number());
 }
 
 TEST(RegTest, WatchEndsWithCtrlC) {
   const Bench bench;
-  zvgtest::Process watch({ZVGCTL_PROGRAM, "reg", "watch", "0x308000", "--sim", bench.board()});
-  ASSERT_TRUE(watch.wait_for_output("0x308000: 0x11223344\n"));
+  zvgtest::Process watch({ZVGCTL_PROGRAM, "reg", "watch", "0x318000", "--sim", bench.board()});
+  ASSERT_TRUE(watch.wait_for_output("0x318000: 0x11223344\n"));
   watch.send(SIGINT);
   const Result result = watch.finish();
   EXPECT_EQ(result.exit, 0);
-  EXPECT_EQ(result.out, "0x308000: 0x11223344\n\n");
+  EXPECT_EQ(result.out, "0x318000: 0x11223344\n\n");
   EXPECT_EQ(result.err, "");
 }
 
@@ -523,13 +523,13 @@ TEST(CrtcTest, ReadWriteAndDump) {
 
 TEST(AmbaTest, ReachesRegistersAndVideoMemory) {
   Bench bench;
-  EXPECT_EQ(bench.run("amba read 0x1308000").out, "0x0001308000: 0x11223344\n");
-  EXPECT_EQ(bench.run("amba read 0x1308000 -w 64").out, "0x0001308000: 0x5566778811223344\n");
-  EXPECT_EQ(bench.run("amba read 0x1308001 -w 8").out, "0x0001308001: 0x33\n");
-  EXPECT_EQ(bench.run("amba read 0x1308002 -w 16").out, "0x0001308002: 0x1122\n");
+  EXPECT_EQ(bench.run("amba read 0x1318000").out, "0x0001318000: 0x11223344\n");
+  EXPECT_EQ(bench.run("amba read 0x1318000 -w 64").out, "0x0001318000: 0x5566778811223344\n");
+  EXPECT_EQ(bench.run("amba read 0x1318001 -w 8").out, "0x0001318001: 0x33\n");
+  EXPECT_EQ(bench.run("amba read 0x1318002 -w 16").out, "0x0001318002: 0x1122\n");
   EXPECT_EQ(bench.run("amba read 0x8000000100 --count 2").out, "0x8000000100: cafef00d 01020304\n");
-  EXPECT_EQ(bench.run(std::string("amba read 0x1308000 --generation rq301") + serial_door).out,
-            "0x0001308000: 0x11223344\n");
+  EXPECT_EQ(bench.run(std::string("amba read 0x1318000 --generation rq301") + serial_door).out,
+            "0x0001318000: 0x11223344\n");
 }
 
 TEST(AmbaTest, WritesAndMasks) {
@@ -710,7 +710,7 @@ TEST(SerialFaultTest, EveryFaultEndsTheCommand) {
         "action = \"noise\"\nbytes = 1", "action = \"noise\"\nbytes = 3"}) {
     Bench bench(std::string(known_board) + "[[faults.uart]]\nreply = 3\n" + fault + "\n");
     const Result result =
-        bench.run(std::string("reg read 0x308000 --count 4 --serial /dev/ttyZVG0"));
+        bench.run(std::string("reg read 0x318000 --count 4 --serial /dev/ttyZVG0"));
     EXPECT_EQ(result.exit, 1) << fault;
     EXPECT_EQ(result.out, "") << fault;
     EXPECT_THAT(result.err, HasSubstr("zvgctl: no")) << fault;
@@ -902,15 +902,15 @@ TEST(ServedBoardTest, AnswersAtEveryRate) {
   ASSERT_TRUE(server.wait_for_output("\n"));
   const std::string path = server.output().substr(0, server.output().find('\n'));
   for (const char* baud : {":9600", ":19200", ":38400", ":115200", ":460800"}) {
-    const Result result = zvgtest::zvgctl("reg read 0x308000 --width 64 --serial " + path + baud);
+    const Result result = zvgtest::zvgctl("reg read 0x318000 --width 64 --serial " + path + baud);
     EXPECT_EQ(result.exit, 0) << baud << result.err;
-    EXPECT_EQ(result.out, "0x308000: 0x5566778811223344\n") << baud;
+    EXPECT_EQ(result.out, "0x318000: 0x5566778811223344\n") << baud;
   }
   // One board through it all: what is written stays.
-  EXPECT_EQ(zvgtest::zvgctl("reg write 0x308008 0x99 --serial " + path).exit, 0);
-  EXPECT_EQ(zvgtest::zvgctl("reg read 0x308008 --serial " + path).out, "0x308008: 0x00000099\n");
-  EXPECT_EQ(zvgtest::zvgctl("reg mask 0x308008 0xf0 0xff --serial " + path).exit, 0);
-  EXPECT_EQ(zvgtest::zvgctl("reg read 0x308008 --serial " + path).out, "0x308008: 0x000000f9\n");
+  EXPECT_EQ(zvgtest::zvgctl("reg write 0x318008 0x99 --serial " + path).exit, 0);
+  EXPECT_EQ(zvgtest::zvgctl("reg read 0x318008 --serial " + path).out, "0x318008: 0x00000099\n");
+  EXPECT_EQ(zvgtest::zvgctl("reg mask 0x318008 0xf0 0xff --serial " + path).exit, 0);
+  EXPECT_EQ(zvgtest::zvgctl("reg read 0x318008 --serial " + path).out, "0x318008: 0x000000f9\n");
   server.send(SIGTERM);
   EXPECT_EQ(server.finish().exit, 0);
 }

@@ -1,0 +1,53 @@
+#include "board/fan.h"
+
+#include <algorithm>
+
+namespace zvgsim {
+
+namespace {
+
+enum Index : uint8_t {
+  period_low = 0xD4,
+  duty_low = 0xD6,
+  period_latch = 0xD8,
+  duty_latch = 0xD9,
+};
+
+constexpr unsigned full_period = 1000;
+
+// The board's own control: quiet when cool, everything when hot, straight in between.
+constexpr double quiet_percent = 30, full_percent = 100;
+constexpr double cool_celsius = 50, hot_celsius = 90;
+
+}  // namespace
+
+unsigned Fan::pair(uint8_t low_index) const {
+  return read(low_index) | static_cast<unsigned>(read(low_index + 1)) << 8;
+}
+
+void Fan::write(uint8_t index, uint8_t value) {
+  registers_[index - first_index] = value;
+  if (value != 1) return;
+  if (index == period_latch) period_ = pair(period_low);
+  if (index == duty_latch) {
+    duty_ = pair(duty_low);
+    manual_ = true;
+  }
+}
+
+void Fan::set_manual(unsigned percent) {
+  period_ = full_period;
+  duty_ = full_period / 100 * percent;
+  manual_ = true;
+}
+
+double Fan::percent() const {
+  if (manual_) {
+    if (period_ == 0) return 0;
+    return std::min(full_percent, full_percent * duty_ / period_);
+  }
+  const double heat = std::clamp((celsius_ - cool_celsius) / (hot_celsius - cool_celsius), 0., 1.);
+  return quiet_percent + (full_percent - quiet_percent) * heat;
+}
+
+}  // namespace zvgsim

@@ -1,0 +1,45 @@
+// The board's fan and its PWM controller.
+#ifndef ZVGSIM_BOARD_FAN_H
+#define ZVGSIM_BOARD_FAN_H
+
+#include <array>
+#include <cstdint>
+
+namespace zvgsim {
+
+// The controller's registers are CRTC indices: a period and a duty of 16 bits, low byte first, each
+// of which counts from the write of 1 to its latch on. Until a duty was latched, and again after
+// set_automatic(), the board drives the fan by its temperature.
+class Fan {
+ public:
+  static constexpr uint8_t first_index = 0xD4;
+  static constexpr uint8_t last_index = 0xD9;
+
+  explicit Fan(double celsius) : celsius_(celsius) {}
+
+  // REQUIRES: first_index <= index <= last_index. Registers read as they were written.
+  uint8_t read(uint8_t index) const { return registers_[index - first_index]; }
+  void write(uint8_t index, uint8_t value);
+
+  // What the driver does.
+  void set_manual(unsigned percent);
+  void set_automatic() { manual_ = false; }
+  void set_temperature(double celsius) { celsius_ = celsius; }
+
+  bool manual() const { return manual_; }
+  // How much of the time the motor is driven, 0 to 100.
+  double percent() const;
+
+ private:
+  unsigned pair(uint8_t low_index) const;
+
+  std::array<uint8_t, last_index - first_index + 1> registers_{};
+  unsigned period_ = 0;
+  unsigned duty_ = 0;
+  bool manual_ = false;
+  double celsius_;
+};
+
+}  // namespace zvgsim
+
+#endif  // ZVGSIM_BOARD_FAN_H
