@@ -1120,6 +1120,155 @@ ZVG_API zvg_crtc_lut* zvg_set_color(const zvg_color_setting* setting);
 ZVG_API int zvg_lut_load(int fd, const char* cmdline);
 
 /* ------------------------------------------------------------------------------------------- */
+/* Flash: SPI controller, reading and status                                                   */
+/* ------------------------------------------------------------------------------------------- */
+
+/*
+ * Common to the flash family. The board's SPI NOR flash holds 2 MiB behind the chip's SPI
+ * controller; addresses are byte offsets in it, of which 24 bits count. Progress and errors go to
+ * standard output. Results are 0, or -1 after the error line that is named, unless said otherwise.
+ * A wait for the controller ends after 22 looks, 10 us apart. One caller at a time.
+ */
+
+/*
+ * Takes the flash out of continuous-read mode, once after each reset of the board: a flag on the
+ * chip remembers it. Returns 0 when that was done before, else the last register write's result.
+ */
+ZVG_API int zvgSpiExitCrmMode(void);
+
+/* Sends one command: 0x06 write enable, 0x04 write disable, 0x50 write enable for the volatile
+ * status registers. "ENABLE ERROR" on failure. */
+ZVG_API int zvgSpiEnableReg(uint32_t cmd);
+
+/* Writes 0 to status register 1 and value to status register 2: 2 sets quad enable, 0 clears it.
+ * Comes after zvgSpiEnableReg(). "QSPI MODE ENBALE ERROR" on failure. */
+ZVG_API int zvgSpiWriteStatusReg(uint32_t value);
+
+/*
+ * Prints status register 1 (cmd 0x05) or 2 (cmd 0x35) and waits until the flash is not busy, or
+ * until quad enable and nothing else is set. Returns 0; on failure a positive number, after
+ * "Read STATUSREG ERROR".
+ */
+ZVG_API int zvgSpiReadStatusReg(uint32_t cmd);
+
+/*
+ * Quad read. buffer: length bytes rounded up to whole words are filled. length: bytes. Leaves the
+ * flash's quad enable set. "SPI READ ERROR" on failure.
+ */
+ZVG_API int zvgSpiReadBuffer(uint32_t* buffer, uint32_t address, int length);
+
+/* As zvgSpiReadBuffer() over a single line, a byte a frame; fills just length bytes. */
+ZVG_API int zvgSpiReadBufferStandard(uint8_t* buffer, uint32_t address, int length);
+
+/* As zvgSpiReadBuffer(), without setting quad enable or looking whether the flash is busy. */
+ZVG_API int zvgSpiDebugRead(uint32_t* buffer, uint32_t address, int length);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Flash: erasing, programming, verifying, protecting                                          */
+/* ------------------------------------------------------------------------------------------- */
+
+/* Erases 4, 32 or 64 KiB around address, or the whole chip. "SPI 4KB ERASE ERROR" and so on. */
+ZVG_API int zvgSpiEraseSector(uint32_t address);
+ZVG_API int zvgSpiErase32kbBlock(uint32_t address);
+ZVG_API int zvgSpiErase64kbBlock(uint32_t address);
+ZVG_API int zvgSpiEraseChip(void);
+
+/* 1 when address is not a multiple of 4096, else 2 when size is not, else 0. */
+ZVG_API int check_erase_alignment(uint32_t address, uint32_t size);
+
+/*
+ * Erases size bytes from address on, in the largest pieces that fit. Returns -1 when the range is
+ * not aligned. Does not return while a piece fails, nor at all for the whole 2 MiB at 0: use
+ * zvgSpiEraseChip().
+ */
+ZVG_API int zvgSpiErase(uint32_t address, uint32_t size);
+
+/*
+ * Reads length bytes back, in quad mode or over a single line, and compares them with expected as
+ * strings: up to the first zero byte that both have. Returns 0 or -1, after "SPI CHECK DATA
+ * SUCCESS" or "SPI CHECK DATA ERROR"; without memory -1 and the system's reason on standard error.
+ */
+ZVG_API int zvgSpiCheckData(const uint8_t* expected, uint32_t address, int length);
+ZVG_API int zvgSpiCheckDataStandard(const uint8_t* expected, uint32_t address, int length);
+
+/*
+ * Programs length bytes at an address that was erased and is the begin of a page, then verifies
+ * them as above. data of the quad variant is readable up to the next whole word.
+ * "SPI PROGRAM ERROR" on failure.
+ */
+ZVG_API int zvgSpiProgram(const uint32_t* data, uint32_t address, int length);
+ZVG_API int zvgSpiProgramStandard(const uint8_t* data, uint32_t address, int length);
+
+/*
+ * Sets or clears the protection of all blocks; quad enable stays set. zvgSpiProtect() waits
+ * without an end for a controller that does not get idle. "SPI PROTECT ERROR" or
+ * "SPI UNPROTECT ERROR" on failure.
+ */
+ZVG_API int zvgSpiProtect(void);
+ZVG_API int zvgSpiUnprotect(void);
+
+/* ------------------------------------------------------------------------------------------- */
+/* Flash: board information and serial number                                                  */
+/* ------------------------------------------------------------------------------------------- */
+
+/* An entry of the board information, 64 bytes in the flash and two fields more in memory. */
+struct board_info_entry {
+  uint16_t magic;       /* 0x0709 */
+  uint16_t type;        /* 0x5044 for an EDID */
+  uint16_t id;          /* the output it belongs to */
+  uint16_t sub_index;   /* 0 */
+  uint16_t data_offset; /* from the header's begin, bytes */
+  uint16_t data_size;   /* bytes */
+  uint16_t checksum;    /* with it the 16-bit words of the data add up to 0 */
+  uint16_t next;        /* the next header's offset from 0x70200; 0 ends the chain */
+  uint8_t reserved[48];
+  uint32_t address; /* the header's, in the flash */
+  uint8_t* data;
+};
+
+/* What board_info_image_handle() fills. */
+struct board_info_edid_request {
+  uint32_t unused_0[3];
+  uint32_t output; /* whose EDID */
+  uint32_t unused_1[2];
+  uint8_t edid[256];
+};
+
+/*
+ * Reads the entry after previous, or the first one for NULL. Returns it, newly allocated with its
+ * data, both of which the caller frees; NULL at the end of the chain, for an entry whose magic or
+ * checksum is wrong, when the flash cannot be read, and without memory ("Failed to malloc
+ * header.", "Failed to malloc data." on standard output).
+ */
+ZVG_API struct board_info_entry* board_info_image_next(const struct board_info_entry* previous);
+
+/*
+ * Copies the stored EDID of target->output, of 128 or 256 bytes, to target->edid; without one,
+ * leaves it alone. Returns 0. The entries that were read stay allocated.
+ */
+ZVG_API int board_info_image_handle(struct board_info_edid_request* target);
+
+/*
+ * Stores an EDID for an output. data: size bytes, 448 at the most. Returns 0 or -1. The slots are
+ * no whole sectors, which zvgSpiErase() refuses: it prints its two lines, and -1 is returned.
+ */
+ZVG_API int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t size);
+
+/* 1 for a character that a serial number may have, 0x2D to 0x7A, else 0. */
+ZVG_API int is_valid_char(char c);
+
+/*
+ * Reads the board's serial number, without a terminator. length: room in buffer, 10 to 64 bytes,
+ * more than the serial number has. Returns 0; -2 without a good record; -3 when length is out of
+ * range, when the serial number does not fit (its begin is copied), or when it has a character that
+ * it may not have; -1 when the flash cannot be read. With a wrong checksum it is copied, too.
+ */
+ZVG_API int zvgSnRead(char* buffer, int length);
+
+/* Serial numbers cannot be programmed: reads the record and returns -2, or -1 when that fails. */
+ZVG_API int zvgSnProgram(void);
+
+/* ------------------------------------------------------------------------------------------- */
 /* EDID                                                                                        */
 /* ------------------------------------------------------------------------------------------- */
 

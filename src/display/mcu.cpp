@@ -32,7 +32,7 @@ constexpr uint8_t doorbell_ring = 0xAA;
 constexpr uint32_t controller_reset = 0x308068;
 constexpr uint32_t reset_assert = 0xFFFFFF00;
 constexpr uint32_t reset_release = 0xFFFFFF08;
-constexpr useconds_t boot_us = 1'000'000;
+constexpr unsigned boot_s = 1;
 
 constexpr useconds_t first_look_us = 5'000;
 constexpr useconds_t look_step_us = 1'000;
@@ -60,7 +60,7 @@ int ResetMcu(int a, uint32_t b, int c, uint32_t low_select, uint32_t high_select
   if (signature != alive_signature) {
     zvgRegWriteLong(controller_reset, reset_assert);
     zvgRegWriteLong(controller_reset, reset_release);
-    usleep(boot_us);
+    sleep(boot_s);
   }
   zvgRegWriteByte(parameter_a, static_cast<uint8_t>(a));
   zvgRegWriteLong(parameter_b, b);

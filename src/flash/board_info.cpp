@@ -1,0 +1,155 @@
+// Board information: a chain of small entries in the flash, among them EDIDs for outputs whose
+// display cannot be asked.
+#include <stddef.h>
+#include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "flash/checksum.h"
+#include "util_zvg.h"
+
+namespace {
+
+using zvg::flash::negated_sum;
+using zvg::flash::record_magic;
+
+constexpr uint32_t area_begin = 0x70200;
+constexpr uint32_t area_end = 0x80000;
+constexpr uint32_t slot_size = 512;
+constexpr uint32_t header_size = 64;
+constexpr uint16_t edid_type = 0x5044;
+
+static_assert(offsetof(board_info_entry, address) == header_size);
+
+// Whole words: that is what a quad read fills.
+void* allocate(uint32_t bytes) {
+  const size_t size = (size_t{bytes} + 3) / 4 * 4;
+  void* const memory = malloc(size);
+  if (memory != nullptr) memset(memory, 0, size);
+  return memory;
+}
+
+bool in_area(uint32_t address) { return address >= area_begin && address <= area_end; }
+
+bool is_edid_of(const board_info_entry& entry, uint32_t output) {
+  return entry.type == edid_type && entry.id == output && entry.sub_index == 0;
+}
+
+// Frees an entry and its data.
+void release(board_info_entry* entry) {
+  if (entry == nullptr) return;
+  free(entry->data);
+  free(entry);
+}
+
+// Erases the slot's place and programs what is given. The sizes are no whole sectors: the erase
+// refuses them, and so the write does.
+int replace(uint32_t address, uint32_t erased, const uint32_t* words, int size) {
+  if (zvgSpiErase(address, erased) != 0) return -1;
+  return zvgSpiProgram(words, address, size) == 0 ? 0 : -1;
+}
+
+// A header and its data, the rest of the slot zero.
+int write_slot(uint32_t address, uint32_t erased, const board_info_entry& header, const void* bytes,
+               uint32_t size) {
+  uint32_t image[slot_size / 4] = {};
+  memcpy(image, &header, header_size);
+  memcpy(reinterpret_cast<uint8_t*>(image) + header_size, bytes, size);
+  return replace(address, erased, image, sizeof image);
+}
+
+// The chain's entry for an EDID of the output, or else its last one; null when it is empty.
+board_info_entry* find(uint32_t output) {
+  board_info_entry* entry = nullptr;
+  for (;;) {
+    board_info_entry* const next = board_info_image_next(entry);
+    if (next == nullptr) return entry;
+    release(entry);
+    entry = next;
+    if (is_edid_of(*entry, output)) return entry;
+  }
+}
+
+int write_edid(board_info_entry* entry, uint32_t output, const uint16_t* bytes, uint32_t size) {
+  const uint16_t checksum = negated_sum(bytes, size / 2);
+  uint32_t address = area_begin;
+  if (entry != nullptr) {
+    if (!in_area(entry->address)) return -1;
+    if (is_edid_of(*entry, output)) {
+      entry->checksum = checksum;  // the size stays what it was
+      return write_slot(entry->address, slot_size, *entry, bytes, size);
+    }
+    // The slot behind the last one, as an offset from the area's begin: the low half of the last
+    // one's address, for every slot that there is.
+    entry->next = static_cast<uint16_t>(entry->address);
+    uint32_t header[header_size / 4];
+    memcpy(header, entry, sizeof header);
+    if (replace(entry->address, header_size, header, sizeof header) != 0) return -1;
+    address = entry->address + slot_size;
+  }
+  board_info_entry added = {};
+  added.magic = record_magic;
+  added.type = edid_type;
+  added.id = static_cast<uint16_t>(output);
+  added.data_offset = header_size;
+  added.data_size = static_cast<uint16_t>(size);
+  added.checksum = checksum;
+  return write_slot(address, header_size, added, bytes, size);
+}
+
+}  // namespace
+
+struct board_info_entry* board_info_image_next(const struct board_info_entry* previous) {
+  uint32_t address = area_begin;
+  if (previous != nullptr) {
+    if (previous->next == 0) return nullptr;
+    address += previous->next;
+  }
+  auto* const entry = static_cast<board_info_entry*>(allocate(sizeof(board_info_entry)));
+  if (entry == nullptr) {
+    puts("Failed to malloc header.");
+    return nullptr;
+  }
+  if (zvgSpiReadBuffer(reinterpret_cast<uint32_t*>(entry), address, header_size) != 0 ||
+      entry->magic != record_magic) {
+    free(entry);
+    return nullptr;
+  }
+  const uint32_t size = entry->data_size;
+  entry->address = address;
+  // With a word to spare: an odd size is summed up one byte further.
+  entry->data = static_cast<uint8_t*>(allocate(size + 4));
+  if (entry->data == nullptr) {
+    puts("Failed to malloc data.");
+    free(entry);
+    return nullptr;
+  }
+  auto* const words = reinterpret_cast<uint32_t*>(entry->data);
+  if (zvgSpiReadBuffer(words, address + entry->data_offset, static_cast<int>(size)) != 0 ||
+      entry->checksum != negated_sum(entry->data, (size + 1) / 2)) {
+    release(entry);
+    return nullptr;
+  }
+  return entry;
+}
+
+int board_info_image_handle(struct board_info_edid_request* target) {
+  // The entries stay allocated: the library's contract.
+  for (const board_info_entry* entry = nullptr;
+       (entry = board_info_image_next(entry)) != nullptr;) {
+    if (is_edid_of(*entry, target->output) &&
+        (entry->data_size == 128 || entry->data_size == 256)) {
+      memcpy(target->edid, entry->data, entry->data_size);
+    }
+  }
+  return 0;
+}
+
+int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t size) {
+  if (size > slot_size - header_size) return -1;
+  board_info_entry* const entry = find(output);
+  const int result = write_edid(entry, output, data, size);
+  release(entry);
+  return result;
+}

@@ -1,0 +1,170 @@
+#include "flash/spi_controller.h"
+
+#include <stdio.h>
+#include <unistd.h>
+
+#include "core/connection.h"
+#include "core/poll.h"
+
+namespace zvg::flash {
+
+namespace {
+
+constexpr int looks = 22;
+constexpr useconds_t look_step_us = 10;
+
+constexpr uint32_t status_busy = 0x01;
+constexpr uint32_t status_received = 0x08;
+constexpr uint32_t status_receive_full = 0x10;
+constexpr uint32_t status_sent_and_idle = 6;
+
+// In the clock block of an RQ302.
+constexpr uint32_t clock_gate = 0x30;
+constexpr uint32_t clock_on = 1;
+
+uint32_t address_of(Register reg) { return zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + reg; }
+
+bool is_there(Awaited awaited, uint32_t value) {
+  switch (awaited) {
+    case Awaited::sent:
+      return value == status_sent_and_idle;
+    case Awaited::received:
+      return (value & status_received) != 0;
+    case Awaited::chunk:
+      return (value & status_receive_full) != 0;
+    case Awaited::idle:
+      return (value & status_busy) == 0;
+  }
+  return false;
+}
+
+}  // namespace
+
+void write(Register reg, uint32_t value) { zvgRegWriteLong(address_of(reg), value); }
+
+void write(std::initializer_list<std::pair<Register, uint32_t>> values) {
+  for (const auto& [reg, value] : values) write(reg, value);
+}
+
+uint32_t read(Register reg) {
+  uint32_t value = 0;
+  zvgRegReadLong(address_of(reg), &value);
+  return value;
+}
+
+void queue(std::initializer_list<uint32_t> frames) {
+  write(slave_select, 0);
+  for (const uint32_t frame : frames) write(data, frame);
+}
+
+void send(std::initializer_list<uint32_t> frames) {
+  queue(frames);
+  write(slave_select, 1);
+}
+
+bool wait_for(Awaited awaited) {
+  return core::poll_every(
+      looks, core::LastWait::left_out, [] { usleep(look_step_us); },
+      [awaited] { return is_there(awaited, read(status)); });
+}
+
+bool command(std::initializer_list<uint32_t> frames) {
+  send(frames);
+  return wait_for(Awaited::sent);
+}
+
+bool short_command(Opcode opcode) {
+  write(data, opcode);
+  return wait_for(Awaited::sent);
+}
+
+void configure_for_one_answer() {
+  write({{enable, 0}, {control, bytes_command_receive}, {frame_count, 0}, {enable, 1}});
+}
+
+bool read_flash_status(Opcode opcode, uint32_t* value) {
+  write(data, opcode);
+  if (!wait_for(Awaited::received)) return false;
+  *value = read(data) & 0xFF;
+  return true;
+}
+
+void write_thresholds(uint32_t value) {
+  for (const Register reg :
+       {transmit_threshold, receive_threshold, transmit_level, receive_level}) {
+    write(reg, value);
+  }
+}
+
+void prepare_clock() {
+  if (core::g_connection.device_id != ZVG_DEVICE_RQ302) return;
+  const uint32_t gate = zvg_gpu_hardware[ZVG_HW_CLOCK] + clock_gate;
+  uint32_t value = 0;
+  zvgRegReadLong(gate, &value);
+  if ((value & clock_on) == 0) zvgRegWriteLong(gate, value | clock_on);
+}
+
+bool is_rq301() { return core::g_connection.device_id == ZVG_DEVICE_RQ301; }
+
+bool enable_quad_mode(int budget) {
+  if (!short_command(write_enable)) return false;
+  if (!short_command(volatile_status_write_enable)) return false;
+  if (!command({write_status, 0, flash_quad_ready})) return false;
+
+  const auto give_up = [] {
+    puts("SPI NOT EXIT XIP MODE");
+    return false;
+  };
+  uint32_t value = 0;
+  configure_for_one_answer();
+  if (!read_flash_status(read_status_1, &value)) return false;
+  while ((value & flash_busy) != 0) {
+    if (!read_flash_status(read_status_1, &value)) return false;
+    // Looked at before it is counted down, and whatever the flash just said.
+    if (budget-- == 0) return give_up();
+  }
+  configure_for_one_answer();
+  if (!read_flash_status(read_status_2, &value)) return false;
+  while (value != flash_quad_ready) {
+    if (!read_flash_status(read_status_2, &value)) return false;
+    if (--budget <= 0) return give_up();
+  }
+  return true;
+}
+
+}  // namespace zvg::flash
+
+using namespace zvg::flash;
+
+int zvgSpiExitCrmMode(void) {
+  // In the system block.
+  constexpr uint32_t identifier = 0x04, continuous_read_left = 0x168;
+  constexpr uint32_t left_bit = 1;
+  constexpr uint32_t chip_with_continuous_read = 0x0201;
+  constexpr uint32_t exit_strobe = 0x164;  // at this very offset, in no block
+  constexpr uint32_t short_threshold = 7;
+
+  const uint32_t system = zvg_gpu_hardware[ZVG_HW_SYSTEM_CONTROL];
+  uint32_t left = 0;
+  zvgRegReadLong(system + continuous_read_left, &left);
+  if ((left & left_bit) != 0) return 0;
+  uint32_t chip = 0;
+  zvgRegReadLong(system + identifier, &chip);
+  if (chip >> 16 == chip_with_continuous_read) {
+    write({{enable, 0},
+           {control, quad_continuous_exit},
+           {frame_count, 3},
+           {clock_divider, divider},
+           {transmit_threshold, short_threshold},
+           {receive_threshold, short_threshold},
+           {interrupt_mask, all_interrupts},
+           {sample_delay, 1},
+           {enhanced_control, continuous_exit_format},
+           {slave_select, 1},
+           {enable, 1}});
+    zvgRegWriteLong(exit_strobe, 1);
+    read(control);  // the strobe lasts as long as this access
+    zvgRegWriteLong(exit_strobe, 0);
+  }
+  return zvgRegWriteLong(system + continuous_read_left, left | left_bit);
+}

@@ -1,0 +1,123 @@
+// The SPI controller in front of the board's NOR flash, and the steps that its commands share.
+#ifndef ZVG_FLASH_SPI_CONTROLLER_H
+#define ZVG_FLASH_SPI_CONTROLLER_H
+
+#include <stdint.h>
+
+#include <initializer_list>
+#include <utility>
+
+#include "util_zvg.h"
+
+namespace zvg::flash {
+
+// Offsets in the controller's block.
+enum Register : uint32_t {
+  control = 0x00,
+  frame_count = 0x04,  // frames to receive, minus one
+  enable = 0x08,       // 0 while the controller is configured
+  slave_select = 0x10,       // 0 queues what is written to the data register, 1 sends it
+  clock_divider = 0x14,
+  transmit_threshold = 0x18,
+  receive_threshold = 0x1C,
+  transmit_level = 0x20,
+  receive_level = 0x24,
+  status = 0x28,
+  interrupt_mask = 0x2C,
+  data = 0x60,
+  sample_delay = 0xF0,
+  enhanced_control = 0xF4,
+};
+
+// Frame format and transfer mode.
+enum Control : uint32_t {
+  bytes_transmit = 0x70100,
+  bytes_command_receive = 0x70300,
+  quad_receive = 0x5F0200,
+  quad_transmit = 0x5F0100,
+  quad_continuous_exit = 0x5F0300,
+};
+
+// Instruction of 8 bits and address of 24; a read waits 8 cycles before its data.
+enum EnhancedControl : uint32_t {
+  quad_read_format = 0x4218,
+  quad_program_format = 0x218,
+  continuous_exit_format = 0x2021,
+};
+
+// What the flash understands.
+enum Opcode : uint32_t {
+  write_status = 0x01,
+  page_program = 0x02,
+  read_data = 0x03,
+  read_status_1 = 0x05,
+  write_enable = 0x06,
+  erase_4_kib = 0x20,
+  quad_page_program = 0x32,
+  read_status_2 = 0x35,
+  volatile_status_write_enable = 0x50,
+  erase_32_kib = 0x52,
+  erase_chip = 0x60,
+  quad_output_read = 0x6B,
+  erase_64_kib = 0xD8,
+};
+
+constexpr uint32_t divider = 4;
+constexpr uint32_t all_interrupts = 0x3F;
+constexpr uint32_t deepest_threshold = 255;
+
+// Flash status registers.
+constexpr uint32_t flash_busy = 0x01;      // in register 1
+constexpr uint32_t flash_quad_ready = 2;   // all of register 2: no other bit may be set
+constexpr uint32_t flash_protected = 0x18; // in register 1: all blocks
+
+// What the controller's status is waited for.
+enum class Awaited {
+  sent,       // everything went out and the controller is idle: exactly 6
+  received,   // a frame is there
+  chunk,      // the receive FIFO holds as many as its threshold asks for
+  idle,       // the transfer is over
+};
+
+void write(Register reg, uint32_t value);
+void write(std::initializer_list<std::pair<Register, uint32_t>> values);
+uint32_t read(Register reg);
+
+// Queues frames while the flash is not selected, and sends them.
+void queue(std::initializer_list<uint32_t> frames);
+void send(std::initializer_list<uint32_t> frames);
+
+// At most 22 looks, 10 us apart. Returns whether it came to pass.
+bool wait_for(Awaited awaited);
+
+// The same for a command: sends, and waits until it is out.
+bool command(std::initializer_list<uint32_t> frames);
+
+// A command byte while the flash stays selected, and until it is out.
+bool short_command(Opcode opcode);
+
+// Ready to send a byte and receive one.
+void configure_for_one_answer();
+
+// Asks for a flash status register while the flash stays selected. Returns whether it came.
+bool read_flash_status(Opcode opcode, uint32_t* value);
+
+// The four words of the two FIFOs' thresholds.
+void write_thresholds(uint32_t value);
+
+// RQ302 only: lets the controller have its clock.
+void prepare_clock();
+
+bool is_rq301();
+
+// Byte order of a 32-bit frame on the wire.
+constexpr uint32_t swapped(uint32_t word) { return __builtin_bswap32(word); }
+
+// Makes the flash accept quad commands: write enables of both kinds, then status register 2. Then
+// waits until it is neither busy nor without quad enable, with one budget of looks for both.
+// Returns false with the reason printed when the looks run out, silently when a wait did.
+bool enable_quad_mode(int budget);
+
+}  // namespace zvg::flash
+
+#endif  // ZVG_FLASH_SPI_CONTROLLER_H
