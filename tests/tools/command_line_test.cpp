@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{"pci read 0 --mem 0:0", "PCI configuration space can be reached only through"},
         Misuse{"pci dump --mem 0:0", "PCI configuration space can be reached only through"},
         Misuse{"ioport read 0 --mem 0:0", "I/O ports can be reached only through the driver"},
-        Misuse{"edid read", "--hdmi is required"},
+        Misuse{"edid read", "1 option from"},
         Misuse{"edid read --hdmi 4", "--hdmi: 4 is too large: expected 0 to 0x3"},
         Misuse{"edid show", "FILE is required"}, Misuse{"hdmi status 4", "N: 4 is too large"},
         Misuse{"hdmi mode", "N is required"}, Misuse{"hdmi mode x", not_a_number},

@@ -69,8 +69,8 @@ void build(CLI::App& application, Context& context) {
       ->group("Behaviour");
   application
       .add_option("--deadline", context.deadline,
-                  "Give up after that many seconds; 0 for never (default: edid and hdmi 90, or 300 "
-                  "over a serial line; others never)")
+                  "Give up after that many seconds; 0 for never (default: edid and hdmi 90, dp "
+                  "60, 300 over a serial line; most others never)")
       ->type_name("SECONDS")
       ->group("Behaviour");
   application
@@ -94,6 +94,11 @@ void build(CLI::App& application, Context& context) {
   add_power(application, context);
   add_video(application, context);
   add_mcu(application, context);
+  add_dp(application, context);
+  add_mode_family(application, context);
+  add_panel(application, context);
+  add_vga(application, context);
+  add_gamma(application, context);
   add_script(application, context);
   add_check_file(application, context);
   add_read_file(application, context);

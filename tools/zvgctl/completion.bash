@@ -9,7 +9,7 @@ _zvgctl() {
   case $previous in
     --generation) COMPREPLY=($(compgen -W "rq300 rq301 rq302" -- "$current")); return ;;
     -w | --width) COMPREPLY=($(compgen -W "8 16 32 64" -- "$current")); return ;;
-    --hdmi) COMPREPLY=($(compgen -W "0 1 2 3" -- "$current")); return ;;
+    --hdmi | --dp) COMPREPLY=($(compgen -W "0 1 2 3" -- "$current")); return ;;
     --raw | --serial) COMPREPLY=($(compgen -f -- "$current")); return ;;
   esac
 

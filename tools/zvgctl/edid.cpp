@@ -11,6 +11,7 @@
 #include "zvgctl/atomic_file.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/ddc.h"
+#include "zvgctl/dp_channel.h"
 #include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
@@ -32,6 +33,7 @@ struct ReadArguments {
   std::string hdmi;
   std::string ddc;
   std::string mcu;
+  std::string dp;
   std::string raw;
   bool force = false;
   bool blind = false;
@@ -104,6 +106,13 @@ EdidImage keep(std::vector<uint8_t> bytes) {
   return EdidImage(std::move(bytes));
 }
 
+// Over a DisplayPort AUX channel.
+EdidImage read_dp(Connection& connection, uint32_t port, bool blind) {
+  DpChannel channel(connection, port);
+  if (!blind) channel.expect_sink();
+  return keep(channel.edid());
+}
+
 // How to read the EDID, settled before a board is opened.
 using Source = std::function<EdidImage(Connection&)>;
 Source source_of(const Context& context, const ReadArguments& arguments) {
@@ -115,6 +124,12 @@ Source source_of(const Context& context, const ReadArguments& arguments) {
   if (!arguments.mcu.empty()) {
     const McuTarget target = parse_mcu_target("--mcu", arguments.mcu);
     return [target](Connection&) { return keep(read_mcu_edid(target)); };
+  }
+  if (!arguments.dp.empty()) {
+    const auto port = static_cast<uint32_t>(parse_number("--dp", arguments.dp, last_dp));
+    return [port, blind = arguments.blind](Connection& connection) {
+      return read_dp(connection, port, blind);
+    };
   }
   const auto hdmi = static_cast<uint32_t>(parse_number("--hdmi", arguments.hdmi, last_hdmi));
   return [hdmi, blind = arguments.blind](Connection& connection) {
@@ -163,6 +178,7 @@ void add_read(CLI::App& family, Context& context) {
       family.add_subcommand("read", "Fetch a monitor's EDID and print its report");
   CLI::Option_group* const source = command->add_option_group("Source", "Exactly one of these:");
   source->add_option("--hdmi", arguments->hdmi, "HDMI transmitter, 0 to 3")->type_name("N");
+  source->add_option("--dp", arguments->dp, "DisplayPort transmitter, 0 to 3")->type_name("N");
   source->add_option("--ddc", arguments->ddc, "Display data channel, 0 to 15 (driver only)")
       ->type_name("N");
   source
@@ -180,6 +196,7 @@ void add_read(CLI::App& family, Context& context) {
       "The report covers the first two blocks.\n"
       "Examples:\n"
       "  zvgctl edid read --hdmi 0\n"
+      "  zvgctl edid read --dp 1\n"
       "  zvgctl edid read --hdmi 0 --raw monitor.bin --no-report\n"
       "  zvgctl edid read --ddc 2\n"
       "  zvgctl edid read --mcu 0:1\n"
