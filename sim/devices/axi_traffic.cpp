@@ -15,7 +15,7 @@ constexpr double quickest = 24;  // cycles, of a transaction on an idle bus
 constexpr uint64_t bandwidth_window = 1024;
 
 // A burst of traffic goes on for some periods, then the port rests.
-constexpr uint64_t burst_periods = 6;
+constexpr uint64_t burst_periods = 40;
 
 // The part of the period's cycles in which data moves.
 double utilisation(AxiLoad load, uint64_t seed, uint64_t stream, uint64_t period) {
