@@ -103,6 +103,7 @@ void build(CLI::App& application, Context& context) {
   add_check_file(application, context);
   add_read_file(application, context);
   add_ddr(application, context);
+  add_axi(application, context);
   add_reminders(application);
 }
 

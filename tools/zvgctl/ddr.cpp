@@ -16,6 +16,7 @@
 #include <thread>
 
 #include "zvgctl/connection.h"
+#include "zvgctl/ddr_channels.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
 #include "zvgctl/library_messages.h"
@@ -23,6 +24,7 @@
 #include "zvgctl/output.h"
 #include "zvgctl/progress.h"
 #include "zvgctl/space.h"
+#include "zvgctl/work_folder.h"
 
 namespace zvgctl {
 
@@ -30,7 +32,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr unsigned every_channel = 0xF;
 constexpr char library_dump[] = "DDR_Dump_Reg.txt";
 
 // Of one channel: nine PHY blocks and a controller, a line a word.
@@ -46,16 +47,7 @@ struct Arguments {
 };
 
 unsigned parse_mask(const Arguments& arguments) {
-  return static_cast<unsigned>(parse_number("--mask", arguments.mask, every_channel));
-}
-
-// The channels of the mask that the board has. Throws a Failure when there is none: the library
-// would do nothing and call it a success.
-unsigned selected_channels(unsigned mask) {
-  const unsigned count = zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS];
-  const unsigned selected = mask & ((1u << count) - 1);
-  if (selected == 0) fail("the board has no DDR channel of the mask: it has 0 to %u", count - 1);
-  return selected;
+  return static_cast<unsigned>(parse_number("--mask", arguments.mask, every_ddr_channel));
 }
 
 void expect_success(int result, const char* deed, uint64_t address) {
@@ -75,9 +67,9 @@ void read_command(const Context& context, const Arguments& arguments) {
   check_generation(context);
   if (context.json) reserve_stdout_for_json();
   Connection connection(context);
-  const unsigned selected = selected_channels(mask);
+  const unsigned selected = selected_ddr_channels(mask);
   Json channels = Json::array();
-  for (unsigned channel = 0; channel < 4; ++channel) {
+  for (unsigned channel = 0; channel < max_ddr_channels; ++channel) {
     if ((selected >> channel & 1) == 0) continue;
     uint32_t value = 0;
     expect_success(zvgDdrRegReadLong(1u << channel, address, &value), "read", address);
@@ -96,35 +88,8 @@ void write_command(const Context& context, const Arguments& arguments) {
   const unsigned mask = parse_mask(arguments);
   check_generation(context);
   Connection connection(context);
-  expect_success(zvgDdrRegWriteLong(selected_channels(mask), address, value), "write", address);
+  expect_success(zvgDdrRegWriteLong(selected_ddr_channels(mask), address, value), "write", address);
 }
-
-// A folder beside a file, current while it lives: the library writes its dump into the current
-// folder, under a name of its own.
-class DumpFolder {
- public:
-  explicit DumpFolder(const fs::path& target) : before_(fs::current_path()) {
-    std::string name = (fs::absolute(target).parent_path() / ".zvgctl-dump-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) {
-      fail("cannot write beside %s: %s", target.c_str(), strerror(errno));
-    }
-    folder_ = name;
-    fs::current_path(folder_);
-  }
-  ~DumpFolder() {
-    std::error_code ignored;
-    fs::current_path(before_, ignored);
-    fs::remove_all(folder_, ignored);
-  }
-  DumpFolder(const DumpFolder&) = delete;
-  DumpFolder& operator=(const DumpFolder&) = delete;
-
-  fs::path dump() const { return folder_ / library_dump; }
-
- private:
-  fs::path before_;
-  fs::path folder_;
-};
 
 // Shows how long the dump has grown, while the library is at it.
 class Watcher {
@@ -160,21 +125,23 @@ void dump_command(const Context& context, const Arguments& arguments) {
   check_generation(context);
   if (context.json) reserve_stdout_for_json();
   Connection connection(context);
-  const unsigned selected = selected_channels(mask);
+  const unsigned selected = selected_ddr_channels(mask);
   const auto channels = static_cast<unsigned>(__builtin_popcount(selected));
-  const DumpFolder folder(target);
+  // The library writes its dump into the current folder, under a name of its own.
+  const WorkFolder folder(target.parent_path());
+  const fs::path dump = folder.path() / library_dump;
   int result = 0;
   size_t failures = 0;
   {
     const MessageTap tap({"zvgDDRReadReg: read from"});
-    const Watcher watcher(folder.dump(), channels * dump_lines * line_size);
+    const Watcher watcher(dump, channels * dump_lines * line_size);
     result = zvgDDRReadReg(selected);
     failures = tap.count();
   }
   if (result == -1 && failures == 0) fail("the library could not write its dump");
   std::error_code error;
-  const uint64_t size = fs::file_size(folder.dump(), error);
-  if (!error) fs::rename(folder.dump(), target, error);
+  const uint64_t size = fs::file_size(dump, error);
+  if (!error) fs::rename(dump, target, error);
   if (error) fail("cannot write %s: %s", arguments.output.c_str(), error.message().c_str());
   if (failures != 0) {
     fail("%zu blocks could not be read to their end; %s has the rest", failures,
@@ -211,12 +178,20 @@ void add_address(CLI::App& command, Arguments& arguments) {
 
 }  // namespace
 
+unsigned selected_ddr_channels(unsigned mask) {
+  const unsigned count = zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS];
+  const unsigned selected = mask & ((1u << count) - 1);
+  if (selected == 0) fail("the board has no DDR channel of the mask: it has 0 to %u", count - 1);
+  return selected;
+}
+
 void add_ddr(CLI::App& application, Context& context) {
   CLI::App& family =
       add_family(application, "ddr", "DDR controllers and PHYs, several channels at once",
                  "Examples:\n"
                  "  zvgctl ddr read 0x2801b0\n"
-                 "  zvgctl ddr dump --mask 0x1 -o channel0.txt");
+                 "  zvgctl ddr dump --mask 0x1 -o channel0.txt\n"
+                 "  zvgctl ddr eye -o eye.svg");
   auto arguments = std::make_shared<Arguments>();
   CLI::App* command = add_command(family, context, "read", "Read a register of each channel",
                                   arguments, read_command);
@@ -242,6 +217,9 @@ void add_ddr(CLI::App& application, Context& context) {
       "meanwhile.\n"
       "Example:\n"
       "  zvgctl ddr dump --mask 0x1 -o channel0.txt");
+
+  add_ddr_eye(family, context);
+  add_ddr_messages(family, context);
 }
 
 }  // namespace zvgctl

@@ -34,10 +34,15 @@ void add_script(CLI::App& application, Context& context);
 void add_check_file(CLI::App& application, Context& context);
 void add_read_file(CLI::App& application, Context& context);
 void add_ddr(CLI::App& application, Context& context);
+void add_axi(CLI::App& application, Context& context);
 
 // Commands of the reg family that have a file of their own.
 void add_snapshot(CLI::App& family, Context& context);
 void add_diff(CLI::App& family, Context& context);
+
+// The same of the ddr family.
+void add_ddr_eye(CLI::App& family, Context& context);
+void add_ddr_messages(CLI::App& family, Context& context);
 
 }  // namespace zvgctl
 

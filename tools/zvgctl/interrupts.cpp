@@ -66,7 +66,8 @@ void handle(int signal_number, void (*handler)(int)) {
 }  // namespace
 
 void catch_interrupts() {
-  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) handle(signal_number, end_by_signal);
+  for (const int signal_number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE})
+    handle(signal_number, end_by_signal);
 }
 
 void remove_when_interrupted(const char* path) {
@@ -98,7 +99,9 @@ InterruptNotice::~InterruptNotice() {
   for (const int signal_number : noticed_signals) handle(signal_number, end_by_signal);
 }
 
-bool InterruptNotice::came() { return notices != 0; }
+bool InterruptNotice::came() {
+  return notices != 0;
+}
 
 void set_deadline(unsigned seconds) {
   const int size = snprintf(deadline_text, sizeof deadline_text,

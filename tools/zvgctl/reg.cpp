@@ -1,6 +1,5 @@
 // zvgctl reg: the chip's registers.
 #include <errno.h>
-#include <signal.h>
 #include <stdio.h>
 #include <unistd.h>
 #include <util_zvg.h>
@@ -15,6 +14,7 @@
 
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
+#include "zvgctl/interrupts.h"
 #include "zvgctl/output.h"
 #include "zvgctl/space.h"
 
@@ -72,26 +72,10 @@ struct WatchArguments {
   std::string count;
 };
 
-volatile sig_atomic_t watch_ended = 0;
-
-// Ctrl-C is how a watch normally ends, so it is no failure here.
-class WatchEnd {
- public:
-  WatchEnd() {
-    struct sigaction action = {};
-    action.sa_handler = [](int) { watch_ended = 1; };
-    sigaction(SIGINT, &action, &previous_);
-  }
-  ~WatchEnd() { sigaction(SIGINT, &previous_, nullptr); }
-
- private:
-  struct sigaction previous_ = {};
-};
-
 // Sleeps in slices, so that a signal between the test and the sleep costs little.
 void sleep_unless_ended(double seconds) {
   constexpr double slice_us = 50'000;
-  for (double left = seconds * 1e6; left > 0 && watch_ended == 0; left -= slice_us) {
+  for (double left = seconds * 1e6; left > 0 && !InterruptNotice::came(); left -= slice_us) {
     usleep(static_cast<useconds_t>(std::min(left, slice_us)));
   }
 }
@@ -133,10 +117,10 @@ void watch_command(const Context& context, const WatchArguments& arguments) {
   const double interval = parse_interval(arguments.interval);
   const uint64_t count = arguments.count.empty() ? 0 : parse_number("--count", arguments.count);
   Connection connection(context);
-  const WatchEnd end;
+  const InterruptNotice ctrl_c;  // how a watch normally ends, so it is no failure here
   const auto start = std::chrono::steady_clock::now();
   uint64_t previous = 0;
-  for (uint64_t sample = 0; watch_ended == 0; ++sample) {
+  for (uint64_t sample = 0; !InterruptNotice::came(); ++sample) {
     const uint64_t value = connection.read_register(span.first, span.width);
     if (sample == 0 || value != previous) {
       const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
