@@ -66,6 +66,7 @@ TEST_F(AxiTool, SamplesAndReports) {
   const std::string page = folder_.get("page.html");
   EXPECT_THAT(page, Not(HasSubstr("http://"))) << "the page needs no network";
   EXPECT_THAT(page, Not(HasSubstr("src=")));
+  EXPECT_THAT(page, HasSubstr("Permission is hereby granted")) << "the chart library's licence";
   const json data = page_data(page);
   EXPECT_THAT(data["problems"], IsEmpty());
   ASSERT_EQ(data["ports"].size(), 22u);

@@ -70,7 +70,8 @@ void build(CLI::App& application, Context& context) {
   application
       .add_option("--deadline", context.deadline,
                   "Give up after that many seconds; 0 for never (default: edid and hdmi 90, dp "
-                  "60, 300 over a serial line; most others never)")
+                  "60, 300 over a serial line; ddr eye 60 a channel, 600 over a serial line; most "
+                  "others never)")
       ->type_name("SECONDS")
       ->group("Behaviour");
   application

@@ -266,6 +266,7 @@ std::string axi_report(const std::vector<AxiTable>& tables, const std::string& s
   std::string page = report_page;
   replace(&page, "/*CHART STYLE*/", chart_style);
   replace(&page, "/*STYLE*/", report_style);
+  replace(&page, "CHART LICENCE", chart_licence);
   replace(&page, "/*CHART SCRIPT*/", chart_script);
   replace(&page, "/*SCRIPT*/", report_script);
   replace(&page, "/*DATA*/", text);

@@ -7,6 +7,7 @@ namespace zvgctl {
 extern const char report_page[];
 extern const char report_style[];
 extern const char report_script[];
+extern const char chart_licence[];
 extern const char chart_style[];
 extern const char chart_script[];
 
