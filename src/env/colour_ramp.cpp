@@ -21,7 +21,10 @@ class Curve {
         white_(white.factor[channel]),
         exponent_(1.0 / setting.gamma[channel]) {}
 
-  double operator()(double in) const { return pow(in * brightness_ * white_, exponent_); }
+  double operator()(double in) const {
+    const double out = in * brightness_ * white_;
+    return exponent_ == 1.0 ? out : pow(out, exponent_);  // the same, and the usual case
+  }
 
  private:
   float brightness_;

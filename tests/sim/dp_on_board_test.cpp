@@ -128,6 +128,21 @@ TEST_F(DpOnBoard, EdidThreeWays) {
   EXPECT_EQ(byte, 1);
 }
 
+// A transaction takes sixteen bytes, so that 256 need sixteen of them and one for the offset. The
+// last byte of a read comes with one of its own, which is one more.
+TEST_F(DpOnBoard, EdidTakesOneTransactionMoreThanTheLeast) {
+  constexpr long least = 1 + 256 / 16;
+  zvgDpInit(0);
+  trace().start();
+  uint8_t bytes[256];
+  EXPECT_EQ(zvgDpI2cReadBuf(0, 0x50, 0, bytes, 256), 0);
+  const auto lines = trace().take();
+  const auto is_command = [](const std::string& line) {
+    return line.starts_with("w4 mmio 0x510100 ");
+  };
+  EXPECT_EQ(std::count_if(lines.begin(), lines.end(), is_command), least + 1);
+}
+
 TEST_F(DpOnBoard, FaultySinks) {
   uint8_t byte = 0;
   uint8_t bytes[32];
