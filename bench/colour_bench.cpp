@@ -34,15 +34,22 @@ void set_color(benchmark::State& state) {
   }
 }
 
-// At 6500 K the white point is 1, so that the loop leaves it out.
+// The same work: the identity ramps, then each entry by the formula. The white point is 1 at 6500
+// K, which the compiler is not told.
 void set_color_loop(benchmark::State& state) {
+  zvg_color_setting its = setting;
+  float white[] = {1, 1, 1};
+  benchmark::DoNotOptimize(its);
+  benchmark::DoNotOptimize(white);
   for (auto _ : state) {
     auto* const table = static_cast<uint16_t*>(malloc(3 * entries * sizeof(uint16_t)));
+    for (int i = 0; i < 3 * entries; ++i) table[i] = static_cast<uint16_t>(i % entries * entries);
     for (int i = 0; i < entries; ++i) {
       for (int c = 0; c < 3; ++c) {
-        const double in = i * 256 / 65536.0;
-        table[c * entries + i] =
-            static_cast<uint16_t>(pow(in * setting.brightness, 1.0 / setting.gamma[c]) * 65536);
+        uint16_t& entry = table[c * entries + i];
+        const double in = entry / 65536.0;
+        entry =
+            static_cast<uint16_t>(pow(in * its.brightness * white[c], 1.0 / its.gamma[c]) * 65536);
       }
     }
     benchmark::DoNotOptimize(table);

@@ -48,8 +48,8 @@ constexpr Comparison comparisons[] = {
     {"driver_read", "bare_ioctl", 0, 1.05},
     {"ddr_dump", "fprintf_dump", 0, 1.0 / 5},
     {"axi_pass", "axi_reads", 2e6, 0},
-    {"set_color", "set_color_loop", 0, 1.2},
-    {"ramp_float", "ramp_float_loop", 0, 1.2},
+    {"set_color", "set_color_loop", 0, 1.5},
+    {"ramp_float", "ramp_float_loop", 0, 1.5},
 };
 
 // Returns whether the comparison is inside its limits.
