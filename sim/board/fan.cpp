@@ -21,6 +21,10 @@ constexpr double cool_celsius = 50, hot_celsius = 90;
 
 }  // namespace
 
+Fan::Fan(double celsius) : celsius_(celsius) {
+  follow_temperature();
+}
+
 unsigned Fan::pair(uint8_t low_index) const {
   return read(low_index) | static_cast<unsigned>(read(low_index + 1)) << 8;
 }
@@ -35,10 +39,33 @@ void Fan::write(uint8_t index, uint8_t value) {
   }
 }
 
+void Fan::show(uint8_t low_index, unsigned value) {
+  registers_[low_index - first_index] = static_cast<uint8_t>(value);
+  registers_[low_index - first_index + 1] = static_cast<uint8_t>(value >> 8);
+}
+
 void Fan::set_manual(unsigned percent) {
   period_ = full_period;
   duty_ = full_period / 100 * percent;
   manual_ = true;
+  show(period_low, period_);
+  show(duty_low, duty_);
+}
+
+void Fan::set_automatic() {
+  manual_ = false;
+  follow_temperature();
+}
+
+void Fan::set_temperature(double celsius) {
+  celsius_ = celsius;
+  follow_temperature();
+}
+
+void Fan::follow_temperature() {
+  if (manual_) return;
+  show(period_low, full_period);
+  show(duty_low, static_cast<unsigned>(full_period / 100 * percent()));
 }
 
 double Fan::percent() const {

@@ -15,16 +15,17 @@ class Fan {
   static constexpr uint8_t first_index = 0xD4;
   static constexpr uint8_t last_index = 0xD9;
 
-  explicit Fan(double celsius) : celsius_(celsius) {}
+  explicit Fan(double celsius);
 
-  // REQUIRES: first_index <= index <= last_index. Registers read as they were written.
+  // REQUIRES: first_index <= index <= last_index. Registers read as they were last set, by whoever
+  // drives the fan.
   uint8_t read(uint8_t index) const { return registers_[index - first_index]; }
   void write(uint8_t index, uint8_t value);
 
   // What the driver does.
   void set_manual(unsigned percent);
-  void set_automatic() { manual_ = false; }
-  void set_temperature(double celsius) { celsius_ = celsius; }
+  void set_automatic();
+  void set_temperature(double celsius);
 
   bool manual() const { return manual_; }
   // How much of the time the motor is driven, 0 to 100.
@@ -32,6 +33,8 @@ class Fan {
 
  private:
   unsigned pair(uint8_t low_index) const;
+  void show(uint8_t low_index, unsigned value);
+  void follow_temperature();
 
   std::array<uint8_t, last_index - first_index + 1> registers_{};
   unsigned period_ = 0;

@@ -14,6 +14,7 @@ class FanTest : public zvgtest::BoardFixture {
     poke(0x103D5, value, 1);
   }
   uint8_t in(uint8_t index) {
+    poke(0x103C2, 3, 1);
     poke(0x103D4, index, 1);
     return static_cast<uint8_t>(peek(0x103D5, 1));
   }
@@ -44,19 +45,26 @@ TEST_F(FanTest, PairsCountFromTheirLatchOn) {
 }
 
 TEST_F(FanTest, NoPeriodIsNoPower) {
-  out(0xD6, 10);
+  out(0xD4, 0);
+  out(0xD5, 0);
+  out(0xD8, 1);
   out(0xD9, 1);
+  EXPECT_TRUE(fan().manual());
   EXPECT_EQ(fan().percent(), 0);
 }
 
 TEST_F(FanTest, BoardFollowsTheTemperatureByItself) {
   EXPECT_EQ(fan().percent(), 30);  // 45 degrees
+  EXPECT_EQ(in(0xD4) | in(0xD5) << 8, 1000);
+  EXPECT_EQ(in(0xD6) | in(0xD7) << 8, 300);
   fan().set_temperature(70);
   EXPECT_EQ(fan().percent(), 65);
+  EXPECT_EQ(in(0xD6) | in(0xD7) << 8, 650);
   fan().set_temperature(120);
   EXPECT_EQ(fan().percent(), 100);
   fan().set_manual(20);
   EXPECT_EQ(fan().percent(), 20);
+  EXPECT_EQ(in(0xD6) | in(0xD7) << 8, 200);
   fan().set_automatic();
   EXPECT_EQ(fan().percent(), 100);
 }

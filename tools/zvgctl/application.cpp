@@ -100,6 +100,13 @@ void build(CLI::App& application, Context& context) {
   add_panel(application, context);
   add_vga(application, context);
   add_gamma(application, context);
+  add_clock(application, context);
+  add_sensor(application, context);
+  add_fan(application, context);
+  add_query(application, context);
+  add_power_state(application, context);
+  add_env(application, context);
+  add_top(application, context);
   add_script(application, context);
   add_check_file(application, context);
   add_read_file(application, context);

@@ -1,7 +1,5 @@
 // zvgctl power: the board's rails, as its power-monitor chips measure them.
 #include <stdio.h>
-#include <stdlib.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,10 +9,10 @@
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
-#include "zvgctl/interrupts.h"
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/power_chips.h"
+#include "zvgctl/sampling.h"
 #include "zvgctl/space.h"
 #include "zvgctl/virtual_board.h"
 
@@ -73,17 +71,6 @@ void print_table(const std::vector<Rail>& rails) {
   table.print();
 }
 
-std::string timestamp() {
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm parts;
-  gmtime_r(&now.tv_sec, &parts);
-  char text[32];
-  const size_t size = strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-  snprintf(text + size, sizeof text - size, ".%03ldZ", now.tv_nsec / 1'000'000);
-  return text;
-}
-
 void print_csv_header() {
   puts("time,chip,rail,volts,amperes,watts");
 }
@@ -128,28 +115,14 @@ void read_command(const Context& context, const PowerArguments& arguments) {
   }
 }
 
-double parse_interval(const std::string& text) {
-  char* end = nullptr;
-  const double seconds = strtod(text.c_str(), &end);
-  if (text.empty() || *end != '\0' || !(seconds >= 0.05) || seconds > 86400) {
-    usage_error("--interval: expected seconds from 0.05 to 86400, found '%s'", text.c_str());
-  }
-  return seconds;
-}
-
 void watch_command(const Context& context, const PowerArguments& arguments) {
   const double interval = parse_interval(arguments.interval);
   const uint64_t count = parse_number("--count", arguments.count);
   const Connection connection(context);
   const std::vector<PowerMonitor> monitors = chosen_monitors(arguments);
   const bool terminal = isatty(STDOUT_FILENO) != 0;
-  const InterruptNotice interrupt;
   if (arguments.csv && !context.json) print_csv_header();
-  for (uint64_t i = 0; (count == 0 || i < count) && !InterruptNotice::came(); ++i) {
-    if (i != 0) {
-      usleep(static_cast<useconds_t>(interval * 1e6));
-      if (InterruptNotice::came()) break;
-    }
+  repeat(interval, count, [&](uint64_t i) {
     const std::vector<Rail> rails = measure_all(monitors);
     const std::string time = timestamp();
     if (context.json) {
@@ -162,10 +135,7 @@ void watch_command(const Context& context, const PowerArguments& arguments) {
       printf("%s\n", time.c_str());
       print_table(rails);
     }
-    fflush(stdout);
-  }
-  // The terminal has just shown "^C" where the prompt will be.
-  if (InterruptNotice::came()) fputc('\n', stderr);
+  });
 }
 
 std::shared_ptr<PowerArguments> add_options(CLI::App& command) {

@@ -1,0 +1,49 @@
+// The login profile script that the environment settings are kept in.
+#ifndef ZVGCTL_PROFILE_SCRIPT_H
+#define ZVGCTL_PROFILE_SCRIPT_H
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zvgctl {
+
+inline constexpr char profile_script_path[] = "/etc/profile.d/zvg_util_env.sh";
+
+// One program at a time edits the script. While it is being edited, a copy stands beside it; a copy
+// that is found there was left by an edit that did not end well, and is put back.
+class ProfileScript {
+ public:
+  // Takes the lock and puts back what an earlier edit lost. Throws a Failure when there is no
+  // script and create is not set, when it cannot be opened, or when another program keeps it.
+  explicit ProfileScript(bool create);
+  ~ProfileScript();
+  ProfileScript(const ProfileScript&) = delete;
+  ProfileScript& operator=(const ProfileScript&) = delete;
+
+  std::string read() const;
+
+  // Has the edit done by another process, which this one outlives whatever the edit does. wanted
+  // tells whether the script is then as it should be; when it is not, it is put back as it was and a
+  // Failure thrown.
+  void edit(const std::function<void()>& edit,
+            const std::function<bool(const std::string&)>& wanted);
+
+ private:
+  void recover();
+  void write(const std::string& content);
+
+  int fd_ = -1;
+};
+
+// NAME and VALUE of the script's lines.
+using Settings = std::vector<std::pair<std::string, std::string>>;
+Settings settings_of(const std::string& script);
+
+// What the script holds, without the lock: for looking. Puts back what an edit lost if it may.
+std::string look_at_profile_script();
+
+}  // namespace zvgctl
+
+#endif  // ZVGCTL_PROFILE_SCRIPT_H
