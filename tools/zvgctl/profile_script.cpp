@@ -215,7 +215,8 @@ Settings settings_of(const std::string& script) {
 
 std::string look_at_profile_script() {
   struct stat found;
-  const bool copy_is_left = stat(copy_path.c_str(), &found) == 0;
+  const bool copy_is_left =
+      stat(copy_path.c_str(), &found) == 0 || stat(new_copy_path.c_str(), &found) == 0;
   if (copy_is_left && access(profile_script_path, W_OK) == 0) return ProfileScript(false).read();
   if (copy_is_left) {
     warn("an edit of %s goes on, or did not end well: what it was before is in %s",
