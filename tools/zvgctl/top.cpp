@@ -1,14 +1,9 @@
 // zvgctl top: the board at work, on a full screen.
-#include <curses.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 #include <unistd.h>
-
-// curses.h has macros of common names.
-#undef OK
-#undef timeout
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -22,6 +17,7 @@
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/sampling.h"
+#include "zvgctl/screen.h"
 #include "zvgctl/virtual_board.h"
 
 namespace zvgctl {
@@ -29,7 +25,7 @@ namespace zvgctl {
 namespace {
 
 constexpr int least_columns = 80;
-constexpr int least_lines = 24;
+constexpr int least_rows = 24;
 constexpr int wide_columns = 160;  // from here on the engines get a third column
 
 struct TopArguments {
@@ -57,123 +53,107 @@ std::vector<PowerMonitor> known_monitors(const TopArguments& arguments) {
   return monitors;
 }
 
-// The terminal as a screen. What anything else prints on standard error meanwhile would end up in
-// the middle of it, and is dropped.
-class Screen {
+// What is printed on standard error while a screen is up would end up in the middle of it.
+class QuietStderr {
  public:
-  Screen() {
+  QuietStderr() {
     fflush(stderr);
-    error_ = dup(STDERR_FILENO);
+    saved_ = dup(STDERR_FILENO);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    if (nowhere >= 0) {
-      dup2(nowhere, STDERR_FILENO);
-      close(nowhere);
-    }
-    restore_terminal_when_interrupted("\033[?1049l\033[?25h");
-    if (newterm(nullptr, stdout, stdin) == nullptr) {
-      give_back();
-      fail("cannot draw on this terminal: is TERM right?");
-    }
-    cbreak();
-    noecho();
-    keypad(stdscr, TRUE);
-    curs_set(0);
+    if (nowhere < 0) return;
+    dup2(nowhere, STDERR_FILENO);
+    close(nowhere);
   }
-  ~Screen() {
-    endwin();
-    give_back();
+  ~QuietStderr() {
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
   }
-  Screen(const Screen&) = delete;
-  Screen& operator=(const Screen&) = delete;
+  QuietStderr(const QuietStderr&) = delete;
+  QuietStderr& operator=(const QuietStderr&) = delete;
 
  private:
-  void give_back() {
-    restore_terminal_when_interrupted(nullptr);
-    dup2(error_, STDERR_FILENO);
-    close(error_);
-  }
-
-  int error_;
+  int saved_;
 };
 
-// Draws inside the screen: what does not fit is cut off.
+// A column of lines on the screen, down to the row above its last.
 class Area {
  public:
-  Area(int line, int column, int columns) : line_(line), column_(column), columns_(columns) {}
+  Area(Screen& screen, int row, int column, int columns)
+      : screen_(screen), row_(row), column_(column), columns_(static_cast<size_t>(columns)) {}
 
-  int line() const { return line_; }
-  void skip() { ++line_; }
-  void heading(const std::string& text) {
-    attron(A_BOLD);
-    text_line(text);
-    attroff(A_BOLD);
-  }
-  void text_line(const std::string& text) {
-    if (line_ < LINES - 1) mvaddnstr(line_, column_, text.c_str(), columns_);
-    ++line_;
+  int row() const { return row_; }
+  void skip() { ++row_; }
+  void heading(const std::string& text) { line(text, Look::title); }
+  void line(const std::string& text, Look look = Look::plain) {
+    if (row_ < screen_.rows() - 1) {
+      screen_.put(row_, column_, std::string_view(text).substr(0, columns_), look);
+    }
+    ++row_;
   }
   // A name, a bar of a share from 0 to 1, and what the share is.
   void bar(const std::string& name, double share, const std::string& value) {
-    constexpr int name_columns = 10, value_columns = 20;
-    const int room = std::max(4, std::min(columns_ - name_columns - value_columns, 60));
+    constexpr int name_columns = 10, value_columns = 20, most = 60;
+    const int room = std::clamp(static_cast<int>(columns_) - name_columns - value_columns, 4, most);
     const int filled = static_cast<int>(std::clamp(share, 0.0, 1.0) * room + 0.5);
-    text_line(format("%-9.9s [%s%s] %s", name.c_str(), std::string(filled, '#').c_str(),
-                     std::string(room - filled, '.').c_str(), value.c_str()));
+    line(format("%-9.9s [%s%s] %s", name.c_str(), std::string(filled, '#').c_str(),
+                std::string(room - filled, '.').c_str(), value.c_str()));
   }
 
  private:
-  int line_;
+  Screen& screen_;
+  int row_;
   int column_;
-  int columns_;
+  size_t columns_;
 };
 
 void draw_clocks(Area& area, const BoardSample& sample) {
   area.heading("CLOCKS               MHz");
   for (unsigned i = 0; i < clock_count; ++i) {
-    area.text_line(format("%-16.16s %7s", clock_names[i].description,
-                          sample.mhz ? mhz_text((*sample.mhz)[i]).c_str() : "-"));
+    area.line(format("%-16.16s %7s", clock_names[i].description,
+                     sample.mhz ? mhz_text((*sample.mhz)[i]).c_str() : "-"));
   }
 }
 
 void draw_die(Area& area, const BoardSample& sample) {
   area.heading("DIE            CELSIUS   VOLTS");
   for (uint32_t i = 0; i < die_sensors; ++i) {
-    area.text_line(sample.die ? format("sensor %u       %7.2f  %6.4f", i, sample.die->celsius[i],
-                                       sample.die->volts[i])
-                              : format("sensor %u             -       -", i));
+    area.line(sample.die ? format("sensor %u       %7.2f  %6.4f", i, sample.die->celsius[i],
+                                  sample.die->volts[i])
+                         : format("sensor %u             -       -", i));
   }
   area.skip();
   if (sample.fan_percent) {
     area.bar("fan", *sample.fan_percent / 100, format("%.0f%%", *sample.fan_percent));
   } else {
-    area.text_line("fan       -");
+    area.line("fan       -");
   }
   if (sample.memory) {
     const double all = static_cast<double>(sample.memory->used) + sample.memory->free;
     area.bar("memory", all > 0 ? sample.memory->used / all : 0,
              format("%u of %.0f", sample.memory->used, all));
   } else {
-    area.text_line("memory    - (only the driver knows)");
+    area.line("memory    - (only the driver knows)");
   }
 }
 
-// From the line of the area on; returns the first line below.
-int draw_loads(int line, int columns, const BoardSample& sample) {
-  Area title(line, 0, columns);
-  title.heading("ENGINES");
+// From a row on; returns the first row below.
+int draw_loads(Screen& screen, int row, const BoardSample& sample) {
+  Area area(screen, row, 0, screen.columns());
+  area.heading("ENGINES");
   if (sample.loads.empty()) {
-    title.text_line(sample.memory ? "none" : "- (only the driver knows)");
-    return title.line();
+    area.line(sample.memory ? "none" : "- (only the driver knows)");
+    return area.row();
   }
-  const int across = columns >= wide_columns ? 3 : 2;
-  const int width = columns / across;
-  const int rows = (static_cast<int>(sample.loads.size()) + across - 1) / across;
-  for (int i = 0; i < static_cast<int>(sample.loads.size()); ++i) {
+  const int across = screen.columns() >= wide_columns ? 3 : 2;
+  const int width = screen.columns() / across;
+  const int count = static_cast<int>(sample.loads.size());
+  const int rows = (count + across - 1) / across;
+  for (int i = 0; i < count; ++i) {
     const auto& [engine, load] = sample.loads[i];
-    Area cell(title.line() + i % rows, i / rows * width, width - 1);
+    Area cell(screen, area.row() + i % rows, i / rows * width, width - 1);
     cell.bar("engine " + std::to_string(engine), load / 100.0, format("%d%%", load));
   }
-  return title.line() + rows;
+  return area.row() + rows;
 }
 
 std::string rail_text(const Rail& rail) {
@@ -184,53 +164,45 @@ std::string rail_text(const Rail& rail) {
          number(rail.volts, "V") + number(rail.amperes, "A") + number(rail.watts(), "W");
 }
 
-void draw_rails(int line, int columns, const BoardSample& sample) {
+void draw_rails(Screen& screen, int row, const BoardSample& sample) {
   if (sample.rails.empty()) return;
-  // Two rails a line where there is room.
   constexpr int rail_columns = 62;
-  const int across = std::clamp(columns / rail_columns, 1, 3);
-  const int rows = std::max(1, LINES - 1 - line - 1);
-  Area(line, 0, columns).heading("RAILS");
-  const int fitting = rows * across;
+  const int across = std::clamp(screen.columns() / rail_columns, 1, 3);
+  const int fitting = std::max(1, screen.rows() - 1 - row - 1) * across;
   const int all = static_cast<int>(sample.rails.size());
-  const int needed = (std::min(all, fitting) + across - 1) / across;
-  for (int i = 0; i < std::min(all, fitting); ++i) {
-    Area(line + 1 + i % needed, i / needed * rail_columns, rail_columns)
-        .text_line(rail_text(sample.rails[i]));
-  }
-  if (all > fitting) {
-    Area(line, 8, columns - 8).text_line(format("(%d more: a taller terminal shows them)",
-                                                all - fitting));
+  const int shown = std::min(all, fitting);
+  const int rows = (shown + across - 1) / across;
+  Area(screen, row, 0, screen.columns())
+      .heading(all > shown ? format("RAILS (%d more on a taller terminal)", all - shown) : "RAILS");
+  for (int i = 0; i < shown; ++i) {
+    Area(screen, row + 1 + i % rows, i / rows * rail_columns, rail_columns)
+        .line(rail_text(sample.rails[i]));
   }
 }
 
-void draw(const Connection& connection, const BoardSample& sample) {
-  erase();
-  if (COLS < least_columns || LINES < least_lines) {
-    Area(0, 0, COLS).text_line(format("at least %dx%d, please", least_columns, least_lines));
-    refresh();
+void draw(Screen& screen, const Connection& connection, const BoardSample& sample) {
+  screen.clear();
+  if (screen.columns() < least_columns || screen.rows() < least_rows) {
+    screen.put(0, 0, format("at least %dx%d, please", least_columns, least_rows), Look::warning);
+    screen.show();
     return;
   }
-  attron(A_REVERSE);
-  const std::string title =
-      format(" zvgctl top  %s%s%s", connection.generation_name().c_str(),
-             connection.options().door == Door::driver
-                 ? format(", card %d", connection.options().card).c_str()
-                 : "",
-             on_virtual_board() ? (", virtual (" + virtual_board_name() + ")").c_str() : "");
-  mvprintw(0, 0, "%-*.*s", COLS, COLS, title.c_str());
-  mvaddstr(0, COLS - static_cast<int>(sample.time.size()) - 1, sample.time.c_str());
-  attroff(A_REVERSE);
-  const int half = std::min(COLS / 2, 60);
-  Area left(2, 0, half - 2);
+  const std::string card = connection.options().door == Door::driver
+                               ? format(", card %d", connection.options().card)
+                               : std::string();
+  const std::string board = on_virtual_board() ? ", virtual (" + virtual_board_name() + ")" : "";
+  screen.put(0, 0, "zvgctl top  " + connection.generation_name() + card + board, Look::title);
+  screen.put(0, screen.columns() - static_cast<int>(sample.time.size()) - 1, sample.time);
+  const int half = std::min(screen.columns() / 2, 60) - 8;
+  Area left(screen, 2, 0, half - 2);
   draw_clocks(left, sample);
-  Area right(2, half - 8, COLS - half + 8);
+  Area right(screen, 2, half, screen.columns() - half);
   draw_die(right, sample);
-  const int below = draw_loads(std::max(left.line(), right.line()) + 1, COLS, sample);
-  draw_rails(below + 1, COLS, sample);
-  mvaddnstr(LINES - 1, 0, sample.trouble.empty() ? "q quits" : ("q quits   " + sample.trouble).c_str(),
-            COLS - 1);
-  refresh();
+  const int below = draw_loads(screen, std::max(left.row(), right.row()) + 1, sample);
+  draw_rails(screen, below + 1, sample);
+  screen.put(screen.rows() - 1, 0, "q quits", Look::faint);
+  screen.put(screen.rows() - 1, 10, sample.trouble, Look::bad);
+  screen.show();
 }
 
 class CsvFile {
@@ -262,15 +234,19 @@ class CsvFile {
   std::string header_;
 };
 
-// Waits for the next round; true to quit.
-bool quit_asked(const Connection& connection, const BoardSample& sample, double interval) {
+// Waits for the next round; true to quit. Looks often, because Ctrl-C only ends a wait.
+bool quit_asked(Screen& screen, const Connection& connection, const BoardSample& sample,
+                double interval) {
   constexpr double look_s = 0.1;
-  for (double left = interval; left > 0 && !InterruptNotice::came();) {
-    wtimeout(stdscr, static_cast<int>(std::min(left, look_s) * 1000));
-    const int key = getch();
+  int rows = screen.rows();
+  int columns = screen.columns();
+  for (double left = interval; left > 0 && !InterruptNotice::came(); left -= look_s) {
+    const int key = screen.wait_for_key(static_cast<int>(std::min(left, look_s) * 1000));
     if (key == 'q' || key == 'Q') return true;
-    if (key == KEY_RESIZE) draw(connection, sample);
-    if (key == ERR) left -= look_s;
+    if (screen.rows() == rows && screen.columns() == columns) continue;
+    rows = screen.rows();
+    columns = screen.columns();
+    draw(screen, connection, sample);
   }
   return InterruptNotice::came();
 }
@@ -292,18 +268,19 @@ void top_command(const Context& context, const TopArguments& arguments) {
     return;
   }
   const InterruptNotice interrupt;
-  const Screen screen;
+  Screen screen("top");
+  const QuietStderr quiet;
   for (uint64_t i = 0; count == 0 || i < count; ++i) {
     const BoardSample sample = sample_board(connection, monitors);
     log.write(sample);
-    draw(connection, sample);
-    if (quit_asked(connection, sample, interval)) break;
+    draw(screen, connection, sample);
+    if (quit_asked(screen, connection, sample, interval)) break;
   }
 }
 
 }  // namespace
 
-void add_top(CLI::App& application, Context& context) {
+void add_board_top(CLI::App& application, Context& context) {
   CLI::App* const command =
       application.add_subcommand("top", "Watch clocks, temperatures, loads and rails live");
   auto arguments = std::make_shared<TopArguments>();
