@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -88,6 +89,13 @@ class Board {
   using Lut = std::array<std::vector<uint16_t>, 3>;
   Lut& lut(unsigned crtc) { return luts_[crtc]; }
 
+  // For devices with something to keep beyond the board's life: called by save(), and free to be
+  // called at any time between two accesses.
+  void when_saving(std::function<void()> keep) { savers_.push_back(std::move(keep)); }
+  void save() {
+    for (const auto& keep : savers_) keep();
+  }
+
   // Devices that answer in a space of their own.
   void set_pci(std::unique_ptr<Device> device) { pci_ = std::move(device); }
   void set_ioports(std::unique_ptr<Device> device) { ioports_ = std::move(device); }
@@ -125,6 +133,7 @@ class Board {
   std::unique_ptr<Device> pci_;
   std::unique_ptr<Device> ioports_;
   std::vector<Change> changes_;
+  std::vector<std::function<void()>> savers_;
 };
 
 }  // namespace zvgsim

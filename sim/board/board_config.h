@@ -170,6 +170,20 @@ struct SensorConfig {
   unsigned conversion_ms = 1000;
 };
 
+// An EDID in the flash's board information.
+struct FlashEdidConfig {
+  unsigned output = 0;
+  std::vector<uint8_t> edid;  // 128 or 256 bytes
+};
+
+// The SPI flash. Serial number and EDIDs are what a new image begins with.
+struct FlashConfig {
+  std::string image;  // the file of its content; empty: forgotten when the board goes
+  std::string serial;
+  std::vector<FlashEdidConfig> edids;
+  bool write_protected = false;  // all blocks, until the status register is written
+};
+
 // Faults ------------------------------------------------------------------------------------
 
 // Fails driver requests. Either from the n-th on, count times, or each with a probability.
@@ -235,6 +249,13 @@ struct DpFaults {
   bool timer_stopped = false;            // the controller's counter stands still
 };
 
+struct FlashFaults {
+  bool stays_busy = false;
+  uint64_t lost_write_enable = 0;      // the n-th one does not get through; 0: none
+  std::optional<uint32_t> bad_byte{};  // the byte at this address cannot be programmed
+  uint64_t power_cut_at_frame = 0;     // the n-th frame written to the controller; 0: never
+};
+
 struct FaultConfig {
   uint64_t seed = 1;
   std::vector<DriverFault> driver;
@@ -243,6 +264,7 @@ struct FaultConfig {
   std::array<DpFaults, dp_ports> dp;
   std::vector<I2cFault> i2c;
   bool mcu_never_done = false;
+  FlashFaults flash;
   bool amba_never_answers = false;
   std::array<bool, plls> pll_never_locks{};
 };
@@ -309,6 +331,7 @@ struct BoardConfig {
   std::array<std::optional<VideoInputConfig>, video_inputs> video;
   McuConfig mcu;
   SensorConfig sensors;
+  FlashConfig flash;
   FaultConfig faults;
   std::vector<InitialValue> registers;  // written at power-up, in order
 };

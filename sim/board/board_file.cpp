@@ -383,6 +383,7 @@ class Loader {
   void read_i2c_memory(Table& table);
   void read_video(Table& table);
   void read_mcu(Table& table);
+  void read_flash(Table& table);
   void read_register(Table& table);
   void read_axi(Table& table);
   void read_training(Table& table);
@@ -663,6 +664,31 @@ void Loader::read_dp_faults(Table& table) {
   table.number("short_by", &fault.short_by, 0, 16);
 }
 
+void Loader::read_flash(Table& table) {
+  constexpr size_t longest_serial = 63, slots = 127;
+  FlashConfig& flash = config_.flash;
+  if (table.text("image", &flash.image) && !flash.image.empty()) {
+    flash.image = (std::filesystem::path(path_).parent_path() / flash.image).string();
+  }
+  table.text("serial", &flash.serial, longest_serial);
+  table.boolean("write_protected", &flash.write_protected);
+  table.tables("edids", [&](Table& one) {
+    FlashEdidConfig stored;
+    one.needed("output", &stored.output, 0, 0xFFFF);
+    std::string file;
+    if (one.text("edid", &file)) {
+      read_edid(*one.toml().get("edid"), one.key("edid"), file, &stored.edid);
+      stored.edid.resize(std::min<size_t>(stored.edid.size(), 2 * edid_block_size));
+    } else if (!one.toml().contains("edid")) {
+      one.problem("expected a key 'edid'");
+    }
+    flash.edids.push_back(std::move(stored));
+  });
+  if (flash.edids.size() > slots) {
+    table.problem("expected at most " + std::to_string(slots) + " edids");
+  }
+}
+
 void Loader::read_register(Table& table) {
   InitialValue initial;
   table.choice("space", initial_spaces, &initial.space);
@@ -860,6 +886,13 @@ void Loader::read_faults(Table& faults) {
     }
     config_.faults.i2c.push_back(fault);
   });
+  faults.table("flash", [&](Table& table) {
+    FlashFaults& flash = config_.faults.flash;
+    table.boolean("stays_busy", &flash.stays_busy);
+    table.number("lost_write_enable", &flash.lost_write_enable);
+    table.number("bad_byte", &flash.bad_byte, 0, 0x1FFFFF);
+    table.number("power_cut_at_frame", &flash.power_cut_at_frame);
+  });
   faults.table("mcu", [&](Table& table) {
     table.boolean("never_done", &config_.faults.mcu_never_done);
   });
@@ -1027,6 +1060,7 @@ void Loader::read_root(Table& root) {
   root.tables("i2c_memories", [&](Table& table) { read_i2c_memory(table); });
   root.tables("video", [&](Table& table) { read_video(table); });
   root.table("mcu", [&](Table& table) { read_mcu(table); });
+  root.table("flash", [&](Table& table) { read_flash(table); });
   root.tables("registers", [&](Table& table) { read_register(table); });
   root.table("sensors", [&](Table& table) { read_sensors(table); });
   root.table("faults", [&](Table& table) { read_faults(table); });

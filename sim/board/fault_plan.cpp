@@ -8,6 +8,7 @@ namespace zvgsim {
 
 FaultPlan::FaultPlan(const FaultConfig& config)
     : mcu_never_done(config.mcu_never_done),
+      flash(config.flash),
       amba_never_answers(config.amba_never_answers),
       random_(config.seed),
       uart_(config.uart),

@@ -36,6 +36,7 @@ class FaultPlan {
   // The fault of a bus, or of one device on it; null when it is in order.
   const I2cFault* i2c(unsigned bus, std::optional<uint8_t> address = {}) const;
   bool mcu_never_done = false;
+  FlashFaults flash;
   bool amba_never_answers = false;
 
  private:

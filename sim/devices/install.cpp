@@ -12,6 +12,7 @@
 #include "devices/mcu.h"
 #include "devices/pci_config.h"
 #include "devices/pvt_sensors.h"
+#include "devices/spi_controller.h"
 #include "devices/vga.h"
 
 namespace zvgsim {
@@ -34,6 +35,7 @@ constexpr Installer installers[] = {
     install_display_controllers,
     install_clock_block,
     install_pvt_sensors,
+    install_spi_controller,
 };
 
 }  // namespace

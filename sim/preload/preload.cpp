@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <exception>
+#include <mutex>
 
 #include "board/board_file.h"
 #include "board/machine.h"
@@ -78,6 +79,15 @@ __attribute__((constructor)) void power_up() {
   pthread_atfork(before_fork, after_fork, after_fork);
   mount_doors(preloaded->doors, preloaded->machine);
   errno = saved_errno;
+}
+
+// The board itself outlives the program; what it keeps in files goes there now.
+__attribute__((destructor)) void power_off() {
+  if (preloaded == nullptr) return;
+  const std::lock_guard guard(preloaded->machine.lock());
+  for (unsigned card = 0; card < preloaded->machine.cards(); ++card) {
+    preloaded->machine.card(card).save();
+  }
 }
 
 }  // namespace

@@ -14,6 +14,8 @@ class Scratch {
   Scratch(const Scratch&) = delete;
   Scratch& operator=(const Scratch&) = delete;
 
+  // The path of a file in the folder, whether it is there or not.
+  std::string path(const std::string& name) const { return (folder_ / name).string(); }
   // Writes a file into the folder and returns its path.
   std::string file(const std::string& name, const std::string& content) const;
   // The content of a file in the folder; empty when there is none.
