@@ -107,6 +107,7 @@ void build(CLI::App& application, Context& context) {
   add_power_state(application, context);
   add_env(application, context);
   add_board_top(application, context);
+  add_flash(application, context);
   add_script(application, context);
   add_check_file(application, context);
   add_read_file(application, context);

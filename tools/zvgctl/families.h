@@ -37,6 +37,7 @@ void add_query(CLI::App& application, Context& context);
 void add_power_state(CLI::App& application, Context& context);
 void add_env(CLI::App& application, Context& context);
 void add_board_top(CLI::App& application, Context& context);
+void add_flash(CLI::App& application, Context& context);
 void add_script(CLI::App& application, Context& context);
 void add_check_file(CLI::App& application, Context& context);
 void add_read_file(CLI::App& application, Context& context);
