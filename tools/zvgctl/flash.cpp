@@ -160,6 +160,10 @@ void read_command(const Context& context, const FlashArguments& arguments) {
   if (file) {
     file->write(bytes.data(), bytes.size());
     file->commit();
+    if (!context.json) {
+      printf("%zu bytes from 0x%06x on are in %s\n", bytes.size(), region.address,
+             arguments.output.c_str());
+    }
   } else if (context.json) {
     print_json({{"address", region.address}, {"bytes", bytes}});
   } else {
