@@ -47,6 +47,7 @@ constexpr Comparison comparisons[] = {
     {"memory_write", "volatile_store", 5, 0},
     {"driver_read", "bare_ioctl", 0, 1.05},
     {"ddr_dump", "fprintf_dump", 0, 1.0 / 5},
+    {"pll_search", "pll_search_loops", 0, 1.0 / 10},
     {"axi_pass", "axi_reads", 2e6, 0},
     {"set_color", "set_color_loop", 0, 1.5},
     {"ramp_float", "ramp_float_loop", 0, 1.5},

@@ -107,6 +107,7 @@ TEST(SimTest, RunsItselfOnTheDefaultBoard) {
             "3D cores               8\n"
             "2D cores               2\n"
             "Memory channel mask    3\n"
+            "Power state            Performance\n"
             "Video memory used      128\n"
             "Video memory free      1920\n"
             "System control         0x288400\n"

@@ -86,6 +86,7 @@ struct DriverInfo {
   std::optional<std::string> gop_version;
   std::optional<std::string> firmware_version;
   std::optional<zvg_info> memory;
+  std::optional<std::string> power_state;
 };
 
 DriverInfo ask_driver() {
@@ -99,6 +100,8 @@ DriverInfo ask_driver() {
   info.firmware_version = query_text(ZVG_QUERY_FIRMWARE_VERSION);
   zvg_info memory = {};
   if (zvgInfoRead(&memory) == 0) info.memory = memory;
+  uint32_t state = 0;
+  if (zvgPowerGetState(&state) == 0) info.power_state = zvgPowerStateName(state);
   return info;
 }
 
@@ -110,6 +113,7 @@ void print_driver(const Connection& connection, const DriverInfo& info) {
   line("Firmware version", or_unknown(info.firmware_version));
   for (const NumberItem& item : clocks) line(item.label, or_unknown(query_number(item.query)));
   for (const NumberItem& item : engines) line(item.label, or_unknown(query_number(item.query)));
+  line("Power state", or_unknown(info.power_state));
   if (info.memory) {
     line("Video memory used", std::to_string(info.memory->used));
     line("Video memory free", std::to_string(info.memory->free));
@@ -129,6 +133,7 @@ void add_driver(Json& document, const Connection& connection, const DriverInfo& 
     document["clocks"][item.key] = or_null(query_number(item.query));
   }
   for (const NumberItem& item : engines) document[item.key] = or_null(query_number(item.query));
+  document["power_state"] = or_null(info.power_state);
   document["video_memory"] = Json();
   if (info.memory) {
     document["video_memory"] = {{"used", info.memory->used}, {"free", info.memory->free}};
