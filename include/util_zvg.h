@@ -1646,6 +1646,7 @@ ZVG_API int zvgThermalDebug(uint32_t temperature);
  * empty one (or null) stands for all. The load item takes the next token of the caller's strtok()
  * scan as the engine's number; without one it lists engines 0 to 20.
  * buffer: ZVG_QUERY_INFO_SIZE bytes; left alone when no item is selected.
+ * Loading the library ends a strtok() scan of the process, so that there always is one to go on with.
  * Returns 0, or -1 when nothing was written. Queries that fail show the number that was sent.
  */
 ZVG_API int zvgQueryInfo(const char* keyword, char* buffer);

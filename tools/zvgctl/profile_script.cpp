@@ -75,8 +75,8 @@ bool is_still_the_script(int fd) {
          open_file.st_ino == named.st_ino && open_file.st_dev == named.st_dev;
 }
 
-[[noreturn]] void fail_to_open(int error) {
-  if (error == ENOENT) {
+[[noreturn]] void fail_to_open(int error, bool create) {
+  if (error == ENOENT && !create) {
     fail("there is no %s; 'zvgctl env clear' creates it", profile_script_path);
   }
   fail("cannot open %s: %s", profile_script_path, strerror(error));
@@ -112,7 +112,7 @@ ProfileScript::ProfileScript(bool create) {
   constexpr useconds_t step_us = 100'000;
   for (int i = 0; i < tries; ++i) {
     fd_ = open(profile_script_path, O_RDWR | O_CLOEXEC | (create ? O_CREAT : 0), 0644);
-    if (fd_ < 0) fail_to_open(errno);
+    if (fd_ < 0) fail_to_open(errno, create);
     // The process that edits inherits the lock: it counts until the edit is over, even if this
     // process is killed.
     const bool locked = flock(fd_, LOCK_EX | LOCK_NB) == 0;
