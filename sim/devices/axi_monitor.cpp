@@ -35,7 +35,7 @@ uint32_t extremes(const AxiTraffic& t) {
 using Words = std::vector<uint32_t>;
 
 void append(Words* words, std::initializer_list<uint32_t> more) {
-  words->insert(words->end(), more);
+  for (const uint32_t value : more) words->push_back(value);
 }
 
 // The counters of a port in the order of their registers.
