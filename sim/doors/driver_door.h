@@ -11,12 +11,8 @@ namespace zvgsim {
 
 constexpr char driver_node[] = "/dev/zvgrw";
 
-// Answers the driver's requests, each with a record of exactly the size that its number encodes.
-//   ENOTTY   a number that the driver does not know, also for a wrong size, type or direction
-//   EFAULT   no record; kernel memory outside its range
-//   ENODEV   a card that is not there
-//   EINVAL   a field out of its range
-// and whatever the fault plan says.
+// The driver for programs of this process. A request that has a record fails with EFAULT when it is
+// given none.
 class DriverDoor {
  public:
   explicit DriverDoor(Machine& machine) : machine_(machine) {}
