@@ -26,6 +26,14 @@ struct ServeOptions {
 };
 int serve(const ServeOptions& options);
 
+struct CuseOptions {
+  std::string board;
+  std::string name = "zvgrw";
+  std::optional<unsigned> mode;
+  std::string trace;  // file; empty: none
+};
+int cuse(const CuseOptions& options);
+
 int list_boards(bool json);
 int check(const std::string& file);
 

@@ -15,6 +15,7 @@ constexpr char footer[] = R"(Examples:
   zvgsim run -- zvgctl edid read --hdmi 0          a monitor's EDID, without any hardware
   zvgsim run --board rq301 --trace log -- ./test   every access of a program, in order
   zvgsim serve --uart --link /tmp/board            then: zvgctl --serial /tmp/board ...
+  sudo zvgsim cuse                                 a real /dev/zvgrw, for every program
   zvgsim check my-board.toml                       before you use it
 
 Exit status: 0 done, 1 failed, 2 wrong usage; run ends with the program's own.)";
@@ -27,6 +28,32 @@ Everything after -- is the program and its arguments.)";
 constexpr char serve_footer[] =
     R"(Prints the path of the serial device as its first line, then answers until it is interrupted or
 the time is over. The board starts at the rate its file says, 9600 baud as a rule.)";
+
+constexpr char cuse_footer[] =
+    R"(Makes a true character device of the driver's node, through the kernel's CUSE, and prints its path
+as its first line. Any number of programs may have it open, all on one board; nothing is preloaded
+into them. It is gone when zvgsim ends: Ctrl-C.
+
+Examples:
+  sudo modprobe cuse                       once, where there is no /dev/cuse
+  sudo zvgsim cuse --mode 0666             then, elsewhere: zvgctl edid read --hdmi 0
+  sudo zvgsim cuse --board rq301 --trace log
+  sudo zvgsim cuse --name zvgrw-test       beside a real card's node)";
+
+// As chmod takes it.
+std::string check_mode(const std::string& text) {
+  const bool octal = text.size() >= 3 && text.size() <= 4 && (text.size() == 3 || text[0] == '0') &&
+                     text.find_first_not_of("01234567") == std::string::npos;
+  return octal ? std::string() : "expected three octal digits, such as 0666, not '" + text + "'";
+}
+
+// A name that is one entry of /dev.
+std::string check_device_name(const std::string& text) {
+  const bool plain = !text.empty() && text.size() <= 64 && text[0] != '.' &&
+                     text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                            "0123456789_-.") == std::string::npos;
+  return plain ? std::string() : "'" + text + "' is no name for a device in /dev";
+}
 
 int main(int argc, char** argv) {
   CLI::App app{
@@ -75,6 +102,31 @@ int main(int argc, char** argv) {
       ->type_name("PATH");
   serve_command->footer(serve_footer);
   serve_command->callback([&] { status = serve(serve_options); });
+
+  CuseOptions cuse_options;
+  cuse_options.board = default_board;
+  std::string mode;
+  CLI::App* const cuse_command =
+      app.add_subcommand("cuse", "make a real /dev/zvgrw, with a virtual board behind it");
+  cuse_command->add_option("--board", cuse_options.board, board_help)
+      ->type_name("FILE|NAME")
+      ->capture_default_str();
+  cuse_command->add_option("--name", cuse_options.name, "of the device in /dev")
+      ->type_name("NAME")
+      ->check(check_device_name)
+      ->capture_default_str();
+  cuse_command
+      ->add_option("--mode", mode, "who may open it, as for chmod; otherwise the host decides")
+      ->type_name("OCTAL")
+      ->check(check_mode);
+  cuse_command
+      ->add_option("--trace", cuse_options.trace, "write every access to a file, one a line")
+      ->type_name("FILE");
+  cuse_command->footer(cuse_footer);
+  cuse_command->callback([&] {
+    if (!mode.empty()) cuse_options.mode = static_cast<unsigned>(std::stoul(mode, nullptr, 8));
+    status = cuse(cuse_options);
+  });
 
   bool json = false;
   CLI::App* const boards_command = app.add_subcommand("boards", "list the ready boards");

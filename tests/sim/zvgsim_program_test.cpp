@@ -306,6 +306,44 @@ TEST_F(ZvgsimProgram, ServeTakesNoFileAway) {
   EXPECT_EQ(server.wait(), 0);
 }
 
+// cuse ------------------------------------------------------------------------------------------
+
+// What goes on behind the node is tested on a real kernel: see scripts/vm-test.
+TEST_F(ZvgsimProgram, CuseSaysWhatToDoWithoutTheKernelsDevice) {
+  if (fs::exists("/dev/cuse")) GTEST_SKIP() << "this host has it";
+  const Finished finished = run_program({zvgsim, "cuse", "--name", "zvgrw-test"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_EQ(finished.out, "");
+  EXPECT_THAT(finished.err, StartsWith("zvgsim: cannot open /dev/cuse: "));
+  EXPECT_THAT(finished.err, HasSubstr("modprobe cuse"));
+  EXPECT_THAT(finished.err, HasSubstr("zvgsim run"));
+}
+
+TEST_F(ZvgsimProgram, CuseLeavesWhatIsThereAlone) {
+  const Finished finished = run_program({zvgsim, "cuse", "--name", "null"});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.err, HasSubstr("/dev/null is there already"));
+}
+
+TEST_F(ZvgsimProgram, CuseTellsOfTheBoardFirst) {
+  const Finished finished = run_program({zvgsim, "cuse", "--board", board("cards = 0\n")});
+  EXPECT_EQ(finished.status, 1);
+  EXPECT_THAT(finished.err, HasSubstr("board.toml:1: "));
+}
+
+TEST_F(ZvgsimProgram, CuseTakesNamesAndModesThatMeanSomething) {
+  for (const char* name : {"", "a/b", "..", ".x", "a b", "a,b"}) {
+    const Finished finished = run_program({zvgsim, "cuse", "--name", name});
+    EXPECT_EQ(finished.status, 2) << name;
+    EXPECT_THAT(finished.err, HasSubstr("--name")) << name;
+  }
+  for (const char* mode : {"66", "0888", "1777", "rw", "00666"}) {
+    const Finished finished = run_program({zvgsim, "cuse", "--mode", mode});
+    EXPECT_EQ(finished.status, 2) << mode;
+    EXPECT_THAT(finished.err, HasSubstr("--mode")) << mode;
+  }
+}
+
 // boards and check ------------------------------------------------------------------------------
 
 TEST_F(ZvgsimProgram, BoardsAreListed) {
@@ -375,7 +413,7 @@ TEST_F(ZvgsimProgram, HelpAndVersion) {
   EXPECT_THAT(finished.out, StartsWith("zvgsim "));
   finished = run_program({zvgsim, "--help"});
   EXPECT_EQ(finished.status, 0);
-  for (const char* word : {"run", "serve", "boards", "check", "Examples:", "Exit status:"}) {
+  for (const char* word : {"run", "serve", "cuse", "boards", "check", "Examples:", "Exit status:"}) {
     EXPECT_THAT(finished.out, HasSubstr(word));
   }
   finished = run_program({zvgsim, "run", "--help"});
