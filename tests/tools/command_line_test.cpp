@@ -26,7 +26,7 @@ std::vector<std::string> subcommands(const std::string& help) {
     } else if (line.empty()) {
       listed = false;
     } else if (listed && line.starts_with("  ") && line[2] != ' ') {
-      names.push_back(line.substr(2, line.find(' ', 2) - 2));
+      names.push_back(line.substr(2, line.find_first_of(" ,", 2) - 2));  // without other names
     }
   }
   return names;
