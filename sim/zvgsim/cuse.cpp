@@ -26,7 +26,6 @@ constexpr char kernel_node[] = "/dev/cuse";
 
 // What a served node needs at hand while the kernel calls back.
 struct Service {
-  explicit Service(Machine& machine) : door(machine) {}
   CuseDoor door;
   std::string path;
   std::optional<unsigned> mode;
@@ -105,17 +104,18 @@ struct Teardown {
 }  // namespace
 
 int cuse(const CuseOptions& options) {
-  Machine machine(load_board_file(find_board(options.board)), VirtualClock::Mode::real_time);
-  Service service(machine);
-  service.path = "/dev/" + options.name;
-  service.mode = options.mode;
+  BoardConfig config = load_board_file(find_board(options.board));
+  const std::string path = "/dev/" + options.name;
   struct stat there;
-  if (lstat(service.path.c_str(), &there) == 0) {
-    throw std::runtime_error(service.path +
+  if (lstat(path.c_str(), &there) == 0) {
+    throw std::runtime_error(path +
                              " is there already: a driver's, or another zvgsim's. Give this one "
                              "another --name");
   }
   require_kernel_node();
+  // Not before: the board may write its files at its end, and another may be using them.
+  Machine machine(std::move(config), VirtualClock::Mode::real_time);
+  Service service = {CuseDoor(machine), path, options.mode};
   std::unique_ptr<FILE, int (*)(FILE*)> trace(nullptr, fclose);
   if (!options.trace.empty()) {
     trace.reset(fopen(options.trace.c_str(), "we"));
@@ -142,15 +142,15 @@ int cuse(const CuseOptions& options) {
   int threads = 0;
   const std::unique_ptr<fuse_session, Teardown> session(
       cuse_lowlevel_setup(3, arguments, &info, &operations, &threads, &service));
-  if (!session) throw std::runtime_error("the kernel did not take the device " + service.path);
+  if (!session) throw std::runtime_error("the kernel did not take the device " + path);
 
   // One request at a time, as the bus has them. Ends with the signal that asked for it.
   const int end = fuse_session_loop(session.get());
   for (size_t card = 0; card < machine.cards(); ++card) machine.card(card).save();
   if (end < 0) {
-    throw std::runtime_error("serving " + service.path + " failed: " + strerror(-end));
+    throw std::runtime_error("serving " + path + " failed: " + strerror(-end));
   }
-  if (end == 0) throw std::runtime_error("the kernel took " + service.path + " away");
+  if (end == 0) throw std::runtime_error("the kernel took " + path + " away");
   return exit_done;
 }
 

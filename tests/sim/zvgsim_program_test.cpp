@@ -325,6 +325,13 @@ TEST_F(ZvgsimProgram, CuseLeavesWhatIsThereAlone) {
   EXPECT_THAT(finished.err, HasSubstr("/dev/null is there already"));
 }
 
+// The image may be another server's.
+TEST_F(ZvgsimProgram, CuseThatIsRefusedWritesNoFlashImage) {
+  const std::string flash = board("[flash]\nimage = \"flash.bin\"\n");
+  EXPECT_EQ(run_program({zvgsim, "cuse", "--name", "null", "--board", flash}).status, 1);
+  EXPECT_FALSE(fs::exists(folder_ / "flash.bin"));
+}
+
 TEST_F(ZvgsimProgram, CuseTellsOfTheBoardFirst) {
   const Finished finished = run_program({zvgsim, "cuse", "--board", board("cards = 0\n")});
   EXPECT_EQ(finished.status, 1);
