@@ -140,7 +140,8 @@ std::vector<Ltc299x::Conversion> Ltc2990::acquisition(uint64_t time) {
   for (unsigned i = 0; i < 4; ++i) {
     const unsigned pair = i / 2;
     if (!(pair == 0 ? first : second)) continue;
-    switch ((pair == 0 ? mode.first : mode.second)[i % 2]) {
+    const ltc2990::Use* const uses = pair == 0 ? mode.first : mode.second;
+    switch (uses[i % 2]) {
       case ltc2990::Use::voltage:
         list.push_back({ltc2990::v1 + i, volt_step, volts(i, time)});
         break;
