@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -13,7 +14,9 @@
 #include <map>
 #include <mutex>
 
+#include "doors/fault_signals.h"
 #include "doors/platform.h"
+#include "doors/trapped_memory.h"
 
 namespace zvgsim {
 
@@ -112,6 +115,23 @@ int open_with(int (*real)(const char*, int, ...), const char* path, int flags, m
 
 constexpr bool takes_mode(int flags) {
   return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE;
+}
+
+// A mapping at a fixed place ends whatever was there.
+void forget_replaced(const void* address, size_t length, int flags) {
+  if ((flags & MAP_FIXED) != 0) forget_trapped(address, length);
+}
+
+template <typename Function>
+int change_mask(Function real, int how, const sigset_t* set, sigset_t* old) {
+  // Before there is trapped memory, too: what is blocked then stays blocked.
+  const bool concerned = mounted.load(std::memory_order_acquire) || fault_signals_taken();
+  if (!concerned) return real(how, set, old);
+  sigset_t open_set;
+  if (set != nullptr) open_set = kernel_mask(*set);
+  const int result = real(how, set != nullptr ? &open_set : nullptr, old);
+  if (result == 0 && old != nullptr) *old = program_mask(*old);
+  return result;
 }
 
 bool take_sleep(uint64_t nanoseconds) {
@@ -220,6 +240,7 @@ ZVGSIM_INTERPOSED void* mmap(void* address, size_t length, int protection, int f
   if (auto* file = device_behind(fd)) {
     return file->mmap(address, length, protection, flags, offset);
   }
+  zvgsim::forget_replaced(address, length, flags);
   return ZVGSIM_REAL(mmap)(address, length, protection, flags, fd, offset);
 }
 
@@ -228,6 +249,7 @@ ZVGSIM_INTERPOSED void* mmap64(void* address, size_t length, int protection, int
   if (auto* file = device_behind(fd)) {
     return file->mmap(address, length, protection, flags, offset);
   }
+  zvgsim::forget_replaced(address, length, flags);
   return ZVGSIM_REAL(mmap64)(address, length, protection, flags, fd, offset);
 }
 
@@ -235,7 +257,39 @@ ZVGSIM_INTERPOSED int munmap(void* address, size_t length) noexcept {
   if (zvgsim::mounted.load(std::memory_order_acquire) && zvgsim::platform().munmap_observer) {
     zvgsim::platform().munmap_observer(address, length);
   }
+  zvgsim::forget_trapped(address, length);
   return ZVGSIM_REAL(munmap)(address, length);
+}
+
+// The signals that trapped memory lives on are the program's as far as it can tell.
+ZVGSIM_INTERPOSED int sigaction(int signal, const struct sigaction* action,
+                                struct sigaction* old) noexcept {
+  if (!zvgsim::fault_signals_taken()) return zvgsim::real_sigaction(signal, action, old);
+  if (zvgsim::is_fault_signal(signal)) return zvgsim::program_sigaction(signal, action, old);
+  if (action == nullptr) return zvgsim::real_sigaction(signal, action, old);
+  struct sigaction open_action = *action;
+  open_action.sa_mask = zvgsim::kernel_mask(action->sa_mask);
+  return zvgsim::real_sigaction(signal, &open_action, old);
+}
+
+ZVGSIM_INTERPOSED sighandler_t signal(int signal, sighandler_t handler) noexcept {
+  if (!zvgsim::fault_signals_taken() || !zvgsim::is_fault_signal(signal)) {
+    return ZVGSIM_REAL(signal)(signal, handler);
+  }
+  struct sigaction action = {};
+  struct sigaction old = {};
+  action.sa_handler = handler;
+  action.sa_flags = SA_RESTART;
+  zvgsim::program_sigaction(signal, &action, &old);
+  return old.sa_handler;
+}
+
+ZVGSIM_INTERPOSED int sigprocmask(int how, const sigset_t* set, sigset_t* old) noexcept {
+  return zvgsim::change_mask(ZVGSIM_REAL(sigprocmask), how, set, old);
+}
+
+ZVGSIM_INTERPOSED int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept {
+  return zvgsim::change_mask(ZVGSIM_REAL(pthread_sigmask), how, set, old);
 }
 
 // A wait for a device's input. Next to a real descriptor a device only counts when its input is
