@@ -14,6 +14,7 @@ namespace {
 
 using zvgtest::BoardFixture;
 using zvgtest::capture;
+using zvgtest::Door;
 
 PowerMonitorConfig monitor(PowerChip chip, unsigned bus, uint8_t address) {
   PowerMonitorConfig config;
@@ -39,12 +40,6 @@ class I2cChips : public BoardFixture {
     config.power_monitors = {ltc2990, ltc2991, ina3221};
     config.i2c_memories = {{0, 0x54, {0x11, 0x22, 0x33}}};
     return config;
-  }
-
-  // The same in every mode.
-  void open(bool serial) {
-    if (get_s_type() != UINT32_MAX) zvgClose();
-    ASSERT_GE(serial ? zvgSerialOpen("/dev/ttyZVG0", 9600) : zvgRwOpen(0), 0);
   }
 
   // On the wires.
@@ -114,8 +109,9 @@ TEST_F(I2cChips, ADisabledMasterDoesNothing) {
 }
 
 TEST_F(I2cChips, LibraryReadsAndWritesInEveryMode) {
-  for (const bool serial : {false, true}) {
-    open(serial);
+  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
+    SCOPED_TRACE(name(door));
+    open_through(door, 9600);
     uint8_t bytes[3] = {};
     EXPECT_EQ(zvgI2cRead(0, 0x54, 0, 3, bytes), 0u);
     EXPECT_EQ(bytes[0], 0x11);
@@ -134,15 +130,16 @@ TEST_F(I2cChips, LibraryReadsAndWritesInEveryMode) {
 TEST_F(I2cChips, FaultsOfTheBus) {
   uint8_t byte = 0;
   faults().i2c() = {{.bus = 0, .address = 0x54, .nack = true}};
-  for (const bool serial : {false, true}) {
-    open(serial);
+  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
+    SCOPED_TRACE(name(door));
+    open_through(door, 9600);
     EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x54, 0, 1, &byte)), -2);
   }
   // A byte in the middle: the driver says so, on the registers nobody looks.
   faults().i2c() = {{.bus = 0, .address = 0x54, .nack_at_byte = 2}};
-  open(false);
+  open_through(Door::driver);
   EXPECT_EQ(static_cast<int>(zvgI2cWriteByte(0, 0x54, 0, 1)), -3);
-  open(true);
+  open_through(Door::uart, 9600);
   EXPECT_EQ(zvgI2cWriteByte(0, 0x54, 0, 1), 0u);
   faults().i2c() = {{.bus = 0, .hangs = true}};
   const uint64_t begin = clock().now();
@@ -186,8 +183,9 @@ TEST_F(I2cChips, Ltc2990PointerWrapsAfterItsLastRegister) {
 
 // Both ways of measuring, in both modes of access.
 TEST_F(I2cChips, Ltc2990AsTheLibrarySeesIt) {
-  for (const bool serial : {false, true}) {
-    open(serial);
+  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
+    SCOPED_TRACE(name(door));
+    open_through(door, 9600);
     for (const uint32_t wait : {0u, 1u}) {
       float v[5] = {}, i[3] = {};
       const auto output = capture([&] {
@@ -234,7 +232,7 @@ TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
 }
 
 TEST_F(I2cChips, PowerMonitorFaults) {
-  open(false);
+  open_through(Door::driver);
   const auto volts = [](uint32_t wait) {
     return zvgLTC2990GetVolt4(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, wait);
   };
@@ -281,8 +279,9 @@ TEST_F(I2cChips, Ltc2991PutsADifferenceIntoTheSecondRegister) {
 }
 
 TEST_F(I2cChips, Ltc2991AsTheLibrarySeesIt) {
-  for (const bool serial : {false, true}) {
-    open(serial);
+  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
+    SCOPED_TRACE(name(door));
+    open_through(door, 9600);
     float v[9] = {}, i[5] = {};
     const auto output = capture([&] {
       EXPECT_EQ(zvgLTC2991GetVolt8(0, 0, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5], &v[6], &v[7],
@@ -364,8 +363,9 @@ TEST_F(I2cChips, Ina3221KeepsLimitsAndResets) {
 
 TEST_F(I2cChips, Ina3221AsTheLibrarySeesIt) {
   pass(milliseconds(10));
-  for (const bool serial : {false, true}) {
-    open(serial);
+  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
+    SCOPED_TRACE(name(door));
+    open_through(door, 9600);
     float v[2] = {}, i[2] = {};
     EXPECT_EQ(zvgINA3221GetVolt2(3, &v[0], &v[1]), 0);
     pass(milliseconds(10));

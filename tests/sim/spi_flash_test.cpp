@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 #include <numeric>
 
 #include "devices/nor_flash.h"
@@ -16,6 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using zvgtest::BoardFixture;
+using zvgtest::Door;
 using zvgtest::capture;
 
 // The chip alone --------------------------------------------------------------------------------
@@ -205,11 +207,11 @@ TEST_F(NorFlashTest, APowerCutLeavesThingsHalfDone) {
 
 // On the board ----------------------------------------------------------------------------------
 
-class SpiFlash : public BoardFixture, public testing::WithParamInterface<Generation> {
+class SpiFlash : public BoardFixture, public testing::WithParamInterface<std::tuple<Generation, Door>> {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    config.generation = GetParam();
+    config.generation = std::get<Generation>(GetParam());
     config.flash.image = scratch_.path("flash.img");
     config.flash.serial = "ZVG-2026-0417";
     config.flash.edids = {{3, std::vector<uint8_t>(128, 0x5A)}, {1, ramp(256)}};
@@ -217,7 +219,7 @@ class SpiFlash : public BoardFixture, public testing::WithParamInterface<Generat
   }
   void SetUp() override {
     BoardFixture::SetUp();
-    ASSERT_GE(zvgRwOpen(0), 0);
+    open_through(std::get<Door>(GetParam()));
   }
   static std::vector<uint8_t> ramp(size_t size) {
     std::vector<uint8_t> bytes(size);
@@ -269,7 +271,7 @@ TEST_P(SpiFlash, KeepsItsContentInTheImage) {
   EXPECT_EQ(image().size(), NorFlash::size);
   EXPECT_EQ(image()[0x5000], 0x04);
   EXPECT_FALSE(fs::exists(scratch_.path("flash.img.new")));
-  ASSERT_GE(zvgRwOpen(0), 0);
+  open_through(std::get<Door>(GetParam()));
   EXPECT_EQ(read(0x50FC, 4), (std::vector<uint8_t>{4, 3, 2, 1}));
 }
 
@@ -334,7 +336,7 @@ TEST_P(SpiFlash, APowerCutEndsAProgramThere) {
   cut.flash.image = scratch_.path("cut.img");
   cut.faults.flash.power_cut_at_frame = frame / 3;
   power_up(cut);
-  ASSERT_GE(zvgRwOpen(0), 0);
+  open_through(std::get<Door>(GetParam()));
   const auto output =
       capture([&] { EXPECT_EQ(zvgSpiProgram(words.data(), 0x3000, 4096), -1); });
   EXPECT_NE(output.out.find("SPI PROGRAM ERROR"), std::string::npos);
@@ -346,7 +348,13 @@ TEST_P(SpiFlash, APowerCutEndsAProgramThere) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Generations, SpiFlash,
-                         testing::Values(Generation::rq300, Generation::rq301, Generation::rq302));
+                         testing::Combine(testing::Values(Generation::rq300, Generation::rq301,
+                                                          Generation::rq302),
+                                          testing::Values(Door::driver, Door::aperture)),
+                         [](const auto& info) {
+                           return std::string(name(std::get<Generation>(info.param))) + "By" +
+                                  name(std::get<Door>(info.param));
+                         });
 
 // What a quad read of 1 MiB costs: the words themselves, and little around them.
 TEST(SpiFlashAccesses, AQuadReadTakesLittleMoreThanItsWords) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "board/machine.h"
@@ -13,6 +14,14 @@
 #include "util_zvg.h"
 
 namespace zvgtest {
+
+// The ways into a board.
+enum class Door { driver, aperture, uart };
+
+inline std::string name(Door door) {
+  constexpr const char* names[] = {"Driver", "Aperture", "Uart"};
+  return names[static_cast<unsigned>(door)];
+}
 
 // Every test begins with a fresh board behind "/dev/zvgrw", "/dev/mem" and "/dev/ttyZVG0"; sleeps
 // of the code under test cost nothing. No connection is open: the test opens the one that it wants.
@@ -61,6 +70,23 @@ class BoardFixture : public ::testing::Test {
     machine_ = std::make_unique<zvgsim::Machine>(std::move(config));
     doors_ = std::make_unique<zvgsim::Doors>(*machine_);
     zvgsim::mount_doors(*doors_, *machine_);
+  }
+
+  // Opens the library's connection to the first card. Only the driver tells the chip: otherwise the
+  // caller does.
+  void open_through(Door door, int baud = 115200) {
+    if (get_s_type() != UINT32_MAX) zvgClose();
+    if (door == Door::driver) {
+      ASSERT_GE(zvgRwOpen(0), 0);
+      return;
+    }
+    const auto& bases = machine_->config().aperture;
+    ASSERT_GE(door == Door::uart ? zvgSerialOpen(zvgsim::serial_node, baud)
+                                 : zvgMemOpen(bases.mmio_base, zvgsim::mmio_size, bases.vram_base,
+                                              zvgsim::vram_size),
+              0);
+    const bool rq302 = machine_->config().generation == zvgsim::Generation::rq302;
+    doGetDeviceId("test", rq302 ? "rq302" : "rq301");
   }
 
   zvgsim::Machine& machine() { return *machine_; }

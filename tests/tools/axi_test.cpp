@@ -246,6 +246,17 @@ TEST_F(AxiTool, PageEscapesWhatComesFromFiles) {
               HasSubstr("</script>"));
 }
 
+// The sampling thread beside the tool's own.
+TEST_F(AxiTool, SamplesThroughTheApertures) {
+  const Result result = zvgctl_sim("axi sample --count 12 -o " + folder_.path("traffic") +
+                                   zvgtest::memory_door + " --generation rq302");
+  EXPECT_EQ(result.exit, 0) << result.err;
+  EXPECT_EQ(result.out, folder_.path("traffic/Monitor_Data_rq302") + ": 12 samples of 22 ports\n");
+  for (const std::string_view port : zvgctl::rq302_axi_ports) {
+    EXPECT_EQ(lines(folder_.get(run_folder + std::string(port) + ".dat")), 13u) << port;
+  }
+}
+
 TEST_F(AxiTool, SamplesOverASerialLine) {
   const Result result =
       zvgctl_sim("--serial /dev/ttyZVG0:460800 --generation rq302 axi sample --count 2 -o " +

@@ -268,6 +268,13 @@ TEST_F(BoardChips, RailsOverASerialLineAreTheSame) {
   EXPECT_EQ(result.out, on(board(), command).out);
 }
 
+TEST_F(BoardChips, RailsThroughTheAperturesAreTheSame) {
+  const std::string command = "power read --chip ltc2990:1:0x4d";
+  const Result result = on(board(), command + zvgtest::memory_door + " --generation rq302");
+  EXPECT_EQ(result.exit, 0) << result.err;
+  EXPECT_EQ(result.out, on(board(), command).out);
+}
+
 TEST_F(BoardChips, TheTableLinesUp) {
   const Result result = on(board(), "power read");
   EXPECT_THAT(result.out, HasSubstr("CHIP          RAIL       VOLTS   AMPERES     WATTS\n"));

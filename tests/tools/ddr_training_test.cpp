@@ -61,6 +61,13 @@ TEST_F(DdrEyeTool, ShowsMessagesAndThenEyes) {
   EXPECT_THAT(result.out, Not(HasSubstr("\033"))) << "this is no terminal";
 }
 
+TEST_F(DdrEyeTool, ShowsTheSameThroughTheApertures) {
+  const Result result =
+      zvgctl_sim("ddr eye --generation rq302" + std::string(zvgtest::memory_door));
+  EXPECT_EQ(result.exit, 0) << result.err;
+  EXPECT_EQ(result.out, zvgctl_sim("ddr eye").out);
+}
+
 TEST_F(DdrEyeTool, CountsWhatTheFirmwareSent) {
   std::string row = "[0x14001f";
   for (int i = 0; i < 31; ++i) row += ", " + std::to_string(i == 0 ? 0x180 : i);

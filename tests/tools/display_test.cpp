@@ -71,6 +71,13 @@ TEST(DpTool, TrainShowsEveryLane) {
   EXPECT_EQ(document["lanes"][2]["pre_emphasis"], 1);
 }
 
+TEST(DpTool, TrainsTheSameThroughTheApertures) {
+  const Result result =
+      zvgctl_sim("dp train 1 --generation rq302" + std::string(zvgtest::memory_door));
+  EXPECT_EQ(result.exit, 0) << result.err;
+  EXPECT_EQ(result.out, zvgctl_sim("dp train 1").out);
+}
+
 TEST(DpTool, TrainFailsWhenTheLinkIsNotUp) {
   const struct {
     std::string board, error;

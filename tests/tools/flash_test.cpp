@@ -296,6 +296,21 @@ TEST_P(FlashTool, ReadsTheSerialNumber) {
   EXPECT_THAT(none.err, HasSubstr("no valid serial number"));
 }
 
+TEST_P(FlashTool, GoesThroughTheApertures) {
+  const std::string file = board();
+  const std::string door = std::string(zvgtest::memory_door) + " --generation " + GetParam();
+  const std::string first = bytes(6000, 1), second = bytes(6000, 2);
+  for (const std::string* content : {&first, &second}) {
+    const Result written = on(file, "flash write " + put("a.bin", *content) +
+                                        " --offset 0x12345 --no-backup --yes" + door);
+    EXPECT_EQ(written.exit, 0) << written.err;
+    EXPECT_EQ(image(0x12345, content->size()), *content);
+    const Result compared =
+        on(file, "flash verify " + put("a.bin", *content) + " --offset 0x12345" + door);
+    EXPECT_EQ(compared.exit, 0) << compared.err;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Generations, FlashTool, testing::Values("rq301", "rq302"));
 
 }  // namespace

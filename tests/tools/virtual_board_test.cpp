@@ -17,6 +17,7 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 using zvgtest::Folder;
+using zvgtest::memory_door;
 using zvgtest::monitor_bytes;
 using zvgtest::monitor_path;
 using zvgtest::Result;
@@ -81,7 +82,6 @@ std::string monitor_board(const std::string& monitor, const std::string& faults 
          faults;
 }
 
-constexpr char memory_door[] = " --mem 0xE0000000:0x1000000,0xD0000000:0x10000000";
 constexpr char serial_door[] = " --serial /dev/ttyZVG0";
 
 // --sim itself.
@@ -641,8 +641,10 @@ TEST_P(EdidDoorTest, JsonIsAllThereIsOnStdout) {
             json::parse(zvgtest::zvgctl("edid show --json " + monitor_path("wall-55-4k")).out));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, EdidDoorTest, testing::Values("", serial_door),
-                         [](const auto& info) { return info.index == 0 ? "Driver" : "Serial"; });
+INSTANTIATE_TEST_SUITE_P(
+    All, EdidDoorTest, testing::Values("", memory_door, serial_door), [](const auto& info) {
+      return std::string(info.index == 0 ? "Driver" : info.index == 1 ? "Memory" : "Serial");
+    });
 
 TEST(EdidReadTest, NoMonitor) {
   Bench bench("generation = \"rq302\"\n");

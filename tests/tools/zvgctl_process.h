@@ -39,6 +39,9 @@ inline Result zvgctl_sim(const std::string& text, const Setting& setting = {}) {
   return run(zvgctl_words("--sim " + text), on_virtual_time(setting));
 }
 
+// To a virtual board by its apertures, wherever in a command.
+constexpr char memory_door[] = " --mem 0xE0000000:0x1000000,0xD0000000:0x10000000";
+
 // A folder that is gone when the test is over.
 class Folder {
  public:
