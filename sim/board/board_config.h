@@ -266,6 +266,8 @@ struct FaultConfig {
   bool mcu_never_done = false;
   FlashFaults flash;
   bool amba_never_answers = false;
+  // The driver's node goes before this request, counted from 1; 0: it stays.
+  uint64_t node_gone_at_request = 0;
   std::array<bool, plls> pll_never_locks{};
 };
 
@@ -318,6 +320,7 @@ struct BoardConfig {
   struct {
     unsigned baud = 9600;
     unsigned reply_delay_us = 50;
+    bool instant = false;  // bytes take no time on the line, and replies none to begin
   } uart;
 
   std::array<HdmiPortConfig, hdmi_ports> hdmi;

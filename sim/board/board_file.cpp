@@ -908,6 +908,9 @@ void Loader::read_faults(Table& faults) {
                   expected(node, key, names(pll_names));
                 });
   });
+  faults.table("node", [&](Table& table) {
+    table.number("gone_at_request", &config_.faults.node_gone_at_request, 1, UINT64_MAX);
+  });
   faults.table("amba", [&](Table& table) {
     table.boolean("never_answers", &config_.faults.amba_never_answers);
   });
@@ -1049,6 +1052,7 @@ void Loader::read_root(Table& root) {
   root.table("uart", [&](Table& table) {
     table.number("baud", &config_.uart.baud, 300, 3'000'000);
     table.number("reply_delay_us", &config_.uart.reply_delay_us, 0, 60'000'000);
+    table.boolean("instant", &config_.uart.instant);
   });
   root.tables("hdmi", [&](Table& table) { read_hdmi(table); });
   root.tables("dp", [&](Table& table) { read_dp(table); });

@@ -1,5 +1,7 @@
 #include "board/fault_plan.h"
 
+#include <errno.h>
+
 #include <algorithm>
 
 #include "board/virtual_clock.h"
@@ -11,6 +13,7 @@ FaultPlan::FaultPlan(const FaultConfig& config)
       flash(config.flash),
       amba_never_answers(config.amba_never_answers),
       random_(config.seed),
+      gone_at_(config.node_gone_at_request),
       uart_(config.uart),
       hdmi_(config.hdmi),
       dp_(config.dp),
@@ -33,6 +36,8 @@ const I2cFault* FaultPlan::i2c(unsigned bus, std::optional<uint8_t> address) con
 }
 
 int FaultPlan::driver_request(unsigned number) {
+  if (node_gone()) return ENODEV;
+  ++requests_;
   int error = 0;
   for (CountedDriverFault& fault : driver_) {
     if (fault.number && *fault.number != number) continue;

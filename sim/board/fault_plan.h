@@ -18,6 +18,10 @@ class FaultPlan {
   // Called once a driver request; returns the errno to fail it with, or 0.
   int driver_request(unsigned number);
 
+  // Whether the driver's node is no longer there to be opened; requests on a descriptor that is
+  // open still fail then.
+  bool node_gone() const { return gone_at_ != 0 && requests_ + 1 >= gone_at_; }
+
   // What happens to the next UART reply. Both counts are 0 for a reply that is sent as it is.
   struct Reply {
     bool drop = false;
@@ -47,6 +51,8 @@ class FaultPlan {
   bool strikes(uint64_t from, uint64_t count, double probability, uint64_t seen);
 
   std::mt19937_64 random_;
+  const uint64_t gone_at_;
+  uint64_t requests_ = 0;
   std::vector<CountedDriverFault> driver_;
   std::vector<UartFault> uart_;
   uint64_t replies_ = 0;

@@ -2,6 +2,8 @@
 
 #include <errno.h>
 
+#include <mutex>
+
 #include "doors/driver.h"
 
 namespace zvgsim {
@@ -28,6 +30,13 @@ class DriverFile : public OpenFile {
 }  // namespace
 
 std::shared_ptr<OpenFile> DriverDoor::open() {
+  {
+    const std::lock_guard guard(machine_.lock());
+    if (machine_.faults().node_gone()) {
+      errno = ENOENT;
+      return nullptr;
+    }
+  }
   return std::make_shared<DriverFile>(machine_);
 }
 

@@ -45,7 +45,7 @@ class SerialDoor::File : public OpenFile {
     const auto* bytes = static_cast<const uint8_t*>(buffer);
     state_->sent_at = std::max(state_->sent_at, state_->machine.clock().now());
     for (size_t i = 0; i < size; ++i) {
-      state_->sent_at += wire_time(1, baud);
+      if (!state_->machine.config().uart.instant) state_->sent_at += wire_time(1, baud);
       state_->uart.receive(bytes[i], baud, state_->sent_at);
     }
     return static_cast<ssize_t>(size);

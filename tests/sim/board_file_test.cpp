@@ -117,6 +117,7 @@ revision = 0x55
 [uart]
 baud = 115200
 reply_delay_us = 1234
+instant = true
 
 [[hdmi]]
 port = 2
@@ -206,6 +207,9 @@ pll_never_locks = true
 [faults.amba]
 never_answers = true
 
+[faults.node]
+gone_at_request = 12
+
 [faults.clocks]
 never_locks = ["gpu2pll", "devpll"]
 
@@ -257,6 +261,7 @@ conversion_ms = 44
   EXPECT_EQ(config.pci.revision, 0x55);
   EXPECT_EQ(config.uart.baud, 115200u);
   EXPECT_EQ(config.uart.reply_delay_us, 1234u);
+  EXPECT_TRUE(config.uart.instant);
   const HdmiPortConfig& port = config.hdmi[2];
   EXPECT_EQ(port.edid.size(), 512u);
   EXPECT_EQ(port.edid[511], static_cast<uint8_t>(511 * 5));
@@ -334,6 +339,7 @@ conversion_ms = 44
   EXPECT_TRUE(faults.pll_never_locks);
   EXPECT_FALSE(config.faults.hdmi[0].ddc_busy);
   EXPECT_TRUE(config.faults.amba_never_answers);
+  EXPECT_EQ(config.faults.node_gone_at_request, 12u);
 }
 
 TEST_F(BoardFileTest, UnknownKeysSuggest) {

@@ -444,6 +444,19 @@ TEST_F(DriverDoorTest, CardsAreApart) {
   EXPECT_EQ(board(1).dispatch_read(Space::mmio, 0x300000, 4), 5u);
 }
 
+TEST_F(DriverDoorTest, NodeThatGoesCannotBeOpenedAgain) {
+  BoardConfig config;
+  config.faults.node_gone_at_request = 2;
+  power_up_again(config);
+  RegisterAccess record = {0, 2, 1, 4, 0x300000, 5};
+  EXPECT_EQ(reg(&record), 0);
+  record.value = 6;
+  EXPECT_EQ(reg(&record), ENODEV);
+  EXPECT_EQ(peek(0x300000), 5u);
+  EXPECT_EQ(open(driver_node, O_RDWR), -1);
+  EXPECT_EQ(errno, ENOENT);
+}
+
 TEST_F(DriverDoorTest, PlannedFaultFailsTheNthRequest) {
   BoardConfig config;
   config.faults.driver.push_back({.request = 2, .error = EBUSY});

@@ -83,6 +83,21 @@ std::string run(uint64_t seed) {
   return text;
 }
 
+TEST(FaultPlan, NodeGoesBeforeARequest) {
+  FaultConfig config;
+  config.node_gone_at_request = 3;
+  FaultPlan plan(config);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_FALSE(plan.node_gone());
+    EXPECT_EQ(plan.driver_request(1), 0);
+  }
+  EXPECT_TRUE(plan.node_gone());
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(plan.driver_request(0x10), ENODEV);
+  config.node_gone_at_request = 1;
+  EXPECT_TRUE(FaultPlan(config).node_gone()) << "never there";
+  EXPECT_FALSE(FaultPlan(FaultConfig()).node_gone());
+}
+
 TEST(FaultPlan, SameSeedSameFaults) {
   EXPECT_EQ(run(7), run(7));
   EXPECT_NE(run(7), run(8));
