@@ -377,7 +377,7 @@ TEST_F(TrappedMemoryTest, PartialMappingsAndSeveralAtATime) {
 }
 
 TEST_F(TrappedMemoryTest, ProtectionAndTheEndHold) {
-  uint8_t* const constant = map(page_size, PROT_READ);
+  uint8_t* const constant = map(2 * page_size, PROT_READ);
   EXPECT_EQ(*reinterpret_cast<volatile uint8_t*>(constant), 0x81u);
   EXPECT_EXIT(*reinterpret_cast<volatile uint8_t*>(constant) = 1,
               ::testing::KilledBySignal(SIGSEGV), "");
