@@ -71,6 +71,21 @@ TEST_F(ZvgsimProgram, RunMapsTheApertures) {
   EXPECT_EQ(finished.out, "register 0xabcd\n");
 }
 
+#ifdef __x86_64__
+TEST_F(ZvgsimProgram, MappedRegistersAreLiveForThreadsAndChildren) {
+  const std::string trace = (folder_ / "trace").string();
+  const Finished finished = run_program({zvgsim, "run", "--trace", trace, "--", visitor, "live"});
+  EXPECT_EQ(finished.status, 0) << finished.err;
+  EXPECT_EQ(finished.out,
+            "a fault of its own, then 0x0\na fault of its own, then 0x0\n"
+            "counted 600, children wrote 3\n");
+  const std::string text = text_of(trace);
+  EXPECT_THAT(text, HasSubstr("r4 mmio 0x300000 0x0\n"));
+  EXPECT_THAT(text, HasSubstr("w4 mmio 0x300014 0x1\n"));
+  EXPECT_THAT(text, HasSubstr("w4 mmio 0x300004 0x258\n"));
+}
+#endif
+
 TEST_F(ZvgsimProgram, RunEndsWithTheProgramsStatus) {
   EXPECT_EQ(run_program({zvgsim, "run", "--", visitor, "exit", "0"}).status, 0);
   EXPECT_EQ(run_program({zvgsim, "run", "--", visitor, "exit", "37"}).status, 37);
