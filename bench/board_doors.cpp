@@ -1,5 +1,6 @@
 // What one register read costs on the virtual board, through each of its doors in process: a
-// request that is answered by a call, a load that faults and is stepped over, a frame and its reply.
+// request that is answered by a call, a load that faults and is stepped over, a frame and its
+// reply.
 #include <benchmark/benchmark.h>
 
 #include "board/machine.h"

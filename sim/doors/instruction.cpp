@@ -174,8 +174,8 @@ bool is_bound_to_place(const Opcode& opcode) {
 
 bool has_mask(const Opcode& opcode) {
   if (opcode.encoding == Encoding::evex) return true;
-  const bool moves_masked = (opcode.code >= 0x2C && opcode.code <= 0x2F) || opcode.code == 0x8C ||
-                            opcode.code == 0x8E;
+  const bool moves_masked =
+      (opcode.code >= 0x2C && opcode.code <= 0x2F) || opcode.code == 0x8C || opcode.code == 0x8E;
   if (opcode.encoding == Encoding::vex && opcode.map == 2) return moves_masked;
   return opcode.map == 1 && opcode.code == 0xF7;  // maskmovdqu
 }

@@ -99,11 +99,11 @@ struct Operand {
 };
 
 enum class Stage : uint8_t {
-  writes,          // on a page that cannot be written
-  extent,          // against the end of a page
-  filling,         // what comes out of one filling
-  other_filling,   // and of another
-  run,             // for good
+  writes,         // on a page that cannot be written
+  extent,         // against the end of a page
+  filling,        // what comes out of one filling
+  other_filling,  // and of another
+  run,            // for good
 };
 
 // Pages of its own for one instruction at a time, and all that is to be known about it meanwhile.
@@ -380,16 +380,15 @@ void arm(Window& window, ucontext_t& context) {
   for (const int signal : {SIGSEGV, SIGTRAP, SIGBUS, SIGFPE, SIGILL}) sigdelset(&mask, signal);
   memcpy(&context.uc_sigmask, &mask, sizeof window.mask);
   const bool moves = window.moved.shadow != nullptr;
-  set_segment_base(
-      moves ? reinterpret_cast<uintptr_t>(window.moved.shadow) - window.moved.address : 0);
+  set_segment_base(moves ? reinterpret_cast<uintptr_t>(window.moved.shadow) - window.moved.address
+                         : 0);
   memcpy(context.uc_mcontext.fpregs, window.floating_state, window.floating_size);
 }
 
 void fill(Window& window) {
   for (size_t i = 0; i < max_width; ++i) {
     const auto byte = static_cast<uint8_t>(0x5B + 0x25 * i);
-    window.moved.shadow[i] =
-        window.stage == Stage::filling ? byte : static_cast<uint8_t>(~byte);
+    window.moved.shadow[i] = window.stage == Stage::filling ? byte : static_cast<uint8_t>(~byte);
   }
 }
 
@@ -463,8 +462,7 @@ bool refuse(Window& window, const Fault& fault) {
 }
 
 bool allowed(const Operand& operand) {
-  const int needed =
-      (operand.use.load ? PROT_READ : 0) | (operand.use.store ? PROT_WRITE : 0);
+  const int needed = (operand.use.load ? PROT_READ : 0) | (operand.use.store ? PROT_WRITE : 0);
   return (operand.range.protection & needed) == needed &&
          operand.use.width <= operand.range.end - operand.address;
 }
@@ -479,8 +477,8 @@ bool run(Window& window, const Fault& fault) {
   if (window.destination.there()) {
     if (!allowed(window.destination)) return give_up(window, fault);
     window.destination.shadow = data + destination_room + window.destination.address % max_width;
-    window.rdi_shift = static_cast<greg_t>(
-        reinterpret_cast<uintptr_t>(window.destination.shadow) - window.destination.address);
+    window.rdi_shift = static_cast<greg_t>(reinterpret_cast<uintptr_t>(window.destination.shadow) -
+                                           window.destination.address);
   }
   call_on_program_stack(ask_model, window, fault.context);
   arm(window, fault.context);
@@ -586,8 +584,7 @@ bool step_failed(Window& window, const Fault& fault) {
     try_out(window, Stage::extent, fault.context);
     return true;
   }
-  if (window.stage == Stage::extent &&
-      (!somewhere || window.holds(address, Window::above_data))) {
+  if (window.stage == Stage::extent && (!somewhere || window.holds(address, Window::above_data))) {
     if (++window.attempt == std::size(widths)) return refuse(window, fault);
     try_out(window, Stage::extent, fault.context);
     return true;
@@ -654,8 +651,8 @@ void* map_trapped(void* address, size_t length, int protection, int flags, Acces
   // Of the caller's flags those that choose the place.
   const int place = flags & (MAP_FIXED | MAP_FIXED_NOREPLACE | MAP_32BIT);
   const QuietScope quiet;
-  void* const memory = mmap(address, length, PROT_NONE,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | place, -1, 0);
+  void* const memory =
+      mmap(address, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | place, -1, 0);
   if (memory == MAP_FAILED) return MAP_FAILED;
   const auto begin = reinterpret_cast<uintptr_t>(memory);
   const uintptr_t end = begin + (length + page_size - 1) / page_size * page_size;

@@ -39,8 +39,8 @@ class AccessModel {
 bool can_trap_memory();
 
 // Maps memory as mmap() does with address, length, protection and flags; its first byte is at
-// offset of the model, which outlives the mapping. Takes SIGSEGV and SIGTRAP over (fault_signals.h).
-// REQUIRES: can_trap_memory().
+// offset of the model, which outlives the mapping. Takes SIGSEGV and SIGTRAP over
+// (fault_signals.h). REQUIRES: can_trap_memory().
 void* map_trapped(void* address, size_t length, int protection, int flags, AccessModel& model,
                   uint64_t offset);
 

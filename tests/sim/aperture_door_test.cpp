@@ -3,14 +3,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gmock/gmock.h>
-
-#include "support/capture.h"
 #include "support/board_fixture.h"
+#include "support/capture.h"
 
 namespace zvgsim {
 namespace {

@@ -26,7 +26,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
-using ::testing::HasSubstr;
 
 constexpr size_t page_size = 4096;
 constexpr size_t mapped_pages = 4;
@@ -158,15 +157,15 @@ TEST_F(TrappedMemoryTest, UnalignedAccessesStayWhole) {
 }
 
 // One line of assembly each, on rdi = the memory at 0x20 and rax = 0x1122334455667788.
-#define ON_MEMORY(text)                                                                   \
-  [](uint8_t* address, uint64_t* rax, uint64_t* rcx, uint64_t* flags) {                   \
-    uint64_t rdi = reinterpret_cast<uint64_t>(address), a = *rax, c = *rcx, f = 0;        \
-    asm volatile(text "\n\tpushfq\n\tpopq %3"                                             \
-                 : "+a"(a), "+c"(c), "+D"(rdi), "=r"(f)                                   \
-                 :                                                                        \
-                 : "rbx", "rdx", "rsi", "r8", "r9", "memory", "cc", "xmm0", "xmm1");      \
-    *rax = a, *rcx = c, *flags = f & 0x8C5;                                               \
-    return rdi - reinterpret_cast<uint64_t>(address);                                     \
+#define ON_MEMORY(text)                                                              \
+  [](uint8_t* address, uint64_t* rax, uint64_t* rcx, uint64_t* flags) {              \
+    uint64_t rdi = reinterpret_cast<uint64_t>(address), a = *rax, c = *rcx, f = 0;   \
+    asm volatile(text "\n\tpushfq\n\tpopq %3"                                        \
+                 : "+a"(a), "+c"(c), "+D"(rdi), "=r"(f)                              \
+                 :                                                                   \
+                 : "rbx", "rdx", "rsi", "r8", "r9", "memory", "cc", "xmm0", "xmm1"); \
+    *rax = a, *rcx = c, *flags = f & 0x8C5;                                          \
+    return rdi - reinterpret_cast<uint64_t>(address);                                \
   }
 
 struct Form {
@@ -194,18 +193,21 @@ const Form forms[] = {
     {"add", ON_MEMORY("addl $5, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xa4a3a2a6"}},
     {"or nothing", ON_MEMORY("orl $0, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xa4a3a2a1"}},
     {"and nothing", ON_MEMORY("andw $0, (%%rdi)"), {"r2 0x20 0xa2a1", "w2 0x20 0x0"}},
-    {"or everything", ON_MEMORY("orq $-1, (%%rdi)"),
+    {"or everything",
+     ON_MEMORY("orq $-1, (%%rdi)"),
      {"r8 0x20 0xa8a7a6a5a4a3a2a1", "w8 0x20 0xffffffffffffffff"}},
-    {"shift out", ON_MEMORY("movb $9, %%cl\n\tshlb %%cl, (%%rdi)"),
+    {"shift out",
+     ON_MEMORY("movb $9, %%cl\n\tshlb %%cl, (%%rdi)"),
      {"r1 0x20 0xa1", "w1 0x20 0x0"}},
     {"not", ON_MEMORY("notb (%%rdi)"), {"r1 0x20 0xa1", "w1 0x20 0x5e"}},
-    {"inc", ON_MEMORY("incq (%%rdi)"),
+    {"inc",
+     ON_MEMORY("incq (%%rdi)"),
      {"r8 0x20 0xa8a7a6a5a4a3a2a1", "w8 0x20 0xa8a7a6a5a4a3a2a2"}},
     {"lock inc", ON_MEMORY("lock incw (%%rdi)"), {"r2 0x20 0xa2a1", "w2 0x20 0xa2a2"}},
     {"xchg", ON_MEMORY("xchgl %%eax, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0x55667788"}},
-    {"xadd", ON_MEMORY("lock xaddl %%eax, (%%rdi)"),
-     {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xfa0a1a29"}},
-    {"cmpxchg", ON_MEMORY("lock cmpxchgl %%ecx, (%%rdi)"),
+    {"xadd", ON_MEMORY("lock xaddl %%eax, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xfa0a1a29"}},
+    {"cmpxchg",
+     ON_MEMORY("lock cmpxchgl %%ecx, (%%rdi)"),
      {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xa4a3a2a1"}},
     {"bts", ON_MEMORY("btsl $3, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xa4a3a2a9"}},
     {"lock bts", ON_MEMORY("lock btsl $3, (%%rdi)"), {"r4 0x20 0xa4a3a2a1", "w4 0x20 0xa4a3a2a9"}},
@@ -213,13 +215,18 @@ const Form forms[] = {
     {"store of a constant", ON_MEMORY("movq $-2, (%%rdi)"), {"w8 0x20 0xfffffffffffffffe"}},
     {"into the pointer", ON_MEMORY("movl (%%rdi), %%edi"), {"r4 0x20 0xa4a3a2a1"}},
     {"into the pointer's half", ON_MEMORY("movw (%%rdi), %%di"), {"r2 0x20 0xa2a1"}},
-    {"added to the pointer", ON_MEMORY("addq (%%rdi), %%rdi\n\ttestq %%rax, %%rax"), {"r8 0x20 0xa8a7a6a5a4a3a2a1"}},
-    {"scaled index", ON_MEMORY("movl $3, %%ecx\n\tmovl 4(%%rdi,%%rcx,8), %%eax"),
+    {"added to the pointer",
+     ON_MEMORY("addq (%%rdi), %%rdi\n\ttestq %%rax, %%rax"),
+     {"r8 0x20 0xa8a7a6a5a4a3a2a1"}},
+    {"scaled index",
+     ON_MEMORY("movl $3, %%ecx\n\tmovl 4(%%rdi,%%rcx,8), %%eax"),
      {"r4 0x3c 0xc0bfbebd"}},
     {"pointer as the index",
-     ON_MEMORY("movl $8, %%ecx\n\tmovl (%%rcx,%%rdi), %%eax"), {"r4 0x28 0xacabaaa9"}},
+     ON_MEMORY("movl $8, %%ecx\n\tmovl (%%rcx,%%rdi), %%eax"),
+     {"r4 0x28 0xacabaaa9"}},
     {"two halves",
-     ON_MEMORY("movq %%rdi, %%rcx\n\tshrq $1, %%rcx\n\tmovl (,%%rcx,2), %%eax\n\txorl %%ecx, %%ecx"),
+     ON_MEMORY(
+         "movq %%rdi, %%rcx\n\tshrq $1, %%rcx\n\tmovl (,%%rcx,2), %%eax\n\txorl %%ecx, %%ecx"),
      {"r4 0x20 0xa4a3a2a1"}},
     {"below", ON_MEMORY("movl -16(%%rdi), %%eax"), {"r4 0x10 0x94939291"}},
     {"frame pointer",
@@ -227,26 +234,35 @@ const Form forms[] = {
      {"r4 0x24 0xa8a7a6a5"}},
     {"push", ON_MEMORY("pushq (%%rdi)\n\tpopq %%rax"), {"r8 0x20 0xa8a7a6a5a4a3a2a1"}},
     {"pop", ON_MEMORY("pushq %%rax\n\tpopq (%%rdi)"), {"w8 0x20 0x1122334455667788"}},
-    {"xlat", ON_MEMORY("pushq %%rbx\n\tmovq %%rdi, %%rbx\n\tmovb $4, %%al\n\txlatb\n\tpopq %%rbx"),
+    {"xlat",
+     ON_MEMORY("pushq %%rbx\n\tmovq %%rdi, %%rbx\n\tmovb $4, %%al\n\txlatb\n\tpopq %%rbx"),
      {"r1 0x24 0xa5"}},
-    {"SSE, load", ON_MEMORY("movaps (%%rdi), %%xmm0\n\tmovq %%xmm0, %%rax"),
+    {"SSE, load",
+     ON_MEMORY("movaps (%%rdi), %%xmm0\n\tmovq %%xmm0, %%rax"),
      {"r8 0x20 0xa8a7a6a5a4a3a2a1", "r8 0x28 0xb0afaeadacabaaa9"}},
-    {"SSE, store", ON_MEMORY("movq %%rax, %%xmm0\n\tpunpcklqdq %%xmm0, %%xmm0\n\tmovaps %%xmm0, (%%rdi)"),
+    {"SSE, store",
+     ON_MEMORY("movq %%rax, %%xmm0\n\tpunpcklqdq %%xmm0, %%xmm0\n\tmovaps %%xmm0, (%%rdi)"),
      {"w8 0x20 0x1122334455667788", "w8 0x28 0x1122334455667788"}},
-    {"SSE, unaligned", ON_MEMORY("movups 1(%%rdi), %%xmm0\n\tmovq %%xmm0, %%rax"),
+    {"SSE, unaligned",
+     ON_MEMORY("movups 1(%%rdi), %%xmm0\n\tmovq %%xmm0, %%rax"),
      {"r8 0x21 0xa9a8a7a6a5a4a3a2", "r8 0x29 0xb1b0afaeadacabaa"}},
-    {"SSE, scalar", ON_MEMORY("movss (%%rdi), %%xmm0\n\tmovd %%xmm0, %%eax"),
+    {"SSE, scalar",
+     ON_MEMORY("movss (%%rdi), %%xmm0\n\tmovd %%xmm0, %%eax"),
      {"r4 0x20 0xa4a3a2a1"}},
     {"x87, store", ON_MEMORY("fld1\n\tfstpl (%%rdi)"), {"w8 0x20 0x3ff0000000000000"}},
-    {"x87, ten bytes", ON_MEMORY("fld1\n\tfstpt (%%rdi)"),
+    {"x87, ten bytes",
+     ON_MEMORY("fld1\n\tfstpt (%%rdi)"),
      {"w8 0x20 0x8000000000000000", "w2 0x28 0x3fff"}},
     {"stos", ON_MEMORY("stosl"), {"w4 0x20 0x55667788"}},
     {"stos, backwards", ON_MEMORY("std\n\tstosw\n\tcld"), {"w2 0x20 0x7788"}},
-    {"rep stos", ON_MEMORY("movl $3, %%ecx\n\trep stosb"),
+    {"rep stos",
+     ON_MEMORY("movl $3, %%ecx\n\trep stosb"),
      {"w1 0x20 0x88", "w1 0x21 0x88", "w1 0x22 0x88"}},
-    {"lods", ON_MEMORY("movq %%rdi, %%rsi\n\tlodsq\n\tmovq %%rsi, %%rdi"),
+    {"lods",
+     ON_MEMORY("movq %%rdi, %%rsi\n\tlodsq\n\tmovq %%rsi, %%rdi"),
      {"r8 0x20 0xa8a7a6a5a4a3a2a1"}},
-    {"scas", ON_MEMORY("movl $4, %%ecx\n\tmovb $0xA2, %%al\n\trepne scasb"),
+    {"scas",
+     ON_MEMORY("movl $4, %%ecx\n\tmovb $0xA2, %%al\n\trepne scasb"),
      {"r1 0x20 0xa1", "r1 0x21 0xa2"}},
     {"rep movs from",
      ON_MEMORY("movq %%rdi, %%rsi\n\tsubq $256, %%rsp\n\tmovq %%rsp, %%rdi\n\tmovl $2, %%ecx\n\t"
@@ -256,10 +272,12 @@ const Form forms[] = {
      ON_MEMORY("subq $128, %%rsp\n\tpushq %%rax\n\tmovq %%rsp, %%rsi\n\tmovsw\n\t"
                "addq $136, %%rsp"),
      {"w2 0x20 0x7788"}},
-    {"movs within", ON_MEMORY("movq %%rdi, %%rsi\n\tleaq 64(%%rdi), %%rdi\n\trep movsq"),
+    {"movs within",
+     ON_MEMORY("movq %%rdi, %%rsi\n\tleaq 64(%%rdi), %%rdi\n\trep movsq"),
      {"r8 0x20 0xa8a7a6a5a4a3a2a1", "w8 0x60 0xa8a7a6a5a4a3a2a1", "r8 0x28 0xb0afaeadacabaaa9",
       "w8 0x68 0xb0afaeadacabaaa9"}},
-    {"cmps within", ON_MEMORY("movq %%rdi, %%rsi\n\tleaq 2(%%rdi), %%rdi\n\tcmpsb"),
+    {"cmps within",
+     ON_MEMORY("movq %%rdi, %%rsi\n\tleaq 2(%%rdi), %%rdi\n\tcmpsb"),
      {"r1 0x20 0xa1", "r1 0x22 0xa3"}},
 };
 
@@ -315,10 +333,11 @@ TEST_F(TrappedMemoryTest, WideVectorsAreQuadsInAscendingOrder) {
   if (!__builtin_cpu_supports("avx")) GTEST_SKIP() << "no AVX";
   alignas(32) uint64_t out[4];
   for (int round = 0; round < 2; ++round) {
-    asm volatile("vmovdqa (%0), %%ymm0\n\tvmovdqu %%ymm0, (%1)\n\tvmovdqu %%ymm0, 0x41(%0)\n\tvzeroupper"
-                 :
-                 : "r"(memory_), "r"(out)
-                 : "memory", "xmm0");
+    asm volatile(
+        "vmovdqa (%0), %%ymm0\n\tvmovdqu %%ymm0, (%1)\n\tvmovdqu %%ymm0, 0x41(%0)\n\tvzeroupper"
+        :
+        : "r"(memory_), "r"(out)
+        : "memory", "xmm0");
     EXPECT_EQ(out[3], 0xA09F9E9D9C9B9A99u);
     EXPECT_THAT(model_.take(),
                 ElementsAre("r8 0x0 0x8887868584838281", "r8 0x8 0x908f8e8d8c8b8a89",
@@ -340,8 +359,8 @@ TEST_F(TrappedMemoryTest, VectorRegistersSurviveTrials) {
 
 // The same place in the code, with another instruction at it.
 TEST_F(TrappedMemoryTest, CodeMayChange) {
-  auto* const code = static_cast<uint8_t*>(mmap(nullptr, page_size, PROT_READ | PROT_WRITE | PROT_EXEC,
-                                                MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+  auto* const code = static_cast<uint8_t*>(mmap(
+      nullptr, page_size, PROT_READ | PROT_WRITE | PROT_EXEC, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
   ASSERT_NE(code, MAP_FAILED);
   const auto run = [&](std::initializer_list<uint8_t> bytes) {
     // At the very end of what can be executed, too.
@@ -425,8 +444,7 @@ void on_fault_do(void (*handler)(int, siginfo_t*, void*), int flags = 0) {
 
 // A page without access that nobody answers for.
 volatile int* nowhere() {
-  static void* const page =
-      mmap(nullptr, page_size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  static void* const page = mmap(nullptr, page_size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   return static_cast<volatile int*>(page);
 }
 
