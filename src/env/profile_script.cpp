@@ -184,8 +184,9 @@ void list() {
         printf(" %s COMBINED", em_dashes);
       } else if (strcmp(value, "B") == 0) {
         printf(" %s BALANCE", em_dashes);
-      } else if (strlen(value) > 2) {
-        printf(" %s INDEPENDENT for %c", em_dashes, value[2]);  // the core after "1:"
+      } else {
+        printf(" %s INDEPENDENT for ", em_dashes);
+        if (strlen(value) > 2) putchar(value[2]);  // the core after "1:"
       }
     }
     putchar('\n');

@@ -233,9 +233,18 @@ TEST_F(Menu, ListNamesTheSettings) {
 }
 
 TEST_F(Menu, ListPassesOverLinesOfAnotherForm) {
-  host_.write_script("\nexport\nexport A\nexport A=1\nexport VIV_MGPU_AFFINITY=\nexport X_Y\n");
+  host_.write_script("\nexport\nexport A\nexport A=1\nexport X_Y\n");
   EXPECT_EQ(run("env 4"), 0);
-  EXPECT_EQ(out_, "The open function :\n+\u2014\u2014 MGPU\n+\u2014\u2014 Y\n");
+  EXPECT_EQ(out_, "The open function :\n+\u2014\u2014 Y\n");
+}
+
+TEST_F(Menu, ListCallsEveryOtherAffinityIndependent) {
+  for (const char* const affinity : {"", "1", "00", "BB", "b", "1:"}) {
+    host_.write_script(std::string("export VIV_MGPU_AFFINITY=") + affinity + "\n");
+    EXPECT_EQ(run("env 4"), 0);
+    EXPECT_EQ(out_, "The open function :\n+\u2014\u2014 MGPU \u2014\u2014 INDEPENDENT for \n")
+        << affinity;
+  }
 }
 
 TEST_F(Menu, ListReadsPiecesOf63Characters) {
