@@ -599,8 +599,8 @@ ZVG_API uint32_t zvgHdmiModeRead(uint32_t hdmi, uint32_t* mode);
  * register is addressed and the bus is not released.
  * Returns a code of zvgI2cErrString() (as an int): 0; -1 for a channel that is not there; -2 when
  * no device acknowledges the address, or a byte does not end within 3.3 s. In driver mode 4 for a
- * channel that is not there, else the driver's own code. Other bytes' acknowledges are not looked
- * at. Prints nothing.
+ * channel that is not there, else what zvgI2cOperate() returns. Other bytes' acknowledges are not
+ * looked at. Prints nothing, but for zvgI2cOperate() when the driver refuses the request.
  */
 ZVG_API uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
                             uint8_t* buf);
@@ -746,6 +746,8 @@ ZVG_API int zvg_mcu_handle(struct zvg_mcu_request* request);
  */
 ZVG_API void* mcu_i2c_get_edid(int first_selector, int second_selector, void* out,
                                uint32_t* length);
+
+/* ------------------------------------------------------------------------------------------- */
 /* DisplayPort: device records, registers and the AUX channel                                  */
 /* ------------------------------------------------------------------------------------------- */
 
