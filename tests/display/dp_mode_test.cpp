@@ -129,6 +129,19 @@ TEST_F(DpMode, SyncFlagsOfTheMiscellaneousOutput) {
   }
 }
 
+// The serial line is given the bus base with the address, on top of the one that it adds itself.
+TEST_F(DpMode, SyncFlagsOnTheSerialLine) {
+  node_.open_serial();
+  node_.bytes[0x10103CC] = 0x80;
+  vga_->misc = 0x40;
+  capture([&] { EXPECT_EQ(zvgDpCTLCfg(0), 0); });
+  const Log log = node_.take();
+  EXPECT_THAT(log, testing::Contains("r1 0x10103cc").Times(1));
+  EXPECT_THAT(log, testing::Not(testing::Contains("r1 0x103cc")));
+  EXPECT_EQ(left_in(0, 0x188), 2u);
+  EXPECT_EQ(left_in(0, 0x1C4), 13u);
+}
+
 TEST_F(DpMode, CopyPortOutOfRange) {
   auto output = capture([&] { EXPECT_EQ(zvgDpCTLCfg(4), -1); });
   EXPECT_EQ(output.out, "channel 4 is out of range\n");
