@@ -1,7 +1,6 @@
 #include "flash/spi_controller.h"
 
 #include <stdio.h>
-#include <unistd.h>
 
 #include "core/connection.h"
 #include "core/poll.h"
@@ -10,13 +9,11 @@ namespace zvg::flash {
 
 namespace {
 
-constexpr int looks = 22;
-constexpr useconds_t look_step_us = 10;
+constexpr int look_repeats = 21;
 
 constexpr uint32_t status_busy = 0x01;
 constexpr uint32_t status_received = 0x08;
 constexpr uint32_t status_receive_full = 0x10;
-constexpr uint32_t status_sent_and_idle = 6;
 
 // In the clock block of an RQ302.
 constexpr uint32_t clock_gate = 0x30;
@@ -27,7 +24,7 @@ uint32_t address_of(Register reg) { return zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + 
 bool is_there(Awaited awaited, uint32_t value) {
   switch (awaited) {
     case Awaited::sent:
-      return value == status_sent_and_idle;
+      return value == sent_and_idle;
     case Awaited::received:
       return (value & status_received) != 0;
     case Awaited::chunk:
@@ -63,9 +60,9 @@ void send(std::initializer_list<uint32_t> frames) {
 }
 
 bool wait_for(Awaited awaited) {
-  return core::poll_every(
-      looks, core::LastWait::left_out, [] { usleep(look_step_us); },
-      [awaited] { return is_there(awaited, read(status)); });
+  return core::poll_after_sleep(
+      look_repeats, look_step_us, core::LastMatch::counts, [] { return read(status); },
+      [awaited](uint32_t value) { return is_there(awaited, value); });
 }
 
 bool command(std::initializer_list<uint32_t> frames) {

@@ -3,6 +3,7 @@
 #define ZVG_FLASH_SPI_CONTROLLER_H
 
 #include <stdint.h>
+#include <sys/types.h>
 
 #include <initializer_list>
 #include <utility>
@@ -65,6 +66,8 @@ enum Opcode : uint32_t {
 constexpr uint32_t divider = 4;
 constexpr uint32_t all_interrupts = 0x3F;
 constexpr uint32_t deepest_threshold = 255;
+constexpr uint32_t sent_and_idle = 6;  // all of the status, after a command
+constexpr useconds_t look_step_us = 10;
 
 // Flash status registers.
 constexpr uint32_t flash_busy = 0x01;      // in register 1
@@ -87,7 +90,8 @@ uint32_t read(Register reg);
 void queue(std::initializer_list<uint32_t> frames);
 void send(std::initializer_list<uint32_t> frames);
 
-// At most 22 looks, 10 us apart. Returns whether it came to pass.
+// Looks once; then looks again and sleeps 10 us, 21 times at most. The sleep follows the look, so
+// that what the second look finds has cost a sleep, too. Returns whether it came to pass.
 bool wait_for(Awaited awaited);
 
 // The same for a command: sends, and waits until it is out.

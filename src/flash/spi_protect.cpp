@@ -9,8 +9,6 @@ using namespace zvg::flash;
 
 namespace {
 
-constexpr uint32_t sent_and_idle = 6;
-
 void begin() {
   zvgSpiExitCrmMode();
   write({{enable, 0}, {control, bytes_transmit}, {enable, 1}, {data, write_enable}});
@@ -31,7 +29,10 @@ int finish(uint32_t status_1, const char* success, const char* error) {
 int zvgSpiProtect(void) {
   begin();
   // A flash without protection is not left behind: this wait has no end.
-  while (read(status) != sent_and_idle) usleep(10);
+  for (uint32_t value = read(status); value != sent_and_idle;) {
+    value = read(status);
+    usleep(look_step_us);
+  }
   return finish(flash_protected, "SPI protect ok!", "SPI PROTECT ERROR");
 }
 

@@ -449,6 +449,9 @@ TEST_F(SpiModify, ProtectWaitsForEverAndUnprotectDoesNot) {
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiProtect(), 0); }), "SPI protect ok!\n");
   const Log log = take();
   EXPECT_EQ(std::count(log.begin(), log.end(), "usleep 10"), 1000);
+  // As in a bounded poll, the sleep comes after the look that it belongs to.
+  EXPECT_THAT(Log(log.begin() + 5, log.begin() + 8),
+              ElementsAreArray(Log{r(status), r(status), "usleep 10"}));
   status_reads_ = 0;
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiUnprotect(), -1); }), "SPI UNPROTECT ERROR\n");
   EXPECT_EQ(status_reads_, 22u);
