@@ -1253,6 +1253,7 @@ ZVG_API int board_info_image_handle(struct board_info_edid_request* target);
 /*
  * Stores an EDID for an output. data: size bytes, 448 at the most. Returns 0 or -1. The slots are
  * no whole sectors, which zvgSpiErase() refuses: it prints its two lines, and -1 is returned.
+ * Without memory for the first entry of an empty chain: "Failed to malloc header h1.".
  */
 ZVG_API int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t size);
 

@@ -71,31 +71,34 @@ board_info_entry* find(uint32_t output) {
   }
 }
 
-int write_edid(board_info_entry* entry, uint32_t output, const uint16_t* bytes, uint32_t size) {
-  const uint16_t checksum = negated_sum(bytes, size / 2);
-  uint32_t address = area_begin;
-  if (entry != nullptr) {
-    if (!in_area(entry->address)) return -1;
-    if (is_edid_of(*entry, output)) {
-      entry->checksum = checksum;  // the size stays what it was
-      return write_slot(entry->address, slot_size, *entry, bytes, size);
-    }
-    // The slot behind the last one, as an offset from the area's begin: the low half of the last
-    // one's address, for every slot that there is.
-    entry->next = static_cast<uint16_t>(entry->address);
-    uint32_t header[header_size / 4];
-    memcpy(header, entry, sizeof header);
-    if (replace(entry->address, header_size, header, sizeof header) != 0) return -1;
-    address = entry->address + slot_size;
-  }
-  board_info_entry added = {};
-  added.magic = record_magic;
-  added.type = edid_type;
-  added.id = static_cast<uint16_t>(output);
-  added.data_offset = header_size;
-  added.data_size = static_cast<uint16_t>(size);
-  added.checksum = checksum;
-  return write_slot(address, header_size, added, bytes, size);
+// A new entry, built in the memory of a header that is done with.
+int add_edid(board_info_entry* header, uint32_t address, uint32_t output, const uint16_t* bytes,
+             uint32_t size) {
+  memset(header, 0, header_size);
+  header->magic = record_magic;
+  header->type = edid_type;
+  header->id = static_cast<uint16_t>(output);
+  header->data_offset = header_size;
+  header->data_size = static_cast<uint16_t>(size);
+  header->checksum = negated_sum(bytes, size / 2);
+  return write_slot(address, header_size, *header, bytes, size);
+}
+
+// Behind the chain's last entry, which learns of it first.
+int append_edid(board_info_entry* last, uint32_t output, const uint16_t* bytes, uint32_t size) {
+  // The slot behind the last one, as an offset from the area's begin: the low half of the last
+  // one's address, for every slot that there is.
+  last->next = static_cast<uint16_t>(last->address);
+  uint32_t header[header_size / 4];
+  memcpy(header, last, sizeof header);
+  if (replace(last->address, header_size, header, sizeof header) != 0) return -1;
+  return add_edid(last, last->address + slot_size, output, bytes, size);
+}
+
+// In the place of the one that the output has.
+int change_edid(board_info_entry* entry, const uint16_t* bytes, uint32_t size) {
+  entry->checksum = negated_sum(bytes, size / 2);  // the size stays what it was
+  return write_slot(entry->address, slot_size, *entry, bytes, size);
 }
 
 }  // namespace
@@ -148,8 +151,19 @@ int board_info_image_handle(struct board_info_edid_request* target) {
 
 int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t size) {
   if (size > slot_size - header_size) return -1;
-  board_info_entry* const entry = find(output);
-  const int result = write_edid(entry, output, data, size);
+  board_info_entry* entry = find(output);
+  int result = -1;
+  if (entry == nullptr) {
+    entry = static_cast<board_info_entry*>(allocate(sizeof(board_info_entry)));
+    if (entry == nullptr) {
+      puts("Failed to malloc header h1.");
+      return -1;
+    }
+    result = add_edid(entry, area_begin, output, data, size);
+  } else if (in_area(entry->address)) {
+    result = is_edid_of(*entry, output) ? change_edid(entry, data, size)
+                                        : append_edid(entry, output, data, size);
+  }
   release(entry);
   return result;
 }

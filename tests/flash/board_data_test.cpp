@@ -6,6 +6,26 @@
 #include "flash/flash_log.h"
 #include "support/capture.h"
 
+// The library's allocations come here, so that a test can refuse them. The sanitizer has an
+// allocator of its own, which must not be taken over.
+#if !defined(__SANITIZE_ADDRESS__)
+namespace {
+
+// From this size on there is no memory.
+size_t g_no_memory_from = SIZE_MAX;
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void* __libc_malloc(size_t);
+extern "C" __attribute__((visibility("default"))) void* malloc(size_t size) {
+  return size >= g_no_memory_from ? nullptr : __libc_malloc(size);
+}
+extern "C" __attribute__((visibility("default"))) void* __libc_calloc(size_t, size_t);
+extern "C" __attribute__((visibility("default"))) void* calloc(size_t count, size_t size) {
+  return count * size >= g_no_memory_from ? nullptr : __libc_calloc(count, size);
+}
+#endif
+
 namespace {
 
 using namespace zvgtest;
@@ -208,6 +228,28 @@ TEST_F(BoardData, AnEdidCannotBeStored) {
     EXPECT_EQ(std::count(sent_.begin(), sent_.end(), opcode), 0) << "no erase, no program";
   }
 }
+
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(BoardData, WithoutMemory) {
+  const auto printed_from = [](size_t size, const std::function<void()>& call) {
+    return capture([&] {
+             g_no_memory_from = size;
+             call();
+             g_no_memory_from = SIZE_MAX;
+           })
+        .out;
+  };
+  const uint16_t words[64] = {};
+  entry(area, 0x5044, 1, ramp(60000, 1), 0);
+  EXPECT_EQ(printed_from(0, [] { EXPECT_EQ(board_info_image_next(nullptr), nullptr); }),
+            "Failed to malloc header.\n");
+  EXPECT_EQ(printed_from(60000, [] { EXPECT_EQ(board_info_image_next(nullptr), nullptr); }),
+            "SPI READ 0x40 SUCCESS\nFailed to malloc data.\n");
+  // The walk finds nothing then, and the header of a first entry gets no memory either.
+  EXPECT_EQ(printed_from(0, [&] { EXPECT_EQ(board_info_image_write_edid(1, words, 128), -1); }),
+            "Failed to malloc header.\nFailed to malloc header h1.\n");
+}
+#endif
 
 TEST_F(BoardData, AnEntryOutsideTheAreaIsRefused) {
   entry(area, 0x1111, 9, ramp(4, 1), 0xFFFE);
