@@ -35,7 +35,6 @@ constexpr int inputs = 4;
 
 struct Results {
   int16_t input[inputs + 1];  // the supply last
-  bool valid;
 };
 
 SensingChip chip_at(uint32_t bus, uint32_t index) {
@@ -78,27 +77,30 @@ constexpr int16_t signed_code(uint16_t code) {
   return static_cast<int16_t>((code & 0x4000) != 0 ? code | 0x8000 : code & 0x7FFF);
 }
 
-int read_results(const SensingChip& chip, Results* results) {
+// Returns whether the inputs' results were read and are all fresh. What could not be read is 0.
+bool read_results(const SensingChip& chip, Results* results) {
+  *results = {};
   uint8_t bytes[results_size];
-  if (const int result = read(chip, results_register, bytes, sizeof bytes)) return result;
-  results->valid = true;
+  if (read(chip, results_register, bytes, sizeof bytes) != 0) return false;
+  bool valid = true;
   for (int i = 0; i <= inputs; ++i) {
     const int number = i + 1;  // the supply counts as V5
     const uint16_t code = big_endian(bytes + 2 * number);
     if ((code & result_valid) == 0) {
       printf("LTC2990 V%d=%x is not valid\n", number, code);
-      if (i < inputs) results->valid = false;
+      if (i < inputs) valid = false;
     }
     results->input[i] = signed_code(code);
   }
-  if (!results->valid) puts(invalid_voltage);
-  return 0;
+  return valid;
 }
 
 int run(uint32_t bus, uint32_t index, Mode mode, uint32_t wait, Results* results) {
   const SensingChip chip = chip_at(bus, index);
-  const int result = measure(chip, mode, wait != 0);
-  return result != 0 ? result : read_results(chip, results);
+  if (const int result = measure(chip, mode, wait != 0)) return result;
+  // Whatever the reading came to, the conversion is made.
+  if (!read_results(chip, results)) puts(invalid_voltage);
+  return 0;
 }
 
 double amperes(int16_t code, int milliohms) {

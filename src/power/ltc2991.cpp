@@ -101,23 +101,30 @@ bool take_code(const uint8_t* bytes, int number, uint16_t* code) {
   return false;
 }
 
-int read_results(const SensingChip& chip, Results* results) {
+// Returns whether the inputs' results were read and are all fresh. What could not be read is 0.
+bool read_results(const SensingChip& chip, Results* results) {
+  *results = {};
   uint8_t bytes[2 * inputs], supply[2];
-  if (const int result = chip.read(inputs_register, bytes, sizeof bytes)) return failed(result);
-  if (const int result = chip.read(supply_register, supply, sizeof supply)) return failed(result);
+  int result = chip.read(inputs_register, bytes, sizeof bytes);
+  if (result == 0) result = chip.read(supply_register, supply, sizeof supply);
+  if (result != 0) {
+    failed(result);
+    return false;
+  }
   bool valid = true;
   for (int i = 0; i < inputs; ++i) {
     if (!take_code(bytes + 2 * i, i, &results->input[i])) valid = false;
   }
   take_code(supply, 0, &results->supply);  // V0 stands for the supply, too
-  if (!valid) puts(invalid_voltage);
-  return 0;
+  return valid;
 }
 
 int run(uint32_t bus, uint32_t index, Mode mode, uint32_t wait, Results* results) {
   const SensingChip chip = {bus, first_address + index};
-  const int result = measure(chip, mode, wait != 0);
-  return result != 0 ? result : read_results(chip, results);
+  if (const int result = measure(chip, mode, wait != 0)) return result;
+  // Whatever the reading came to, the conversion is made.
+  if (!read_results(chip, results)) puts(invalid_voltage);
+  return 0;
 }
 
 double volts(uint16_t code) {

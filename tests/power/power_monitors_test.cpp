@@ -248,7 +248,7 @@ TEST_F(Ltc2990, AFailedTransferEndsTheCall) {
   const struct {
     unsigned transfer;
     std::string err;
-  } rows[] = {{1, i2c}, {4, i2c + timeout}, {5, i2c}};
+  } rows[] = {{1, i2c}, {4, i2c + timeout}};
   for (const auto& row : rows) {
     fail_transfer(row.transfer, -2);
     const auto output = capture([this] { EXPECT_EQ(volts(1), -2); });
@@ -263,6 +263,22 @@ TEST_F(Ltc2990, AFailedTransferEndsTheCall) {
     const auto output = capture([this] { EXPECT_EQ(volts(1), 0); });
     EXPECT_EQ(output.out + output.err, "");
   }
+}
+
+// Results that cannot be read count as 0 and do not end the call.
+TEST_F(Ltc2990, AFailedReadOfTheResultsGoesOn) {
+  inputs({0x8064, 0x8064, 0x8064, 0x8064}, 0x8064);
+  fail_transfer(5, -2);
+  const auto voltages = capture([this] { EXPECT_EQ(volts(1), 0); });
+  EXPECT_EQ(voltages.err, "error: i2c operation error (-2)\n");
+  EXPECT_EQ(voltages.out, invalid);
+  EXPECT_THAT(v_, ElementsAre(0.0f, 0.0f, 0.0f, 0.0f, 2.5f));
+  fail_transfer(5, -2);
+  const auto pairs = capture([this] { EXPECT_EQ(currents(1, 1, 1), 0); });
+  EXPECT_EQ(pairs.err, "error: i2c operation error (-2)\n");
+  EXPECT_EQ(pairs.out, invalid);
+  EXPECT_THAT(i_, ElementsAre(0.0f, 0.0f, 2.5f));
+  EXPECT_EQ(i2c_.transfers(), 5u);
 }
 
 TEST_F(Ltc2990, AFailedTransferInAWaitPrintsBoth) {
@@ -443,7 +459,7 @@ TEST_F(Ltc2991, ResultsNeverGetReady) {
 }
 
 TEST_F(Ltc2991, AFailedTransferEndsTheCall) {
-  for (unsigned transfer = 1; transfer <= 12; ++transfer) {
+  for (unsigned transfer = 1; transfer <= 10; ++transfer) {
     reg(1) = 0;
     fail_transfer(transfer, -2);
     const auto output = capture([this] { EXPECT_EQ(volts(1), -2); });
@@ -451,6 +467,24 @@ TEST_F(Ltc2991, AFailedTransferEndsTheCall) {
     EXPECT_EQ(output.err, "");
     EXPECT_EQ(i2c_.transfers(), transfer);
     EXPECT_THAT(v_, Each(untouched));
+  }
+}
+
+// Results that cannot be read count as 0 and do not end the call. The supply is not read after the
+// inputs failed.
+TEST_F(Ltc2991, AFailedReadOfTheResultsGoesOn) {
+  for (unsigned i = 0; i < 8; ++i) input(i, 0x8064);
+  for (const unsigned transfer : {11u, 12u}) {
+    fail_transfer(transfer, -2);
+    const auto voltages = capture([this] { EXPECT_EQ(volts(1), 0); });
+    EXPECT_EQ(voltages.out, std::string("error: i2c operation error (-2)\n") + invalid);
+    EXPECT_EQ(voltages.err, "");
+    EXPECT_EQ(i2c_.transfers(), transfer);
+    EXPECT_THAT(v_, ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 2.5f));
+    fail_transfer(transfer, -2);
+    const auto pairs = capture([this] { EXPECT_EQ(currents(1, 1, 1, 1, 1), 0); });
+    EXPECT_EQ(pairs.out, std::string("error: i2c operation error (-2)\n") + invalid);
+    EXPECT_THAT(i_, ElementsAre(0, 0, 0, 0, 2.5f));
   }
 }
 

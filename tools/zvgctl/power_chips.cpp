@@ -13,6 +13,7 @@
 
 #include "zvgctl/errors.h"
 #include "zvgctl/i2c.h"
+#include "zvgctl/library_messages.h"
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 
@@ -181,6 +182,18 @@ std::vector<Rail> measure_ina3221(const PowerMonitor& monitor) {
   return list;
 }
 
+std::vector<Rail> measure_chip(const PowerMonitor& monitor) {
+  switch (monitor.chip) {
+    case PowerChip::ltc2990:
+      return measure_ltc2990(monitor);
+    case PowerChip::ltc2991:
+      return measure_ltc2991(monitor);
+    case PowerChip::ina3221:
+      return measure_ina3221(monitor);
+  }
+  return {};
+}
+
 std::string default_name(const PowerMonitor& monitor) {
   return format("%s@%u:%02x", chip_name(monitor.chip), monitor.bus, monitor.address);
 }
@@ -275,15 +288,16 @@ std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
 }
 
 std::vector<Rail> measure(const PowerMonitor& monitor) {
-  switch (monitor.chip) {
-    case PowerChip::ltc2990:
-      return measure_ltc2990(monitor);
-    case PowerChip::ltc2991:
-      return measure_ltc2991(monitor);
-    case PowerChip::ina3221:
-      return measure_ina3221(monitor);
+  // Results that could not be read are zeros to the library, and no error.
+  const MessageTap errors({"error: i2c operation"});
+  const MessageTap lines({"error: i2c operation"}, {}, &stdout);
+  std::vector<Rail> list = measure_chip(monitor);
+  fflush(stdout);
+  if (errors.count() + lines.count() != 0) {
+    fail("%s on I2C bus %u, address 0x%02x: its results could not be read",
+         chip_name(monitor.chip), monitor.bus, monitor.address);
   }
-  return {};
+  return list;
 }
 
 }  // namespace zvgctl

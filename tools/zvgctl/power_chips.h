@@ -45,7 +45,8 @@ PowerMonitor parse_power_monitor(const std::string& text);
 // names none.
 std::vector<PowerMonitor> load_power_monitors(const std::string& path);
 
-// Measures once. Throws a Failure when the chip does not answer or does not get ready.
+// Measures once. Throws a Failure when the chip does not answer or does not get ready, and when its
+// results could not be read.
 std::vector<Rail> measure(const PowerMonitor& monitor);
 
 }  // namespace zvgctl
