@@ -15,7 +15,7 @@ target_compile_options(zvg_flags INTERFACE -Wall -Wextra -Werror)
 if(ZVG_SANITIZE)
   # Little of the instrumented code profits from more than -O1, and all of it takes longer to build.
   # What the checks add to the code makes GCC see uses of unset variables where there are none.
-  add_compile_options(-O1 -g1 -Wno-maybe-uninitialized
+  add_compile_options(-O1 -g1 $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()

@@ -66,7 +66,8 @@ void print_with(const char* format, const uint32_t* arguments) {
 template <size_t... index>
 void print_first(uint32_t count, const char* format, const uint32_t* arguments,
                  std::index_sequence<index...>) {
-  ((index + 1 == count && (print_with<index + 1>(format, arguments), true)) || ...);
+  static_cast<void>(
+      ((index + 1 == count && (print_with<index + 1>(format, arguments), true)) || ...));
 }
 
 }  // namespace
