@@ -214,4 +214,18 @@ TEST_F(DpDevice, InitTakesAnyPort) {
   EXPECT_EQ(touched.front(), 0x4E0000u + 0x1010C);
 }
 
+TEST_F(DpDevice, InitOfNoPortCountsAsSetUpToo) {
+  node_.quiet = true;
+  node_.on_read = [](uint64_t offset, uint64_t* value) {
+    *value = (offset & 0xFFFF) == 0x158 ? 0 : 1;
+    return true;
+  };
+  EXPECT_EQ(zvgDpInit(-1), 0);
+  const size_t accesses = node_.accesses;
+  uint32_t value = 0;
+  capture([&] { EXPECT_EQ(zvgDpPhyRead(0, 0, &value), 0); });
+  EXPECT_EQ(static_cast<int>(value), -22) << "port 0's record stayed empty";
+  EXPECT_EQ(node_.accesses, accesses);
+}
+
 }  // namespace
