@@ -136,6 +136,15 @@ TEST_F(Env, MissingScriptIsExplained) {
   EXPECT_EQ(folder_.files(), 0u);
 }
 
+TEST_F(Env, MissingFolderIsExplained) {
+  Setting nowhere = setting();
+  nowhere.environment.back().second = folder_.path("none");
+  const Result result = zvgtest::run(zvgctl_words("env clear"), nowhere);
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_EQ(result.err,
+            "zvgctl: there is no folder /etc/profile.d; create it first, as root\n");
+}
+
 TEST_F(Env, LongScriptIsLeftAlone) {
   for (const size_t size : {1024u, 4000u}) {
     const std::string content = gl + std::string(size - strlen(gl), '#');

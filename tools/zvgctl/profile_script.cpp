@@ -65,7 +65,7 @@ bool read_all(int fd, std::string* content) {
 }
 
 void sync_folder() {
-  const Descriptor folder("/etc/profile.d", O_RDONLY | O_DIRECTORY);
+  const Descriptor folder(profile_folder, O_RDONLY | O_DIRECTORY);
   if (folder.is_open()) fsync(folder.get());
 }
 
@@ -79,6 +79,7 @@ bool is_still_the_script(int fd) {
   if (error == ENOENT && !create) {
     fail("there is no %s; 'zvgctl env clear' creates it", profile_script_path);
   }
+  if (error == ENOENT) fail("there is no folder %s; create it first, as root", profile_folder);
   fail("cannot open %s: %s", profile_script_path, strerror(error));
 }
 

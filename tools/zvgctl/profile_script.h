@@ -9,6 +9,7 @@
 
 namespace zvgctl {
 
+inline constexpr char profile_folder[] = "/etc/profile.d";
 inline constexpr char profile_script_path[] = "/etc/profile.d/zvg_util_env.sh";
 
 // One program at a time edits the script. While it is being edited, a copy stands beside it; a copy
