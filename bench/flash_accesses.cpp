@@ -1,9 +1,6 @@
 // Counts what the flash service asks of the controller: register accesses per byte, next to the
 // least that the frame format allows. Nothing is timed. A count over its limit makes the program
 // exit with 1.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -13,6 +10,7 @@
 #include "board/board_config.h"
 #include "board/machine.h"
 #include "doors/mount_doors.h"
+#include "support/capture.h"
 #include "util_zvg.h"
 
 namespace {
@@ -34,28 +32,6 @@ struct Count {
   fprintf(stderr, "flash_accesses: %s\n", what.c_str());
   exit(1);
 }
-
-// The library tells on standard output how it went; here its results do.
-class Quiet {
- public:
-  Quiet() {
-    fflush(stdout);
-    saved_ = dup(STDOUT_FILENO);
-    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(null, STDOUT_FILENO);
-    close(null);
-  }
-  ~Quiet() {
-    fflush(stdout);
-    dup2(saved_, STDOUT_FILENO);
-    close(saved_);
-  }
-  Quiet(const Quiet&) = delete;
-  Quiet& operator=(const Quiet&) = delete;
-
- private:
-  int saved_;
-};
 
 // No byte of it is zero: the library's comparison would end there.
 std::vector<uint32_t> make_image() {
@@ -128,10 +104,10 @@ class FlashCounter {
 
   // Returns how many accesses the call makes.
   double run(const std::function<int()>& call) {
-    const Quiet quiet;
+    int result = 0;
     machine_.trace().clear();
     machine_.trace().start();
-    const int result = call();
+    zvgtest::capture([&] { result = call(); });
     machine_.trace().stop();
     if (result != 0) give_up("a call returned " + std::to_string(result));
     return static_cast<double>(machine_.trace().entries().size());
