@@ -13,11 +13,14 @@ namespace zvgsim {
 
 namespace {
 
+// Programs take real-time signals from SIGRTMIN on, so that two near the last are most likely free.
+constexpr int last_real_time_signal = 64;
 struct Stand {
   int signal;
   int stand_in;  // in the kernel's masks
 };
-const Stand stands[] = {{SIGSEGV, 63}, {SIGTRAP, 62}};
+constexpr Stand stands[] = {{SIGSEGV, last_real_time_signal - 1},
+                            {SIGTRAP, last_real_time_signal - 2}};
 
 const Stand* stand_of(int signal) {
   for (const Stand& stand : stands) {
