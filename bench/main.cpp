@@ -43,14 +43,10 @@ struct Comparison {
 };
 
 constexpr Comparison comparisons[] = {
-    {"memory_read", "volatile_load", 5, 0},
-    {"memory_write", "volatile_store", 5, 0},
-    {"driver_read", "bare_ioctl", 0, 1.05},
-    {"ddr_dump", "fprintf_dump", 0, 1.0 / 5},
-    {"pll_search", "pll_search_loops", 0, 1.0 / 10},
-    {"axi_pass", "axi_reads", 2e6, 0},
-    {"set_color", "set_color_loop", 0, 1.5},
-    {"ramp_float", "ramp_float_loop", 0, 1.5},
+    {"memory_read", "volatile_load", 5, 0},          {"memory_write", "volatile_store", 5, 0},
+    {"driver_read", "bare_ioctl", 0, 1.05},          {"ddr_dump", "fprintf_dump", 0, 1.0 / 5},
+    {"pll_search", "pll_search_loops", 0, 1.0 / 10}, {"axi_pass", "axi_reads", 2e6, 0},
+    {"set_color", "set_color_loop", 0, 1.5},         {"ramp_float", "ramp_float_loop", 0, 1.5},
 };
 
 // Returns whether the comparison is inside its limits.
@@ -68,7 +64,8 @@ bool print(const Comparison& c, const Times& times) {
 
 // Prints how much is done in the time that amount_a_call stands for.
 void print_rate(const char* name, const char* unit, double amount_a_call, const Times& times) {
-  if (times.of(name) > 0) std::printf("%-13s %.0f %s\n", name, amount_a_call / times.of(name), unit);
+  if (times.of(name) > 0)
+    std::printf("%-13s %.0f %s\n", name, amount_a_call / times.of(name), unit);
 }
 
 }  // namespace

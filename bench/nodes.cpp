@@ -42,6 +42,8 @@ void open_memory() {
   opened(zvgMemOpen(0, mmio_size, 0, vram_size));
 }
 
-int open_driver() { return opened(zvgRwOpen(0)); }
+int open_driver() {
+  return opened(zvgRwOpen(0));
+}
 
 }  // namespace zvgbench

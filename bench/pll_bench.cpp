@@ -13,7 +13,7 @@ constexpr int input_khz = 27000;
 constexpr unsigned max_post_divider = 16;
 
 // Low and high, exact and not, and one that is out of reach.
-constexpr std::array<unsigned, 8> targets_khz = {27'000,    148'500,   400'000,   600'000,
+constexpr std::array<unsigned, 8> targets_khz = {27'000,  148'500,   400'000,   600'000,
                                                  733'333, 1'000'000, 1'600'000, 3'900'000};
 
 template <typename Search>
@@ -27,10 +27,14 @@ void run(benchmark::State& state, Search search) {
   }
 }
 
-void pll_search(benchmark::State& state) { run(state, zvg_rq300_pllcalc); }
+void pll_search(benchmark::State& state) {
+  run(state, zvg_rq300_pllcalc);
+}
 BENCHMARK(pll_search);
 
-void pll_search_loops(benchmark::State& state) { run(state, zvgtest::reference_pll_search); }
+void pll_search_loops(benchmark::State& state) {
+  run(state, zvgtest::reference_pll_search);
+}
 BENCHMARK(pll_search_loops);
 
 }  // namespace

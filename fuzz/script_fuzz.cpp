@@ -15,8 +15,12 @@
 #include "util_zvg.h"
 
 // Time does not pass, and the apertures are zero-filled memory.
-extern "C" __attribute__((visibility("default"))) int usleep(useconds_t) { return 0; }
-extern "C" __attribute__((visibility("default"))) unsigned sleep(unsigned) { return 0; }
+extern "C" __attribute__((visibility("default"))) int usleep(useconds_t) {
+  return 0;
+}
+extern "C" __attribute__((visibility("default"))) unsigned sleep(unsigned) {
+  return 0;
+}
 extern "C" __attribute__((visibility("default"))) int open(const char* path, int flags, ...) {
   using Open = int(const char*, int, ...);
   static auto* const next = reinterpret_cast<Open*>(dlsym(RTLD_NEXT, "open"));
@@ -35,7 +39,9 @@ void require(bool condition, const char* what) {
   abort();
 }
 
-int run_ddr_script(const char* path) { return zvgDdrRunScript(path, 0xF); }
+int run_ddr_script(const char* path) {
+  return zvgDdrRunScript(path, 0xF);
+}
 
 struct Runner {
   int (*run)(const char* path);

@@ -52,9 +52,9 @@ enum zvg_hardware_word {
   ZVG_HW_SYSTEM_CONTROL = 0,
   ZVG_HW_SPI_FLASH = 1,
   ZVG_HW_CLOCK = 2,
-  ZVG_HW_DDR_CHANNELS = 5,       /* a count, not an offset */
-  ZVG_HW_DDR_CONTROLLER = 6,     /* 6 to 9, channels 0 to 3 */
-  ZVG_HW_DDR_PHY = 10,           /* 10 to 13, channels 0 to 3 */
+  ZVG_HW_DDR_CHANNELS = 5,   /* a count, not an offset */
+  ZVG_HW_DDR_CONTROLLER = 6, /* 6 to 9, channels 0 to 3 */
+  ZVG_HW_DDR_PHY = 10,       /* 10 to 13, channels 0 to 3 */
   ZVG_HW_WORDS = 14
 };
 
@@ -219,8 +219,7 @@ ZVG_API int zvgMultiVramReadLong(uint32_t* buffer, uint64_t offset, uint32_t cou
  * "Failed to write vram [0x%lx]" (file) or
  * "Failed to read from file %s. Writing stream crashed at 0x%lx".
  */
-ZVG_API int zvgMultVramWriteLong(uint32_t value, uint64_t offset, uint32_t count,
-                                 const char* path);
+ZVG_API int zvgMultVramWriteLong(uint32_t value, uint64_t offset, uint32_t count, const char* path);
 
 /*
  * Prints count items of width bytes (1, 2, 4 or 8) as a hex dump on standard output, labelled
@@ -327,8 +326,8 @@ ZVG_API int zvgSpiOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t 
  * Returns the driver's I2C status, or the result of a failed request, which also prints
  * "ioctl zvg_ioctl_i2c error" on standard output.
  */
-ZVG_API int zvgI2cOperate(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op,
-                          uint32_t length, void* data);
+ZVG_API int zvgI2cOperate(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op, uint32_t length,
+                          void* data);
 
 /* Keys of zvgQueryOperate() and zvgQueryInt(). */
 enum zvg_query_key {
@@ -341,10 +340,10 @@ enum zvg_query_key {
   ZVG_QUERY_3D_CORES = 6,
   ZVG_QUERY_2D_CORES = 7,
   ZVG_QUERY_CARDS = 8,
-  ZVG_QUERY_GOP_VERSION = 9,       /* text */
+  ZVG_QUERY_GOP_VERSION = 9, /* text */
   ZVG_QUERY_CHANNEL_MASK = 10,
-  ZVG_QUERY_ENGINE_LOAD = 11,      /* in: engine number; out: per cent */
-  ZVG_QUERY_FIRMWARE_VERSION = 12  /* text */
+  ZVG_QUERY_ENGINE_LOAD = 11,     /* in: engine number; out: per cent */
+  ZVG_QUERY_FIRMWARE_VERSION = 12 /* text */
 };
 
 /*
@@ -371,10 +370,10 @@ ZVG_API int zvgPciWrite(uint32_t offset, uint32_t value);
 
 /* The driver's information record. */
 struct zvg_info {
-  uint32_t card;     /* filled by the library: the selected card */
-  uint32_t used;     /* video memory in use */
+  uint32_t card; /* filled by the library: the selected card */
+  uint32_t used; /* video memory in use */
   uint32_t reserved;
-  uint32_t free;     /* video memory that is free */
+  uint32_t free; /* video memory that is free */
 };
 
 /* Fills the record at info (16 bytes, struct zvg_info). Returns the request's result. */
@@ -653,8 +652,8 @@ ZVG_API int zvgLTC2990GetCurrent2(uint32_t bus, uint32_t index, int r1, int r2, 
 
 /* Eight single-ended inputs: 14-bit code x 305.18 uV; the supply: the same and 2.5 V. */
 ZVG_API int zvgLTC2991GetVolt8(uint32_t bus, uint32_t index, float* v1, float* v2, float* v3,
-                               float* v4, float* v5, float* v6, float* v7, float* v8,
-                               float* supply, uint32_t wait);
+                               float* v4, float* v5, float* v6, float* v7, float* v8, float* supply,
+                               uint32_t wait);
 
 /*
  * Four sense resistors, one a pair of inputs: code x 19.075 uV / R. A negative current comes out
@@ -994,8 +993,8 @@ ZVG_API int zvgDpLinkTraining(int port);
 ZVG_API uint32_t zvg_dptx_set_tu_size(const zvg_dptx* device, uint32_t pixel_clock, uint32_t bpp);
 
 /*
- * The user data count of a line: active pixels times bytes a pixel (29 bits of it), divided, rounded
- * up. Writes and returns it; 0, and nothing written, for a divisor of 0.
+ * The user data count of a line: active pixels times bytes a pixel (29 bits of it), divided,
+ * rounded up. Writes and returns it; 0, and nothing written, for a divisor of 0.
  */
 ZVG_API uint32_t zvg_dptx_set_user_data_count(const zvg_dptx* device, uint32_t active,
                                               uint32_t bytes, uint32_t divisor);
@@ -1294,10 +1293,10 @@ enum zvg_mode_flag {
 
 /* A display mode as the EDID decoder sees it; 160 bytes. Timings in pixels and lines. */
 struct zvg_display_mode {
-  char name[32];        /* "1920x1080", with a trailing "i" when interlaced */
+  char name[32]; /* "1920x1080", with a trailing "i" when interlaced */
   int32_t status;
-  int32_t type;         /* 64 in the established timings, 0 from a descriptor */
-  int32_t clock;        /* kHz */
+  int32_t type;  /* 64 in the established timings, 0 from a descriptor */
+  int32_t clock; /* kHz */
   int32_t hdisplay;
   int32_t hsync_start;
   int32_t hsync_end;
@@ -1308,7 +1307,7 @@ struct zvg_display_mode {
   int32_t vsync_end;
   int32_t vtotal;
   int32_t vscan;
-  uint32_t flags;       /* enum zvg_mode_flag */
+  uint32_t flags; /* enum zvg_mode_flag */
   int32_t width_mm;
   int32_t height_mm;
   int32_t hardware[13]; /* not used by the decoder, zero */
@@ -1366,7 +1365,8 @@ enum zvg_ddr_training {
 /* A message of the training firmware; 260 bytes. */
 struct zvg_ddr_message {
   uint32_t id;      /* the low byte is the number of arguments */
-  char format[256]; /* for printf with that many uint32_t; ends with a NUL and is filled up with them */
+  char format[256]; /* for printf with that many uint32_t; ends with a NUL and is filled up with
+                       them */
 };
 
 /*
@@ -1454,7 +1454,8 @@ ZVG_API int monitorAxi1_to_file(const char* port, const uint32_t* record);
 ZVG_API int monitorAxi2_to_file(const char* port, const uint32_t* record);
 ZVG_API int monitorAxi3_to_file(const char* port, const uint32_t* record);
 
-/* RQ301: reads all monitors, then appends the summaries of all ports. Returns the last one's result. */
+/* RQ301: reads all monitors, then appends the summaries of all ports. Returns the last one's
+ * result. */
 ZVG_API int zvgMonitorAxiTrans_RQ301(void);
 
 /*
@@ -1508,15 +1509,15 @@ ZVG_API void* zvg_thread_rq302monitor(void* suffix);
 
 /* Clock numbers of zvg_rq300_set_clk_freq() and the read-back functions. */
 enum zvg_clock {
-  ZVG_CLOCK_AXI = 0,        /* devpll */
-  ZVG_CLOCK_DEVPLL_2 = 1,   /* the second output of devpll; cannot be set */
-  ZVG_CLOCK_APB = 2,        /* devpll */
-  ZVG_CLOCK_PCIE = 3,       /* dev2pll */
-  ZVG_CLOCK_VPU = 4,        /* dev2pll */
-  ZVG_CLOCK_3D = 5,         /* gpupll or gpu2pll */
-  ZVG_CLOCK_3D_SHADER = 6,  /* gpupll or gpu2pll */
+  ZVG_CLOCK_AXI = 0,       /* devpll */
+  ZVG_CLOCK_DEVPLL_2 = 1,  /* the second output of devpll; cannot be set */
+  ZVG_CLOCK_APB = 2,       /* devpll */
+  ZVG_CLOCK_PCIE = 3,      /* dev2pll */
+  ZVG_CLOCK_VPU = 4,       /* dev2pll */
+  ZVG_CLOCK_3D = 5,        /* gpupll or gpu2pll */
+  ZVG_CLOCK_3D_SHADER = 6, /* gpupll or gpu2pll */
   ZVG_CLOCK_2D = 7,
-  ZVG_CLOCK_FIFTH_PLL = 8   /* read only */
+  ZVG_CLOCK_FIFTH_PLL = 8 /* read only */
 };
 
 /* Modes of the mode functions. */
@@ -1650,17 +1651,13 @@ ZVG_API int zvgThermalDebug(uint32_t temperature);
  * empty one (or null) stands for all. The load item takes the next token of the caller's strtok()
  * scan as the engine's number; without one it lists engines 0 to 20.
  * buffer: ZVG_QUERY_INFO_SIZE bytes; left alone when no item is selected.
- * Loading the library ends a strtok() scan of the process, so that there always is one to go on with.
- * Returns 0, or -1 when nothing was written. Queries that fail show the number that was sent.
+ * Loading the library ends a strtok() scan of the process, so that there always is one to go on
+ * with. Returns 0, or -1 when nothing was written. Queries that fail show the number that was sent.
  */
 ZVG_API int zvgQueryInfo(const char* keyword, char* buffer);
 
 /* States of the driver's power management; zvgPowerStateName() knows others as "Invalid". */
-enum zvg_power_state {
-  ZVG_POWER_PERFORMANCE = 0,
-  ZVG_POWER_SAVE = 1,
-  ZVG_POWER_STANDBY = 2
-};
+enum zvg_power_state { ZVG_POWER_PERFORMANCE = 0, ZVG_POWER_SAVE = 1, ZVG_POWER_STANDBY = 2 };
 
 /*
  * The driver's power state; 0 in other modes. state: may be null; kept on failure. Returns 0, or
@@ -1684,12 +1681,12 @@ ZVG_API const char* zvgPowerStateName(uint32_t state);
 
 /* A node of the menu of settings. */
 struct zvgkit_menu_node {
-  char env[32];       /* the variable that it sets; empty in nodes that lead on */
-  char value[32];     /* what it sets it to */
-  char label[32];     /* its name, in capitals */
-  const char* alias;  /* another name; may be null */
-  uint32_t number;    /* its number among its siblings, from 1 */
-  uint32_t level;     /* its depth */
+  char env[32];      /* the variable that it sets; empty in nodes that lead on */
+  char value[32];    /* what it sets it to */
+  char label[32];    /* its name, in capitals */
+  const char* alias; /* another name; may be null */
+  uint32_t number;   /* its number among its siblings, from 1 */
+  uint32_t level;    /* its depth */
   int32_t child_count;
   const char* prompt; /* what is asked above its children; may be null */
   const struct zvgkit_menu_node* children;
@@ -1708,8 +1705,9 @@ extern ZVG_API const struct zvgkit_menu_node Indep_child[1];
  *
  * line: the command's name, which is skipped, and the words: labels in any case, aliases or
  * numbers. It is cut up in place.
- * Returns 0; -1 for a wrong word ("wrong choose!"), an incomplete one ("set error") or a script that
- * is too long. A script that cannot be opened for a setting ENDS THE PROCESS as in zvgEnvSet().
+ * Returns 0; -1 for a wrong word ("wrong choose!"), an incomplete one ("set error") or a script
+ * that is too long. A script that cannot be opened for a setting ENDS THE PROCESS as in
+ * zvgEnvSet().
  */
 ZVG_API int64_t zvgkit_func(char* line);
 

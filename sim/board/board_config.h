@@ -54,11 +54,11 @@ struct DpLaneConfig {
 struct DpPortConfig {
   bool sink = false;  // nothing answers without one
   std::vector<uint8_t> edid;
-  uint8_t rate = 0x14;               // the highest link rate's code
-  uint8_t lanes = 4;                 // at most
-  uint8_t revision = 0x12;           // of the DPCD
-  uint8_t aux_interval = 0;          // of equalisation, in units of 4 ms; 0: 400 us
-  bool panel = false;                // an embedded panel: with self-test and backlight registers
+  uint8_t rate = 0x14;       // the highest link rate's code
+  uint8_t lanes = 4;         // at most
+  uint8_t revision = 0x12;   // of the DPCD
+  uint8_t aux_interval = 0;  // of equalisation, in units of 4 ms; 0: 400 us
+  bool panel = false;        // an embedded panel: with self-test and backlight registers
   std::array<DpLaneConfig, dp_lanes> channel{};
 };
 
@@ -130,10 +130,10 @@ struct PowerMonitorConfig {
   PowerChip chip = PowerChip::ltc2990;
   unsigned bus = 0;
   uint8_t address = 0;
-  Signal supply = {3.3};        // volts
-  Signal temperature = {25};    // degrees Celsius, inside
-  std::vector<Signal> volts;    // at its inputs (INA3221: at the loads), the first one first
-  std::vector<Shunt> shunts;    // across its pairs of inputs (INA3221: its channels)
+  Signal supply = {3.3};      // volts
+  Signal temperature = {25};  // degrees Celsius, inside
+  std::vector<Signal> volts;  // at its inputs (INA3221: at the loads), the first one first
+  std::vector<Shunt> shunts;  // across its pairs of inputs (INA3221: its channels)
 };
 
 // A memory, or a chip of which only the registers matter.
@@ -224,9 +224,9 @@ struct HdmiFaults {
 // What is wrong with an I2C bus, or with one device on it. They last.
 struct I2cFault {
   unsigned bus = 0;
-  std::optional<uint8_t> address{};  // not set: the bus
-  bool hangs = false;                // the bus: no transfer ever ends
-  bool nack = false;                 // the device does not answer its address
+  std::optional<uint8_t> address{};        // not set: the bus
+  bool hangs = false;                      // the bus: no transfer ever ends
+  bool nack = false;                       // the device does not answer its address
   std::optional<unsigned> nack_at_byte{};  // nor acknowledge this byte after it, counted from 1
   // Power monitors.
   bool stays_busy = false;
@@ -235,18 +235,18 @@ struct I2cFault {
 };
 
 struct DpFaults {
-  bool no_reply = false;                 // requests run into the reply timeout
-  bool reply_error = false;              // replies cannot be decoded
-  bool nack = false;                     // every request is refused
-  uint32_t defers = 0;                   // this many native requests are deferred, or all of them
-  uint32_t i2c_defers = 0;               // the same for I2C
+  bool no_reply = false;     // requests run into the reply timeout
+  bool reply_error = false;  // replies cannot be decoded
+  bool nack = false;         // every request is refused
+  uint32_t defers = 0;       // this many native requests are deferred, or all of them
+  uint32_t i2c_defers = 0;   // the same for I2C
   static constexpr uint32_t always = UINT32_MAX;
-  unsigned short_by = 0;                 // bytes that reads deliver less than was asked for
-  bool never_equalises = false;          // the sink recovers the clock and no more
-  bool cdb_busy = false;                 // the PHY's configuration bus hangs
-  bool no_power_acknowledge = false;     // the PHY ignores power states
+  unsigned short_by = 0;              // bytes that reads deliver less than was asked for
+  bool never_equalises = false;       // the sink recovers the clock and no more
+  bool cdb_busy = false;              // the PHY's configuration bus hangs
+  bool no_power_acknowledge = false;  // the PHY ignores power states
   bool pll_never_locks = false;
-  bool timer_stopped = false;            // the controller's counter stands still
+  bool timer_stopped = false;  // the controller's counter stands still
 };
 
 struct FlashFaults {
@@ -300,9 +300,9 @@ struct BoardConfig {
     uint32_t core_3d = 8, core_2d = 2;
   } cores;
   struct {
-    Signal used = {128};     // MiB
-    uint32_t free = 1920;    // MiB, when the value is used
-    uint32_t channels = 3;   // a bit each
+    Signal used = {128};    // MiB
+    uint32_t free = 1920;   // MiB, when the value is used
+    uint32_t channels = 3;  // a bit each
   } memory;
   std::vector<Signal> engine_load;  // per cent, engine 0 first; engines after the last are absent
 

@@ -893,9 +893,8 @@ void Loader::read_faults(Table& faults) {
     table.number("bad_byte", &flash.bad_byte, 0, 0x1FFFFF);
     table.number("power_cut_at_frame", &flash.power_cut_at_frame);
   });
-  faults.table("mcu", [&](Table& table) {
-    table.boolean("never_done", &config_.faults.mcu_never_done);
-  });
+  faults.table("mcu",
+               [&](Table& table) { table.boolean("never_done", &config_.faults.mcu_never_done); });
   faults.table("clocks", [&](Table& table) {
     table.array("never_locks", "an array of PLLs",
                 [&](const toml::node& node, const std::string& key) {
@@ -936,13 +935,13 @@ void Loader::read_sensors(Table& table) {
   SensorConfig& sensors = config_.sensors;
   const auto pair = [&](std::string_view part, double minimum, double maximum,
                         std::array<Signal, pvt_sensors>* signals) {
-    const auto* const array = table.array(
-        part, "an array of 2 numbers",
-        [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
-          Signal signal;
-          read_signal_within(node, key, minimum, maximum, &signal);
-          if (i < signals->size()) (*signals)[i++] = signal;
-        });
+    const auto* const array =
+        table.array(part, "an array of 2 numbers",
+                    [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
+                      Signal signal;
+                      read_signal_within(node, key, minimum, maximum, &signal);
+                      if (i < signals->size()) (*signals)[i++] = signal;
+                    });
     if (array != nullptr && array->size() != signals->size()) {
       expected(*array, table.key(part), "an array of 2 numbers");
     }
@@ -950,13 +949,13 @@ void Loader::read_sensors(Table& table) {
   // What 10-bit codes can say.
   pair("temperature", -62, 155, &sensors.temperature);
   pair("voltage", 0.512, 1.12, &sensors.voltage);
-  const auto* const process = table.array(
-      "process", "an array of 3 numbers",
-      [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
-        uint32_t code = 0;
-        unsigned_value(node, key, &code, 0, 0x3FF);
-        if (i < sensors.process.size()) sensors.process[i++] = code;
-      });
+  const auto* const process =
+      table.array("process", "an array of 3 numbers",
+                  [&, i = size_t{0}](const toml::node& node, const std::string& key) mutable {
+                    uint32_t code = 0;
+                    unsigned_value(node, key, &code, 0, 0x3FF);
+                    if (i < sensors.process.size()) sensors.process[i++] = code;
+                  });
   if (process != nullptr && process->size() != sensors.process.size()) {
     expected(*process, table.key("process"), "an array of 3 numbers");
   }

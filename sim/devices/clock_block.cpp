@@ -117,8 +117,7 @@ void ClockBlock::write(uint64_t offset, unsigned width, uint64_t value) {
   const uint32_t old_control = word(control);
   board_.mmio_storage().write(base_ + offset, width, value);
   const uint32_t powered_up = old_control & ~word(control);
-  const uint64_t lock_at =
-      board_.clock().now() + microseconds(board_.config().clocks.lock_us);
+  const uint64_t lock_at = board_.clock().now() + microseconds(board_.config().clocks.lock_us);
   for (unsigned i = 0; i < plls; ++i) {
     if (touches(offset, width, pll_table[i].configuration) || (powered_up & pll_table[i].bit)) {
       locked_at_[i] = lock_at;

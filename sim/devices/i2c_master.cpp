@@ -50,8 +50,7 @@ uint64_t I2cMaster::clock_period() {
 
 uint8_t I2cMaster::status() {
   const I2cFault* const fault = board().faults().i2c(number_);
-  const bool busy =
-      (fault != nullptr && fault->hangs) || board().clock().now() < busy_until_;
+  const bool busy = (fault != nullptr && fault->hangs) || board().clock().now() < busy_until_;
   return static_cast<uint8_t>((acknowledged_ ? 0 : status_no_acknowledge) |
                               (bus_taken_ ? status_bus_taken : 0) | (busy ? status_busy : 0));
 }

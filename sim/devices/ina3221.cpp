@@ -36,8 +36,7 @@ uint16_t code_of(double volts, double step) {
 
 }  // namespace
 
-Ina3221::Ina3221(Board& board, const PowerMonitorConfig& config)
-    : config_(config), board_(board) {
+Ina3221::Ina3221(Board& board, const PowerMonitorConfig& config) : config_(config), board_(board) {
   configure(power_up_configuration);
 }
 
@@ -123,9 +122,9 @@ void Ina3221::advance() {
   for (unsigned i = 0; i < channels; ++i) {
     if ((value >> (14 - i) & 1) == 0) continue;
     const double volts = i < config_.volts.size() ? config_.volts[i].at(end) : 0;
-    const double shunt = i < config_.shunts.size()
-                             ? config_.shunts[i].amperes.at(end) * config_.shunts[i].milliohms / 1000
-                             : 0;
+    const double shunt = i < config_.shunts.size() ? config_.shunts[i].amperes.at(end) *
+                                                         config_.shunts[i].milliohms / 1000
+                                                   : 0;
     if ((value & mode_shunts) != 0) registers_[first_shunt + 2 * i] = code_of(shunt, shunt_step);
     if ((value & mode_loads) != 0) registers_[first_shunt + 2 * i + 1] = code_of(volts, load_step);
   }

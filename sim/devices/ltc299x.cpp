@@ -147,8 +147,7 @@ std::vector<Ltc299x::Conversion> Ltc2990::acquisition(uint64_t time) {
         break;
       case ltc2990::Use::difference:
         // Both registers of a pair take its difference; the ready bit is the first one's.
-        list.push_back(
-            {ltc2990::v1 + i, ltc2990::pair_step, difference(pair, time), i % 2 == 0});
+        list.push_back({ltc2990::v1 + i, ltc2990::pair_step, difference(pair, time), i % 2 == 0});
         break;
       case ltc2990::Use::temperature:
         list.push_back({ltc2990::v1 + i, degree_step, 0, i % 2 == 0});

@@ -70,7 +70,8 @@ void Mcu::serve_request() {
                         connector->second.bus.start(address, false) &&
                         connector->second.bus.write(stored(start_offset)) &&
                         connector->second.bus.start(address, true);
-  for (unsigned i = 0; answered && i < fifo_size; ++i) store(fifo + i, connector->second.bus.read());
+  for (unsigned i = 0; answered && i < fifo_size; ++i)
+    store(fifo + i, connector->second.bus.read());
   if (connector != connectors_.end()) connector->second.bus.stop();
   store(completion, answered ? 0 : failed);
 }

@@ -138,12 +138,13 @@ uint8_t NorFlash::status_1() const {
 }
 
 // Block protection covers everything, or nothing.
-bool NorFlash::refuses(uint32_t) const { return !write_enabled_ || protection_ != 0; }
+bool NorFlash::refuses(uint32_t) const {
+  return !write_enabled_ || protection_ != 0;
+}
 
 void NorFlash::begin_modify(uint32_t address, uint32_t length, uint64_t time) {
-  pending_ = Pending{address,
-                     {bytes_.begin() + address, bytes_.begin() + address + length},
-                     clock_.now() + time};
+  pending_ = Pending{
+      address, {bytes_.begin() + address, bytes_.begin() + address + length}, clock_.now() + time};
   write_enabled_ = false;
   changed_ = true;
 }
@@ -239,7 +240,8 @@ void NorFlash::answer(std::span<const uint8_t> command, bool quad, std::span<uin
       const uint32_t address = address_of(command);
       const size_t first = std::min<size_t>(reply.size(), size - address);
       std::copy_n(bytes_.begin() + address, first, reply.begin());
-      std::copy_n(bytes_.begin(), reply.size() - first, reply.begin() + static_cast<ptrdiff_t>(first));
+      std::copy_n(bytes_.begin(), reply.size() - first,
+                  reply.begin() + static_cast<ptrdiff_t>(first));
       return;
     }
     default:

@@ -84,7 +84,8 @@ std::optional<uint32_t> PvtSensors::convert(uint32_t selector, uint64_t time) co
 }
 
 void PvtSensors::update_data() {
-  const uint64_t period = std::max<uint64_t>(1, milliseconds(board_.config().sensors.conversion_ms));
+  const uint64_t period =
+      std::max<uint64_t>(1, milliseconds(board_.config().sensors.conversion_ms));
   const uint64_t finished = (board_.clock().now() - selected_at_) / period;
   if (finished == 0) return;
   Memory& registers = board_.mmio_storage();

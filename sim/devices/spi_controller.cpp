@@ -25,9 +25,15 @@ constexpr uint32_t block_size = 0x400;
 
 // Control 0.
 enum Mode : unsigned { transmit_only = 1, receive_only = 2, command_then_receive = 3 };
-constexpr Mode mode_of(uint32_t control) { return static_cast<Mode>(control >> 8 & 3); }
-constexpr unsigned frame_bytes(uint32_t control) { return ((control >> 16 & 0x1F) + 1) / 8; }
-constexpr bool is_quad(uint32_t control) { return (control >> 21 & 3) == 2; }
+constexpr Mode mode_of(uint32_t control) {
+  return static_cast<Mode>(control >> 8 & 3);
+}
+constexpr unsigned frame_bytes(uint32_t control) {
+  return ((control >> 16 & 0x1F) + 1) / 8;
+}
+constexpr bool is_quad(uint32_t control) {
+  return (control >> 21 & 3) == 2;
+}
 
 constexpr uint32_t status_busy = 0x01;
 constexpr uint32_t status_transmit_not_full = 0x02;
@@ -155,7 +161,8 @@ void SpiController::transfer() {
     clocks += quad ? wait_cycles + 2 * reply.size() : 8 * reply.size();
     for (size_t i = 0; i < frames && received_.size() < depth_; ++i) {
       uint32_t frame = 0;
-      for (unsigned k = 0; k < bytes_a_frame; ++k) frame = frame << 8 | reply[i * bytes_a_frame + k];
+      for (unsigned k = 0; k < bytes_a_frame; ++k)
+        frame = frame << 8 | reply[i * bytes_a_frame + k];
       received_.push_back(frame);
     }
   }

@@ -10,7 +10,8 @@
 namespace zvgsim {
 
 // Part of the VGA block: offsets count from its base. A capture port measures the picture that its
-// decoder delivers while it captures; the other registers of ports and windows keep what is written.
+// decoder delivers while it captures; the other registers of ports and windows keep what is
+// written.
 class VideoCapture {
  public:
   explicit VideoCapture(Board& board) : board_(board) {}

@@ -9,9 +9,8 @@ namespace zvgsim {
 namespace {
 
 size_t size_of(const std::vector<CallerRange>& ranges) {
-  return std::accumulate(
-      ranges.begin(), ranges.end(), size_t{0},
-      [](size_t size, const CallerRange& range) { return size + range.size; });
+  return std::accumulate(ranges.begin(), ranges.end(), size_t{0},
+                         [](size_t size, const CallerRange& range) { return size + range.size; });
 }
 
 }  // namespace

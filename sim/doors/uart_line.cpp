@@ -92,8 +92,8 @@ void UartLine::reply(uint32_t word, uint64_t time) {
   reply.baud = baud_;
   reply.ready_at = time + fault.delay;
   if (!machine_.config().uart.instant) {
-    reply.ready_at += microseconds(machine_.config().uart.reply_delay_us) +
-                      wire_time(reply.bytes.size(), baud_);
+    reply.ready_at +=
+        microseconds(machine_.config().uart.reply_delay_us) + wire_time(reply.bytes.size(), baud_);
   }
   replies_.push_back(std::move(reply));
 }

@@ -91,7 +91,8 @@ void require_kernel_node() {
                                "container, on its host). Without it: zvgsim run");
     case EACCES:
     case EPERM:
-      throw std::runtime_error(why + "only root may make devices: use sudo. Without it: zvgsim run");
+      throw std::runtime_error(why +
+                               "only root may make devices: use sudo. Without it: zvgsim run");
     default:
       throw std::runtime_error(why + "see zvgsim run for a board without a device node");
   }

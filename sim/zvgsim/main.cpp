@@ -50,8 +50,9 @@ std::string check_mode(const std::string& text) {
 // A name that is one entry of /dev.
 std::string check_device_name(const std::string& text) {
   const bool plain = !text.empty() && text.size() <= 64 && text[0] != '.' &&
-                     text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                            "0123456789_-.") == std::string::npos;
+                     text.find_first_not_of(
+                         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                         "0123456789_-.") == std::string::npos;
   return plain ? std::string() : "'" + text + "' is no name for a device in /dev";
 }
 

@@ -47,9 +47,13 @@ constexpr useconds_t status_step_us = 50;
 constexpr int write_timed_out = -1;
 constexpr int read_timed_out = -2;
 
-bool is_rq302() { return g_connection.device_id == ZVG_DEVICE_RQ302; }
+bool is_rq302() {
+  return g_connection.device_id == ZVG_DEVICE_RQ302;
+}
 
-void put(uint32_t index, uint8_t value) { zvgCrtcWriteByte(index, value); }
+void put(uint32_t index, uint8_t value) {
+  zvgCrtcWriteByte(index, value);
+}
 
 void strobe(uint8_t value) {
   put(command, value);
@@ -144,14 +148,30 @@ int amba_read(uint64_t address, Value* value) {
 using zvg::core::amba_read;
 using zvg::core::amba_write;
 
-int zvgAmbaReadByte(uint64_t address, uint8_t* value) { return amba_read(address, value); }
-int zvgAmbaReadWord(uint64_t address, uint16_t* value) { return amba_read(address, value); }
-int zvgAmbaReadLong(uint64_t address, uint32_t* value) { return amba_read(address, value); }
-int zvgAmbaReadQuad(uint64_t address, uint64_t* value) { return amba_read(address, value); }
-int zvgAmbaWriteByte(uint64_t address, uint8_t value) { return amba_write(address, value); }
-int zvgAmbaWriteWord(uint64_t address, uint16_t value) { return amba_write(address, value); }
-int zvgAmbaWriteLong(uint64_t address, uint32_t value) { return amba_write(address, value); }
-int zvgAmbaWriteQuad(uint64_t address, uint64_t value) { return amba_write(address, value); }
+int zvgAmbaReadByte(uint64_t address, uint8_t* value) {
+  return amba_read(address, value);
+}
+int zvgAmbaReadWord(uint64_t address, uint16_t* value) {
+  return amba_read(address, value);
+}
+int zvgAmbaReadLong(uint64_t address, uint32_t* value) {
+  return amba_read(address, value);
+}
+int zvgAmbaReadQuad(uint64_t address, uint64_t* value) {
+  return amba_read(address, value);
+}
+int zvgAmbaWriteByte(uint64_t address, uint8_t value) {
+  return amba_write(address, value);
+}
+int zvgAmbaWriteWord(uint64_t address, uint16_t value) {
+  return amba_write(address, value);
+}
+int zvgAmbaWriteLong(uint64_t address, uint32_t value) {
+  return amba_write(address, value);
+}
+int zvgAmbaWriteQuad(uint64_t address, uint64_t value) {
+  return amba_write(address, value);
+}
 
 int zvgAmbaMskWriteByte(uint64_t address, uint8_t mask, uint8_t value) {
   return zvg::core::masked_write(zvgAmbaReadByte, zvgAmbaWriteByte, address, mask, value);

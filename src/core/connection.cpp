@@ -43,8 +43,8 @@ void close_connection() {
 // Maps length bytes at a physical address. Only a null address is a failure: MAP_FAILED is taken
 // as a mapping, but one whose limit lets no access through.
 bool map(Aperture& aperture, int fd, uint64_t physical, uint64_t length) {
-  void* const base = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd,
-                          static_cast<off_t>(physical));
+  void* const base =
+      mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd, static_cast<off_t>(physical));
   if (base == nullptr) return false;
   aperture = {base, length, base == MAP_FAILED ? 0 : length};
   return true;
@@ -102,8 +102,7 @@ int zvgRwOpen(int card) {
   return fd;
 }
 
-int zvgMemOpen(uint64_t mmio_base, uint64_t mmio_length, uint64_t vram_base,
-               uint64_t vram_length) {
+int zvgMemOpen(uint64_t mmio_base, uint64_t mmio_length, uint64_t vram_base, uint64_t vram_length) {
   const int fd = open("/dev/mem", O_RDWR | O_NONBLOCK);
   if (fd < 0) {
     const int error = errno;
@@ -167,13 +166,21 @@ int zvgClose(void) {
   return 0;
 }
 
-unsigned zvgGetCard(void) { return g_connection.card; }
+unsigned zvgGetCard(void) {
+  return g_connection.card;
+}
 
-void zvgSetCard(unsigned card) { g_connection.card = card; }
+void zvgSetCard(unsigned card) {
+  g_connection.card = card;
+}
 
-unsigned get_s_type(void) { return static_cast<unsigned>(g_connection.mode); }
+unsigned get_s_type(void) {
+  return static_cast<unsigned>(g_connection.mode);
+}
 
-unsigned get_device_id(void) { return g_connection.device_id; }
+unsigned get_device_id(void) {
+  return g_connection.device_id;
+}
 
 int doGetDeviceId(const char* program, const char* generation) {
   static constexpr struct {

@@ -14,7 +14,9 @@ inline uint32_t controller_base(unsigned channel) {
   return zvg_gpu_hardware[ZVG_HW_DDR_CONTROLLER + channel];
 }
 
-inline uint32_t phy_base(unsigned channel) { return zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel]; }
+inline uint32_t phy_base(unsigned channel) {
+  return zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel];
+}
 
 // How many channels the board has.
 inline unsigned channels() {
@@ -23,7 +25,9 @@ inline unsigned channels() {
   return static_cast<unsigned>(count) < bases ? static_cast<unsigned>(count) : bases;
 }
 
-inline bool selected(unsigned mask, unsigned channel) { return (mask >> channel & 1) != 0; }
+inline bool selected(unsigned mask, unsigned channel) {
+  return (mask >> channel & 1) != 0;
+}
 
 }  // namespace zvg::core::ddr
 

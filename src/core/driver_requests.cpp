@@ -108,7 +108,9 @@ int zvgPciRead(uint32_t offset, uint32_t* value) {
   return result;
 }
 
-int zvgPciWrite(uint32_t offset, uint32_t value) { return pci_access(ZVG_OP_WRITE, offset, value); }
+int zvgPciWrite(uint32_t offset, uint32_t value) {
+  return pci_access(ZVG_OP_WRITE, offset, value);
+}
 
 int zvgInfoRead(void* info) {
   memcpy(info, &g_connection.card, sizeof g_connection.card);

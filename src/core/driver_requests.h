@@ -156,11 +156,11 @@ constexpr unsigned long request_clear_fan = _IOC(_IOC_NONE, 'd', 0x16, 0);     /
 constexpr unsigned long request_temperature = request_number<uint32_t>(0x17);  // a test value
 
 static_assert(request_register == 0xC0206401 && request_ddr == 0xC214640C &&
-              request_aux == 0xC214640C && request_lut == 0xC0206413 &&
-              request_i2c == 0xC21C640F && request_query == 0xC0886410 &&
-              request_command == 0xC0506411 && request_ioport == 0xC0036412 &&
-              request_power == 0xC0086414 && request_fan_rate == 0xC0046415 &&
-              request_clear_fan == 0x6416 && request_temperature == 0xC0046417);
+              request_aux == 0xC214640C && request_lut == 0xC0206413 && request_i2c == 0xC21C640F &&
+              request_query == 0xC0886410 && request_command == 0xC0506411 &&
+              request_ioport == 0xC0036412 && request_power == 0xC0086414 &&
+              request_fan_rate == 0xC0046415 && request_clear_fan == 0x6416 &&
+              request_temperature == 0xC0046417);
 
 // Commands of the driver command record.
 constexpr uint32_t command_dump_vram_nodes = 5;

@@ -29,11 +29,27 @@ int kmem_write(uint64_t address, Value value) {
 using zvg::core::kmem_read;
 using zvg::core::kmem_write;
 
-int zvgKmemReadByte(uint64_t address, uint8_t* value) { return kmem_read(address, value); }
-int zvgKmemReadWord(uint64_t address, uint16_t* value) { return kmem_read(address, value); }
-int zvgKmemReadLong(uint64_t address, uint32_t* value) { return kmem_read(address, value); }
-int zvgKmemReadQuad(uint64_t address, uint64_t* value) { return kmem_read(address, value); }
-int zvgKmemWriteByte(uint64_t address, uint8_t value) { return kmem_write(address, value); }
-int zvgKmemWriteWord(uint64_t address, uint16_t value) { return kmem_write(address, value); }
-int zvgKmemWriteLong(uint64_t address, uint32_t value) { return kmem_write(address, value); }
-int zvgKmemWriteQuad(uint64_t address, uint64_t value) { return kmem_write(address, value); }
+int zvgKmemReadByte(uint64_t address, uint8_t* value) {
+  return kmem_read(address, value);
+}
+int zvgKmemReadWord(uint64_t address, uint16_t* value) {
+  return kmem_read(address, value);
+}
+int zvgKmemReadLong(uint64_t address, uint32_t* value) {
+  return kmem_read(address, value);
+}
+int zvgKmemReadQuad(uint64_t address, uint64_t* value) {
+  return kmem_read(address, value);
+}
+int zvgKmemWriteByte(uint64_t address, uint8_t value) {
+  return kmem_write(address, value);
+}
+int zvgKmemWriteWord(uint64_t address, uint16_t value) {
+  return kmem_write(address, value);
+}
+int zvgKmemWriteLong(uint64_t address, uint32_t value) {
+  return kmem_write(address, value);
+}
+int zvgKmemWriteQuad(uint64_t address, uint64_t value) {
+  return kmem_write(address, value);
+}

@@ -37,14 +37,30 @@ int reg_write(uint64_t offset, Value value) {
 using zvg::core::reg_read;
 using zvg::core::reg_write;
 
-int zvgRegReadByte(uint64_t offset, uint8_t* value) { return reg_read(offset, value); }
-int zvgRegReadWord(uint64_t offset, uint16_t* value) { return reg_read(offset, value); }
-int zvgRegReadLong(uint64_t offset, uint32_t* value) { return reg_read(offset, value); }
-int zvgRegReadQuad(uint64_t offset, uint64_t* value) { return reg_read(offset, value); }
-int zvgRegWriteByte(uint64_t offset, uint8_t value) { return reg_write(offset, value); }
-int zvgRegWriteWord(uint64_t offset, uint16_t value) { return reg_write(offset, value); }
-int zvgRegWriteLong(uint64_t offset, uint32_t value) { return reg_write(offset, value); }
-int zvgRegWriteQuad(uint64_t offset, uint64_t value) { return reg_write(offset, value); }
+int zvgRegReadByte(uint64_t offset, uint8_t* value) {
+  return reg_read(offset, value);
+}
+int zvgRegReadWord(uint64_t offset, uint16_t* value) {
+  return reg_read(offset, value);
+}
+int zvgRegReadLong(uint64_t offset, uint32_t* value) {
+  return reg_read(offset, value);
+}
+int zvgRegReadQuad(uint64_t offset, uint64_t* value) {
+  return reg_read(offset, value);
+}
+int zvgRegWriteByte(uint64_t offset, uint8_t value) {
+  return reg_write(offset, value);
+}
+int zvgRegWriteWord(uint64_t offset, uint16_t value) {
+  return reg_write(offset, value);
+}
+int zvgRegWriteLong(uint64_t offset, uint32_t value) {
+  return reg_write(offset, value);
+}
+int zvgRegWriteQuad(uint64_t offset, uint64_t value) {
+  return reg_write(offset, value);
+}
 
 int zvgRegMskWriteByte(uint64_t offset, uint8_t mask, uint8_t value) {
   return zvg::core::masked_write(zvgRegReadByte, zvgRegWriteByte, offset, mask, value);

@@ -36,7 +36,9 @@ const BaudRate* find_baud(int baud) {
   return nullptr;
 }
 
-void report_failed_write() { fprintf(stderr, "write() failed: %s\n", strerror(errno)); }
+void report_failed_write() {
+  fprintf(stderr, "write() failed: %s\n", strerror(errno));
+}
 
 // Raw 8N1 without flow control. A read waits for the four bytes of a reply, a tenth of a second
 // from byte to byte.
@@ -52,7 +54,9 @@ void make_raw(termios& line) {
 
 }  // namespace
 
-bool baud_is_supported(int baud) { return find_baud(baud) != nullptr; }
+bool baud_is_supported(int baud) {
+  return find_baud(baud) != nullptr;
+}
 
 int set_up_line(int fd, int baud) {
   termios line;
@@ -96,10 +100,17 @@ void switch_board_baud(int fd, int baud) {
     // Whether the lead-in got through shows with the frame after it.
     [[maybe_unused]] const ssize_t ignored = write(fd, lead_in, sizeof lead_in);
     const auto divisor = static_cast<uint32_t>(uart_clock_hz / baud);
-    const uint8_t frame[serial_frame_size] = {
-        command_set_divisor, 0, 0, 0, 0, 0, 0,
-        static_cast<uint8_t>(divisor >> 24), static_cast<uint8_t>(divisor >> 16),
-        static_cast<uint8_t>(divisor >> 8), static_cast<uint8_t>(divisor)};
+    const uint8_t frame[serial_frame_size] = {command_set_divisor,
+                                              0,
+                                              0,
+                                              0,
+                                              0,
+                                              0,
+                                              0,
+                                              static_cast<uint8_t>(divisor >> 24),
+                                              static_cast<uint8_t>(divisor >> 16),
+                                              static_cast<uint8_t>(divisor >> 8),
+                                              static_cast<uint8_t>(divisor)};
     if (write(fd, frame, sizeof frame) < 0) {
       report_failed_write();
       return;

@@ -41,11 +41,27 @@ int vram_write(uint64_t offset, Value value) {
 using zvg::core::vram_read;
 using zvg::core::vram_write;
 
-int zvgVramReadByte(uint64_t offset, uint8_t* value) { return vram_read(offset, value); }
-int zvgVramReadWord(uint64_t offset, uint16_t* value) { return vram_read(offset, value); }
-int zvgVramReadLong(uint64_t offset, uint32_t* value) { return vram_read(offset, value); }
-int zvgVramReadQuad(uint64_t offset, uint64_t* value) { return vram_read(offset, value); }
-int zvgVramWriteByte(uint64_t offset, uint8_t value) { return vram_write(offset, value); }
-int zvgVramWriteWord(uint64_t offset, uint16_t value) { return vram_write(offset, value); }
-int zvgVramWriteLong(uint64_t offset, uint32_t value) { return vram_write(offset, value); }
-int zvgVramWriteQuad(uint64_t offset, uint64_t value) { return vram_write(offset, value); }
+int zvgVramReadByte(uint64_t offset, uint8_t* value) {
+  return vram_read(offset, value);
+}
+int zvgVramReadWord(uint64_t offset, uint16_t* value) {
+  return vram_read(offset, value);
+}
+int zvgVramReadLong(uint64_t offset, uint32_t* value) {
+  return vram_read(offset, value);
+}
+int zvgVramReadQuad(uint64_t offset, uint64_t* value) {
+  return vram_read(offset, value);
+}
+int zvgVramWriteByte(uint64_t offset, uint8_t value) {
+  return vram_write(offset, value);
+}
+int zvgVramWriteWord(uint64_t offset, uint16_t value) {
+  return vram_write(offset, value);
+}
+int zvgVramWriteLong(uint64_t offset, uint32_t value) {
+  return vram_write(offset, value);
+}
+int zvgVramWriteQuad(uint64_t offset, uint64_t value) {
+  return vram_write(offset, value);
+}

@@ -24,13 +24,20 @@ struct LinkRate {
 
   constexpr uint16_t pll(PllRegister reg) const {
     switch (reg) {
-      case PllRegister::pll_88: return pll_88;
-      case PllRegister::pll_90: return pll_90;
-      case PllRegister::pll_91: return pll_91;
-      case PllRegister::pll_93: return pll_93;
-      case PllRegister::pll_95: return pll_95;
-      case PllRegister::pll_96: return pll_96;
-      default: return pll_1a1;
+      case PllRegister::pll_88:
+        return pll_88;
+      case PllRegister::pll_90:
+        return pll_90;
+      case PllRegister::pll_91:
+        return pll_91;
+      case PllRegister::pll_93:
+        return pll_93;
+      case PllRegister::pll_95:
+        return pll_95;
+      case PllRegister::pll_96:
+        return pll_96;
+      default:
+        return pll_1a1;
     }
   }
 };

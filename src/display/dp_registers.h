@@ -15,7 +15,9 @@ constexpr uint32_t first_block = 0x500000;
 constexpr uint32_t block_size = 0x20000;
 constexpr uint32_t controller_offset = 0x10000;
 
-constexpr uint32_t block_of(uint32_t port) { return first_block + port * block_size; }
+constexpr uint32_t block_of(uint32_t port) {
+  return first_block + port * block_size;
+}
 
 enum ControllerRegister : uint32_t {
   link_rate_code = 0x000,

@@ -26,14 +26,15 @@ int mask_write(uint32_t transmitter, Register reg, uint8_t mask, uint8_t value) 
 
 // Starts an operation of the PHY's I2C master and waits for its end.
 int transfer(uint32_t transmitter, int reg, int value, uint8_t operation) {
-  const int result = configure(transmitter, {
-      {phy_i2c_status, i2c_both},
-      {phy_i2c_slave, phy_slave_address},
-      {phy_i2c_address, static_cast<uint8_t>(reg)},
-      {phy_i2c_write_high, static_cast<uint8_t>(value >> 8)},
-      {phy_i2c_write_low, static_cast<uint8_t>(value)},
-      {phy_i2c_operation, operation},
-  });
+  const int result =
+      configure(transmitter, {
+                                 {phy_i2c_status, i2c_both},
+                                 {phy_i2c_slave, phy_slave_address},
+                                 {phy_i2c_address, static_cast<uint8_t>(reg)},
+                                 {phy_i2c_write_high, static_cast<uint8_t>(value >> 8)},
+                                 {phy_i2c_write_low, static_cast<uint8_t>(value)},
+                                 {phy_i2c_operation, operation},
+                             });
   if (result != 0) return result;
   return wait_for_end(transmitter, phy_i2c_wait);
 }

@@ -1,4 +1,5 @@
-// The board's I2C masters: whole transfers by the driver, or byte by byte on the masters' registers.
+// The board's I2C masters: whole transfers by the driver, or byte by byte on the masters'
+// registers.
 #include <stdint.h>
 
 #include "core/connection.h"
@@ -112,8 +113,7 @@ uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t cou
     if (channel >= driver_channels) return driver_bad_channel;
     return static_cast<uint32_t>(zvgI2cOperate(channel, slave, reg, ZVG_OP_READ, count, buf));
   }
-  return static_cast<uint32_t>(
-      read_registers(channel, slave, reg, static_cast<int>(count), buf));
+  return static_cast<uint32_t>(read_registers(channel, slave, reg, static_cast<int>(count), buf));
 }
 
 uint32_t zvgI2cWrite(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
@@ -122,8 +122,7 @@ uint32_t zvgI2cWrite(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t co
     if (channel >= driver_channels) return driver_bad_channel;
     return static_cast<uint32_t>(zvgI2cOperate(channel, slave, reg, ZVG_OP_WRITE, count, data));
   }
-  return static_cast<uint32_t>(
-      write_registers(channel, slave, reg, static_cast<int>(count), data));
+  return static_cast<uint32_t>(write_registers(channel, slave, reg, static_cast<int>(count), data));
 }
 
 uint32_t zvgI2cWriteByte(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t value) {

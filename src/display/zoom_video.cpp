@@ -110,8 +110,7 @@ int switch_port(int port, bool on) {
 
 }  // namespace
 
-int zvgZoomVideoInit(uint32_t port, uint32_t i2c_channel, int alternate_address,
-                     int use_window_b) {
+int zvgZoomVideoInit(uint32_t port, uint32_t i2c_channel, int alternate_address, int use_window_b) {
   if (port >= ports || i2c_channel >= decoder_channels) {
     puts("Zoom video error: invalid argument");
     return -EINVAL;
@@ -148,11 +147,10 @@ int zvgZoomVideoStart(int port, uint32_t x, uint32_t y, uint32_t width, uint32_t
   zvgRegWriteLong(window.frame_0, (2 * offset + shown(number)) / 4);
   zvgRegWriteLong(window.frame_1, (2 * offset + shown(number) + second_shown) / 4);
   const uint32_t source = read(capture(number, capture_source_size));
-  zvgRegWriteLong(window.control,
-                  (source & window_source_mask) << window_source_shift |
-                      format_bits(format_a, window_format_a_shift) |
-                      format_bits(format_b, window_format_b_shift) |
-                      (flag != 0 ? 1u << window_flag_shift : 0) | window_constant);
+  zvgRegWriteLong(window.control, (source & window_source_mask) << window_source_shift |
+                                      format_bits(format_a, window_format_a_shift) |
+                                      format_bits(format_b, window_format_b_shift) |
+                                      (flag != 0 ? 1u << window_flag_shift : 0) | window_constant);
   return 0;
 }
 

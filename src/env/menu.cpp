@@ -35,7 +35,9 @@ std::span<const Node> children(const Node& node) {
   return {node.children, static_cast<size_t>(node.children != nullptr ? node.child_count : 0)};
 }
 
-bool is_independent(const Node& node) { return strcmp(node.label, independent) == 0; }
+bool is_independent(const Node& node) {
+  return strcmp(node.label, independent) == 0;
+}
 
 bool is_action(const Node& node, uint32_t number) {
   return node.level == action_level && node.number == number;

@@ -7,8 +7,8 @@ const zvgkit_menu_node Indep_child[1] = {
 
 const zvgkit_menu_node Core_child[3] = {
     {"VIV_MGPU_AFFINITY", "0", "COMBINED", "C", 1, 2, 0, nullptr, nullptr},
-    {"", "", "INDEPENDENT", "I", 2, 2, 1, "Please input which core to rendering [0,7]:",
-     Indep_child},
+    {"", "", "INDEPENDENT", "I", 2, 2, 1,
+     "Please input which core to rendering [0,7]:", Indep_child},
     {"VIV_MGPU_AFFINITY", "B", "BALANCE", "B", 3, 2, 0, nullptr, nullptr},
 };
 

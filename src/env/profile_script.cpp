@@ -172,7 +172,7 @@ void list() {
     any = true;
     line[strcspn(line, "\r\n")] = '\0';
     char* rest = nullptr;
-    strtok_r(line, " ", &rest);    // "export"
+    strtok_r(line, " ", &rest);     // "export"
     strtok_r(nullptr, "_", &rest);  // the family of the variable
     const char* const setting = strtok_r(nullptr, "_", &rest);
     if (setting == nullptr) continue;  // not one of these settings

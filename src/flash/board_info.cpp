@@ -30,7 +30,9 @@ void* allocate(uint32_t bytes) {
   return memory;
 }
 
-bool in_area(uint32_t address) { return address >= area_begin && address <= area_end; }
+bool in_area(uint32_t address) {
+  return address >= area_begin && address <= area_end;
+}
 
 bool is_edid_of(const board_info_entry& entry, uint32_t output) {
   return entry.type == edid_type && entry.id == output && entry.sub_index == 0;

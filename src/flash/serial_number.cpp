@@ -35,7 +35,9 @@ int read_record(Record* record) {
 
 }  // namespace
 
-int is_valid_char(char c) { return c >= 0x2D && c <= 0x7A ? 1 : 0; }
+int is_valid_char(char c) {
+  return c >= 0x2D && c <= 0x7A ? 1 : 0;
+}
 
 int zvgSnRead(char* buffer, int length) {
   if (length < shortest || length > longest) return does_not_fit;

@@ -19,7 +19,9 @@ constexpr uint32_t status_receive_full = 0x10;
 constexpr uint32_t clock_gate = 0x30;
 constexpr uint32_t clock_on = 1;
 
-uint32_t address_of(Register reg) { return zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + reg; }
+uint32_t address_of(Register reg) {
+  return zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + reg;
+}
 
 bool is_there(Awaited awaited, uint32_t value) {
   switch (awaited) {
@@ -37,7 +39,9 @@ bool is_there(Awaited awaited, uint32_t value) {
 
 }  // namespace
 
-void write(Register reg, uint32_t value) { zvgRegWriteLong(address_of(reg), value); }
+void write(Register reg, uint32_t value) {
+  zvgRegWriteLong(address_of(reg), value);
+}
 
 void write(std::initializer_list<std::pair<Register, uint32_t>> values) {
   for (const auto& [reg, value] : values) write(reg, value);
@@ -101,7 +105,9 @@ void prepare_clock() {
   if ((value & clock_on) == 0) zvgRegWriteLong(gate, value | clock_on);
 }
 
-bool is_rq301() { return core::g_connection.device_id == ZVG_DEVICE_RQ301; }
+bool is_rq301() {
+  return core::g_connection.device_id == ZVG_DEVICE_RQ301;
+}
 
 bool enable_quad_mode(int budget) {
   if (!short_command(write_enable)) return false;

@@ -15,9 +15,9 @@ namespace zvg::flash {
 // Offsets in the controller's block.
 enum Register : uint32_t {
   control = 0x00,
-  frame_count = 0x04,  // frames to receive, minus one
-  enable = 0x08,       // 0 while the controller is configured
-  slave_select = 0x10,       // 0 queues what is written to the data register, 1 sends it
+  frame_count = 0x04,   // frames to receive, minus one
+  enable = 0x08,        // 0 while the controller is configured
+  slave_select = 0x10,  // 0 queues what is written to the data register, 1 sends it
   clock_divider = 0x14,
   transmit_threshold = 0x18,
   receive_threshold = 0x1C,
@@ -70,16 +70,16 @@ constexpr uint32_t sent_and_idle = 6;  // all of the status, after a command
 constexpr useconds_t look_step_us = 10;
 
 // Flash status registers.
-constexpr uint32_t flash_busy = 0x01;      // in register 1
-constexpr uint32_t flash_quad_ready = 2;   // all of register 2: no other bit may be set
-constexpr uint32_t flash_protected = 0x18; // in register 1: all blocks
+constexpr uint32_t flash_busy = 0x01;       // in register 1
+constexpr uint32_t flash_quad_ready = 2;    // all of register 2: no other bit may be set
+constexpr uint32_t flash_protected = 0x18;  // in register 1: all blocks
 
 // What the controller's status is waited for.
 enum class Awaited {
-  sent,       // everything went out and the controller is idle: exactly 6
-  received,   // a frame is there
-  chunk,      // the receive FIFO holds as many as its threshold asks for
-  idle,       // the transfer is over
+  sent,      // everything went out and the controller is idle: exactly 6
+  received,  // a frame is there
+  chunk,     // the receive FIFO holds as many as its threshold asks for
+  idle,      // the transfer is over
 };
 
 void write(Register reg, uint32_t value);
@@ -115,7 +115,9 @@ void prepare_clock();
 bool is_rq301();
 
 // Byte order of a 32-bit frame on the wire.
-constexpr uint32_t swapped(uint32_t word) { return __builtin_bswap32(word); }
+constexpr uint32_t swapped(uint32_t word) {
+  return __builtin_bswap32(word);
+}
 
 // Makes the flash accept quad commands: write enables of both kinds, then status register 2. Then
 // waits until it is neither busy nor without quad enable, with one budget of looks for both.

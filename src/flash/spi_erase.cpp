@@ -51,10 +51,10 @@ int erase(const Erase& kind, uint32_t address) {
   configure_to_modify();
   // Write enable a second time: one of the two may have met a flash that was still busy.
   if (!command({write_enable})) return failed(kind);
-  const bool sent = kind.opcode == erase_chip
-                        ? command({kind.opcode})
-                        : command({kind.opcode, address >> 16 & 0xFF, address >> 8 & 0xFF,
-                                   address & 0xFF});
+  const bool sent =
+      kind.opcode == erase_chip
+          ? command({kind.opcode})
+          : command({kind.opcode, address >> 16 & 0xFF, address >> 8 & 0xFF, address & 0xFF});
   if (!sent) return failed(kind);
   uint32_t flash_status = 0;
   configure_for_one_answer();
@@ -83,10 +83,18 @@ const Erase& piece_at(uint32_t address, uint32_t remaining) {
 
 }  // namespace
 
-int zvgSpiEraseSector(uint32_t address) { return erase(sector, address); }
-int zvgSpiErase32kbBlock(uint32_t address) { return erase(half_block, address); }
-int zvgSpiErase64kbBlock(uint32_t address) { return erase(block, address); }
-int zvgSpiEraseChip(void) { return erase(chip, 0); }
+int zvgSpiEraseSector(uint32_t address) {
+  return erase(sector, address);
+}
+int zvgSpiErase32kbBlock(uint32_t address) {
+  return erase(half_block, address);
+}
+int zvgSpiErase64kbBlock(uint32_t address) {
+  return erase(block, address);
+}
+int zvgSpiEraseChip(void) {
+  return erase(chip, 0);
+}
 
 int check_erase_alignment(uint32_t address, uint32_t size) {
   if (address % sector.size != 0) return 1;

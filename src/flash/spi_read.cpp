@@ -12,14 +12,22 @@ using namespace zvg::flash;
 namespace {
 
 // The FIFO of the RQ301 holds eight times as much.
-constexpr int quad_chunk(bool rq301) { return rq301 ? 1024 : 128; }
-constexpr uint32_t quad_frames(bool rq301) { return rq301 ? 255 : 31; }
-constexpr int standard_chunk(bool rq301) { return rq301 ? 256 : 32; }
+constexpr int quad_chunk(bool rq301) {
+  return rq301 ? 1024 : 128;
+}
+constexpr uint32_t quad_frames(bool rq301) {
+  return rq301 ? 255 : 31;
+}
+constexpr int standard_chunk(bool rq301) {
+  return rq301 ? 256 : 32;
+}
 
 constexpr int quad_budget = 800;
 constexpr int busy_attempts = 801;
 
-constexpr int words_of(int bytes) { return (bytes + 3) / 4; }
+constexpr int words_of(int bytes) {
+  return (bytes + 3) / 4;
+}
 
 int failed() {
   puts("SPI READ ERROR");

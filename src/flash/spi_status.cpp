@@ -17,7 +17,9 @@ void prepare_to_transmit() {
 }
 
 // What a failed status read returns is what printing its line did: not negative.
-int status_failed() { return puts("Read STATUSREG ERROR"); }
+int status_failed() {
+  return puts("Read STATUSREG ERROR");
+}
 
 int status_succeeded() {
   read(status);
@@ -77,10 +79,8 @@ int zvgSpiWriteStatusReg(uint32_t value) {
 int zvgSpiReadStatusReg(uint32_t cmd) {
   prepare_clock();
   zvgSpiExitCrmMode();
-  write({{enable, 0},
-         {control, bytes_command_receive},
-         {frame_count, 0},
-         {clock_divider, divider}});
+  write(
+      {{enable, 0}, {control, bytes_command_receive}, {frame_count, 0}, {clock_divider, divider}});
   write_thresholds(deepest_threshold);
   write({{interrupt_mask, all_interrupts}, {enable, 1}});
   send({cmd});

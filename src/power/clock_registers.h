@@ -22,10 +22,10 @@ enum Register : uint32_t {
 };
 
 // Bits of clock_select.
-constexpr uint32_t select_device_plls = 1u << 0;    // set: devpll, dev2pll; clear: the reference
-constexpr uint32_t select_3d_gpu2pll = 1u << 8;     // set: gpu2pll; clear: gpupll
+constexpr uint32_t select_device_plls = 1u << 0;     // set: devpll, dev2pll; clear: the reference
+constexpr uint32_t select_3d_gpu2pll = 1u << 8;      // set: gpu2pll; clear: gpupll
 constexpr uint32_t select_shader_gpu2pll = 1u << 9;  // the same
-constexpr uint32_t select_2d = 1u << 10;            // which PLLs it chooses from: per generation
+constexpr uint32_t select_2d = 1u << 10;             // which PLLs it chooses from: per generation
 constexpr uint32_t select_3d_and_shader = select_3d_gpu2pll | select_shader_gpu2pll;
 
 // Bits of pll_lock.
@@ -51,7 +51,9 @@ inline void write_clock(Register reg, uint32_t value) {
   zvgRegWriteLong(clock_address(reg), value);
 }
 
-inline bool is_rq302() { return get_device_id() == ZVG_DEVICE_RQ302; }
+inline bool is_rq302() {
+  return get_device_id() == ZVG_DEVICE_RQ302;
+}
 
 }  // namespace zvg::power
 

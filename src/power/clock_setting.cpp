@@ -9,10 +9,12 @@ namespace zvg::power {
 
 namespace {
 
-// The hardware is not asked how long a lock takes: whoever waits goes on when the reads are used up.
+// The hardware is not asked how long a lock takes: whoever waits goes on when the reads are used
+// up.
 void wait_for_lock(uint32_t lock, int rounds) {
-  core::spin(rounds, [] { return read_clock(pll_lock); },
-             [lock](uint32_t status) { return (status & lock) != 0; });
+  core::spin(
+      rounds, [] { return read_clock(pll_lock); },
+      [lock](uint32_t status) { return (status & lock) != 0; });
 }
 
 namespace rq301 {
@@ -68,9 +70,13 @@ constexpr int lock_rounds = 101;
 // generation keeps nothing, and of what the register holds the bypass bit.
 constexpr uint32_t word_mask = 0x1FFFFFF;
 
-uint32_t merged(uint32_t old, uint32_t word) { return (old & config_bypass) | (word & word_mask); }
+uint32_t merged(uint32_t old, uint32_t word) {
+  return (old & config_bypass) | (word & word_mask);
+}
 
-void program(Register pll, uint32_t word) { write_clock(pll, merged(read_clock(pll), word)); }
+void program(Register pll, uint32_t word) {
+  write_clock(pll, merged(read_clock(pll), word));
+}
 
 void set_3d_clock(uint32_t moved, uint32_t word) {
   const uint32_t select = read_clock(clock_select);

@@ -58,7 +58,9 @@ bool beginning(const char* keyword, const char* word) {
   return strncmp(keyword, word, std::min(strlen(keyword), strlen(word) + 1)) == 0;
 }
 
-bool whole(const char* keyword, const char* word) { return strcmp(keyword, word) == 0; }
+bool whole(const char* keyword, const char* word) {
+  return strcmp(keyword, word) == 0;
+}
 
 bool continued(const char* keyword, const char* word) {
   return strncmp(keyword, word, strlen(word)) == 0;
@@ -78,9 +80,13 @@ struct Text {
   explicit Text(unsigned key) { zvgQueryOperate(static_cast<int>(key), bytes); }
 };
 
-void number(Report& report, const Item& item) { report.add(item.format, ask(item.key)); }
+void number(Report& report, const Item& item) {
+  report.add(item.format, ask(item.key));
+}
 
-void text(Report& report, const Item& item) { report.add(item.format, Text(item.key).bytes); }
+void text(Report& report, const Item& item) {
+  report.add(item.format, Text(item.key).bytes);
+}
 
 void gop_version(Report& report, const Item& item) {
   const Text version(item.key);
@@ -97,9 +103,8 @@ void channels(Report& report, const Item& item) {
     const char* list;
   } lists[] = {{2, "2\n"}, {3, "1 2\n"}, {12, "3 4\n"}, {15, "1 2 3 4\n"}};
   const uint32_t mask = ask(item.key);
-  const auto* const found =
-      std::find_if(std::begin(lists), std::end(lists),
-                   [mask](const auto& entry) { return entry.mask == mask; });
+  const auto* const found = std::find_if(std::begin(lists), std::end(lists),
+                                         [mask](const auto& entry) { return entry.mask == mask; });
   report.add(item.format, found != std::end(lists) ? found->list : "1\n");
 }
 
@@ -119,7 +124,9 @@ void video_memory(Report& report, const Item& item) {
 }
 
 // Four times the memory's frequency.
-void bandwidth(Report& report, const Item& item) { report.add(item.format, ask(item.key) * 4); }
+void bandwidth(Report& report, const Item& item) {
+  report.add(item.format, ask(item.key) * 4);
+}
 
 // The word after the keyword, where the caller splits its command line, names one engine.
 void load(Report& report, const Item& item) {

@@ -33,8 +33,8 @@ constexpr float millivolts(uint16_t word) {
 int measure(uint32_t bus, const char* invalid, float shunts[2]) {
   const SensingChip chip = {bus, address};
   uint8_t set_up[] = {configuration[0], configuration[1]};
-  const int result = static_cast<int>(
-      zvgI2cWrite(bus, address, configuration_register, sizeof set_up, set_up));
+  const int result =
+      static_cast<int>(zvgI2cWrite(bus, address, configuration_register, sizeof set_up, set_up));
   if (result != 0) {
     printf("error: i2c operation err (%d)\n", result);
     return result;

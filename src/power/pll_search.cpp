@@ -45,8 +45,8 @@ struct Setting {
 
 uint32_t loop_band(uint32_t compare_frequency) {
   constexpr uint32_t limits[] = {11000, 18000, 30000, 50000, 80000, 130000};  // kHz
-  const auto* const limit = std::lower_bound(std::begin(limits), std::end(limits),
-                                             compare_frequency);
+  const auto* const limit =
+      std::lower_bound(std::begin(limits), std::end(limits), compare_frequency);
   return static_cast<uint32_t>(limit - limits) + 1;
 }
 
@@ -90,8 +90,8 @@ class Search {
   void consider(uint64_t output, uint64_t post_divider, uint64_t multiplier, uint32_t divider,
                 uint32_t shift) {
     const uint64_t error = output > target_ ? output - target_ : target_ - output;
-    best_ = std::min(
-        best_, {error, post_divider, static_cast<uint32_t>(multiplier), divider, shift});
+    best_ =
+        std::min(best_, {error, post_divider, static_cast<uint32_t>(multiplier), divider, shift});
   }
 
   void try_input_divider(uint32_t divider) {

@@ -103,7 +103,9 @@ int read_sensor(const SensorCount& sensors, uint32_t type, uint32_t index, Value
   return result;
 }
 
-double code_to_volt(uint32_t code) { return (code * 0.00059677 + 0.51106) * 1000.0 * 0.001; }
+double code_to_volt(uint32_t code) {
+  return (code * 0.00059677 + 0.51106) * 1000.0 * 0.001;
+}
 
 }  // namespace
 

@@ -11,11 +11,11 @@ namespace {
 
 // What a handler was called for.
 struct Access {
-  uint64_t shown;      // the address that messages name
-  uint64_t address;    // the one that is accessed
-  uint32_t value;      // expected, or to write
+  uint64_t shown;    // the address that messages name
+  uint64_t address;  // the one that is accessed
+  uint32_t value;    // expected, or to write
   uint32_t mask;
-  int width;           // bits
+  int width;  // bits
   unsigned channel;
 };
 
@@ -63,9 +63,13 @@ struct Block {
 constexpr bool out = false;
 constexpr bool err = true;
 
-int read_any(const Access& a, uint32_t* value) { return read_reg(a.address, a.width, value); }
+int read_any(const Access& a, uint32_t* value) {
+  return read_reg(a.address, a.width, value);
+}
 
-int write_any(const Access& a) { return write_reg(a.address, a.width, a.value); }
+int write_any(const Access& a) {
+  return write_reg(a.address, a.width, a.value);
+}
 
 int read_phy(const Access& a, uint32_t* value) {
   if (a.width != 16) return unsupported_width(a.width);
@@ -231,7 +235,7 @@ constexpr uint64_t key(char operation, char block) {
 
 using namespace zvg::script;
 
-#define ZVG_HANDLER_ARGUMENTS \
+#define ZVG_HANDLER_ARGUMENTS                                         \
   [[maybe_unused]] uint64_t address, [[maybe_unused]] uint32_t value, \
       [[maybe_unused]] uint32_t mask, int width, [[maybe_unused]] unsigned channel
 

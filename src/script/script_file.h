@@ -11,7 +11,7 @@ namespace zvg::script {
 
 // What is left of a line for its runner.
 enum class Line {
-  nothing,   // skipped, or carried out by the reader: a delay or an echo
+  nothing,  // skipped, or carried out by the reader: a delay or an echo
   header,
   registers
 };

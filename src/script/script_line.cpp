@@ -46,7 +46,9 @@ Delay parse_delay(const char* text) {
   return {text[0], 0};
 }
 
-const char* echo_text(const char* text) { return text + echo_word_length; }
+const char* echo_text(const char* text) {
+  return text + echo_word_length;
+}
 
 int ScriptLine::parse(const char* text) {
   return sscanf(text, "%lx %x %c %x %d", &address, &value, &operation, &mask, &width);

@@ -202,10 +202,9 @@ TEST_F(DriverAccess, KmemRequestsNameAddressAndWidth) {
   EXPECT_EQ(value, 0x44332211u);
   EXPECT_EQ(quad, answer_);
   EXPECT_THAT(platform_.take(),
-              ElementsAre(kmem(0xFFFF888000000001, 0, 1, 0), kmem(0x2, 0, 2, 0),
-                          kmem(0x4, 0, 4, 0), kmem(0x8, 0, 8, 0), kmem(0x1, 1, 1, 0x91),
-                          kmem(0x2, 1, 2, 0x9222), kmem(0x4, 1, 4, 0x93333333),
-                          kmem(0x8, 1, 8, 0x9444444444444444)));
+              ElementsAre(kmem(0xFFFF888000000001, 0, 1, 0), kmem(0x2, 0, 2, 0), kmem(0x4, 0, 4, 0),
+                          kmem(0x8, 0, 8, 0), kmem(0x1, 1, 1, 0x91), kmem(0x2, 1, 2, 0x9222),
+                          kmem(0x4, 1, 4, 0x93333333), kmem(0x8, 1, 8, 0x9444444444444444)));
 }
 
 TEST_F(DriverAccess, FailedKmemReadsStoreTheRecordsValue) {
@@ -340,8 +339,8 @@ TEST(Crtc, FirstUseSelectsColourAddressing) {
   uint8_t value = 0;
   EXPECT_EQ(zvgCrtcReadByte(0x11, &value), 0);
   EXPECT_EQ(value, 0x5A);
-  EXPECT_THAT(node.take(), ElementsAre("r1 0x103cc", "w1 0x103c2 0x3", "w1 0x103d4 0x11",
-                                       "r1 0x103d5"));
+  EXPECT_THAT(node.take(),
+              ElementsAre("r1 0x103cc", "w1 0x103c2 0x3", "w1 0x103d4 0x11", "r1 0x103d5"));
   EXPECT_EQ(zvgCrtcWriteByte(254, 0x77), 0);
   EXPECT_THAT(node.take(), ElementsAre("w1 0x103d4 0xfe", "w1 0x103d5 0x77"));
 }
@@ -365,8 +364,8 @@ TEST(Crtc, BitsButTheLowestDoNotMakeColourAddressing) {
   node.open();
   node.bytes[0x103CC] = 0xFE;
   EXPECT_EQ(zvgCrtcWriteByte(0, 1), 0);
-  EXPECT_THAT(node.take(), ElementsAre("r1 0x103cc", "w1 0x103c2 0x3", "w1 0x103d4 0x0",
-                                       "w1 0x103d5 0x1"));
+  EXPECT_THAT(node.take(),
+              ElementsAre("r1 0x103cc", "w1 0x103c2 0x3", "w1 0x103d4 0x0", "w1 0x103d5 0x1"));
 }
 
 TEST(Crtc, RejectsIndex255AndAbove) {

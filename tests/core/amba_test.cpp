@@ -161,10 +161,18 @@ TEST_P(AmbaLanes, WriteUsesTheLanesOfItsWidth) {
   const uint64_t address = 0x1000020 + c.low_address;
   const uint64_t value = 0x8877665544332211;
   switch (c.width) {
-    case 1: EXPECT_EQ(zvgAmbaWriteByte(address, static_cast<uint8_t>(value)), 0); break;
-    case 2: EXPECT_EQ(zvgAmbaWriteWord(address, static_cast<uint16_t>(value)), 0); break;
-    case 4: EXPECT_EQ(zvgAmbaWriteLong(address, static_cast<uint32_t>(value)), 0); break;
-    case 8: EXPECT_EQ(zvgAmbaWriteQuad(address, value), 0); break;
+    case 1:
+      EXPECT_EQ(zvgAmbaWriteByte(address, static_cast<uint8_t>(value)), 0);
+      break;
+    case 2:
+      EXPECT_EQ(zvgAmbaWriteWord(address, static_cast<uint16_t>(value)), 0);
+      break;
+    case 4:
+      EXPECT_EQ(zvgAmbaWriteLong(address, static_cast<uint32_t>(value)), 0);
+      break;
+    case 8:
+      EXPECT_EQ(zvgAmbaWriteQuad(address, value), 0);
+      break;
   }
   Expected expected;
   expected.address({0x20, 0, 0, 1, 0}, 0x80).put(0xB4, 0).strobe(0x10);

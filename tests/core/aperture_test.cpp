@@ -19,8 +19,8 @@ class Aperture : public testing::Test {
  protected:
   void SetUp() override {
     for (uint8_t** space : {&mmio_, &vram_}) {
-      auto* const pages = static_cast<uint8_t*>(mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE,
-                                                     MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+      auto* const pages = static_cast<uint8_t*>(
+          mmap(nullptr, 2 * size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
       ASSERT_NE(pages, MAP_FAILED);
       ASSERT_EQ(mprotect(pages + size, size, PROT_NONE), 0);
       *space = pages;

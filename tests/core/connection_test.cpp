@@ -221,9 +221,9 @@ TEST(MemoryOpen, MapsBothAperturesSharedAtTheirBases) {
   EXPECT_EQ(get_s_type(), 1u);
   const auto log = platform.take();
   // O_RDWR | O_NONBLOCK; PROT_READ | PROT_WRITE; MAP_SHARED
-  EXPECT_THAT(log, ElementsAre("open /dev/mem 0x802",
-                               "mmap 0x2000 prot 0x3 flags 0x1 offset 0xe0000000",
-                               "mmap 0x1000 prot 0x3 flags 0x1 offset 0x1d0000000"));
+  EXPECT_THAT(log,
+              ElementsAre("open /dev/mem 0x802", "mmap 0x2000 prot 0x3 flags 0x1 offset 0xe0000000",
+                          "mmap 0x1000 prot 0x3 flags 0x1 offset 0x1d0000000"));
 }
 
 TEST(MemoryOpen, CloseUnmapsBothWithTheirSizes) {
@@ -270,9 +270,8 @@ TEST(MemoryOpen, NullMmioMappingEndsTheOpen) {
   EXPECT_EQ(result, -EPERM);
   EXPECT_EQ(output.err, "mmap mmio failed, Operation not permitted\n");
   EXPECT_EQ(get_s_type(), 0xFFFFFFFFu);
-  EXPECT_THAT(platform.take(),
-              ElementsAre("open /dev/mem 0x802", "mmap 0x1000 prot 0x3 flags 0x1 offset 0x0",
-                          "close"));
+  EXPECT_THAT(platform.take(), ElementsAre("open /dev/mem 0x802",
+                                           "mmap 0x1000 prot 0x3 flags 0x1 offset 0x0", "close"));
 }
 
 TEST(MemoryOpen, NullVramMappingLeavesTheMmioMapping) {

@@ -46,7 +46,9 @@ class DriverRequests : public testing::Test {
   RecordedPlatform platform_;
 };
 
-constexpr char generic[] = "01000000020000000300000004000000887766554433" "2211";
+constexpr char generic[] =
+    "01000000020000000300000004000000887766554433"
+    "2211";
 
 TEST_F(DriverRequests, GenericOperationsPassTheirNumbersOn) {
   constexpr uint64_t value = 0x1122334455667788;
@@ -145,7 +147,8 @@ TEST_F(DriverRequests, PciReadStoresAfterAFailure) {
 
 TEST_F(DriverRequests, PciWrite) {
   EXPECT_EQ(zvgPciWrite(0x44, 0x01020304), 0);
-  EXPECT_THAT(platform_.take(), ElementsAre("ioctl 0xc0106404 000000000100000044000000" "04030201"));
+  EXPECT_THAT(platform_.take(), ElementsAre("ioctl 0xc0106404 000000000100000044000000"
+                                            "04030201"));
   platform_.on_ioctl = [](unsigned long, void*) { return -1; };
   EXPECT_EQ(zvgPciWrite(0, 0), -1);
 }
@@ -163,7 +166,8 @@ TEST_F(DriverRequests, InfoGoesOutInTheCallersRecord) {
 TEST_F(DriverRequests, DumpVramFreeSendsCommandFive) {
   const auto quiet = capture([] { EXPECT_EQ(zvgDumpVramFree(), 0); });
   EXPECT_EQ(quiet.out + quiet.err, "");
-  EXPECT_THAT(platform_.take(), ElementsAre("ioctl 0xc0506411 0200000005000000" + repeat("00", 72)));
+  EXPECT_THAT(platform_.take(),
+              ElementsAre("ioctl 0xc0506411 0200000005000000" + repeat("00", 72)));
   platform_.on_ioctl = [](unsigned long, void*) { return -1; };
   const auto output = capture([] { EXPECT_EQ(zvgDumpVramFree(), -1); });
   EXPECT_EQ(output.out, "card 2: dump vram node failed\n");

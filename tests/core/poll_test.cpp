@@ -102,7 +102,8 @@ TEST_F(Poll, AFailedReadEndsTheWait) {
 TEST_F(Poll, SpinLooksOnceMoreThanItsRounds) {
   const auto spin = [&](int rounds, int match) {
     looks_ = 0;
-    zvg::core::spin(rounds, [&] { return ++looks_; }, [match](int look) { return look == match; });
+    zvg::core::spin(
+        rounds, [&] { return ++looks_; }, [match](int look) { return look == match; });
     return looks_;
   };
   EXPECT_EQ(spin(5, 1), 1);

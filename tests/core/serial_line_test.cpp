@@ -64,14 +64,16 @@ TEST(SerialOpen, SwitchesBoardAndLineToEveryOtherRate) {
   for (const Rate& rate : rates) {
     RecordedPlatform platform;
     EXPECT_GE(zvgSerialOpen(device, rate.baud), 0);
-    EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened}, set_up, baud_switch(rate.divisor),
-                                                        set_up, burst})))
+    EXPECT_THAT(
+        platform.take(),
+        ElementsAreArray(join({{opened}, set_up, baud_switch(rate.divisor), set_up, burst})))
         << rate.baud;
     EXPECT_EQ(cfgetospeed(&platform.attributes), rate.speed) << rate.baud;
     EXPECT_EQ(cfgetispeed(&platform.attributes), rate.speed) << rate.baud;
     zvgClose();
     // Back to 9600: 27000000 / 9600 = 2812.
-    EXPECT_THAT(platform.take(), ElementsAreArray(join({baud_switch("00000afc"), set_up, {"close"}})))
+    EXPECT_THAT(platform.take(),
+                ElementsAreArray(join({baud_switch("00000afc"), set_up, {"close"}})))
         << rate.baud;
     EXPECT_EQ(cfgetospeed(&platform.attributes), speed_t{B9600});
   }
@@ -90,9 +92,14 @@ TEST(SerialOpen, ReopeningClosesTheOldLineAfterTheNewIsOpen) {
   zvgSerialOpen(device, 115200);
   platform.take();
   zvgSerialOpen(device, 115200);
-  EXPECT_THAT(platform.take(),
-              ElementsAreArray(join({{opened}, baud_switch("00000afc"), set_up, {"close"}, set_up,
-                                     baud_switch("000000ea"), set_up, burst})));
+  EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened},
+                                                      baud_switch("00000afc"),
+                                                      set_up,
+                                                      {"close"},
+                                                      set_up,
+                                                      baud_switch("000000ea"),
+                                                      set_up,
+                                                      burst})));
 }
 
 TEST(SerialOpen, UnsupportedRatesAreRefusedBeforeTheDeviceIsTouched) {
@@ -169,8 +176,9 @@ TEST(SerialOpen, LineThatDoesNotFollowEndsTheOpenWithoutTellingTheBoard) {
   EXPECT_EQ(result, -22);
   EXPECT_EQ(output.err, "tcsetattr() failed: Input/output error\n");
   // The last wait is the switch back to the remembered rate, which has nothing to send.
-  EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened}, set_up, baud_switch("000000ea"),
-                                                      set_up, {settle, "close"}})));
+  EXPECT_THAT(platform.take(),
+              ElementsAreArray(
+                  join({{opened}, set_up, baud_switch("000000ea"), set_up, {settle, "close"}})));
   EXPECT_EQ(get_s_type(), 0xFFFFFFFFu);
   // The board still runs at 9600, and so the next open at 9600 has nothing to switch.
   platform.on_tcsetattr = nullptr;
@@ -188,8 +196,8 @@ TEST(SerialOpen, BurstStopsAtTheFirstFailedWrite) {
   const auto output = capture([] { EXPECT_GE(zvgSerialOpen(device, 9600), 0); });
   EXPECT_EQ(output.err, "write() failed: Input/output error\n");
   EXPECT_THAT(platform.take(),
-              ElementsAreArray(join({{opened, "tcgetattr", "tcflush 2", "tcsetattr 0", zeros, zeros},
-                                     burst})));
+              ElementsAreArray(
+                  join({{opened, "tcgetattr", "tcflush 2", "tcsetattr 0", zeros, zeros}, burst})));
 }
 
 TEST(SerialOpen, FailedLeadInIsIgnored) {
@@ -213,8 +221,8 @@ TEST(SerialOpen, FailedDivisorFrameIsReportedAndNotWaitedFor) {
   const auto output = capture([] { EXPECT_GE(zvgSerialOpen(device, 19200), 0); });
   EXPECT_EQ(output.err, "write() failed: Input/output error\n");
   EXPECT_THAT(platform.take(),
-              ElementsAreArray(join({{opened}, set_up, {lead_in, "write fc0000000000000000057e"},
-                                     set_up, burst})));
+              ElementsAreArray(join(
+                  {{opened}, set_up, {lead_in, "write fc0000000000000000057e"}, set_up, burst})));
 }
 
 }  // namespace

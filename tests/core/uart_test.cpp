@@ -42,8 +42,10 @@ TEST_F(Uart, ByteWriteShiftsTheByteIntoItsLane) {
   EXPECT_EQ(zvgUartWriteByte(0x1000001, 0x5C), 0);
   EXPECT_EQ(zvgUartWriteByte(0x1000002, 0x5D), 0);
   EXPECT_THAT(platform_.take(),
-              ElementsAre("write fe080001000000" "5a000000", "write fe0100010000000000005b",
-                          "write fe02000100000000005c00", "write fe040001000000005d0000"));
+              ElementsAre("write fe080001000000"
+                          "5a000000",
+                          "write fe0100010000000000005b", "write fe02000100000000005c00",
+                          "write fe040001000000005d0000"));
 }
 
 TEST_F(Uart, WordWriteShiftsByTheUpperHalf) {
@@ -81,11 +83,10 @@ TEST_F(Uart, ByteReadTakesItsLane) {
     EXPECT_EQ(zvgUartReadByte(0x1000100 + lane, &value), 0);
     EXPECT_EQ(value, expected[lane]);
   }
-  EXPECT_THAT(platform_.take(),
-              ElementsAre("write fd01000100010000000000", wait, "read 4",
-                          "write fd02000100010000000000", wait, "read 4",
-                          "write fd04000100010000000000", wait, "read 4",
-                          "write fd08000100010000000000", wait, "read 4"));
+  EXPECT_THAT(platform_.take(), ElementsAre("write fd01000100010000000000", wait, "read 4",
+                                            "write fd02000100010000000000", wait, "read 4",
+                                            "write fd04000100010000000000", wait, "read 4",
+                                            "write fd08000100010000000000", wait, "read 4"));
 }
 
 TEST_F(Uart, WordReadTakesItsHalf) {
@@ -95,9 +96,8 @@ TEST_F(Uart, WordReadTakesItsHalf) {
   EXPECT_EQ(zvgUartReadWord(0x1000102, &high), 0);
   EXPECT_EQ(low, 0xCCDD);
   EXPECT_EQ(high, 0xAABB);
-  EXPECT_THAT(platform_.take(),
-              ElementsAre("write fd03000100010000000000", wait, "read 4",
-                          "write fd0c000100010000000000", wait, "read 4"));
+  EXPECT_THAT(platform_.take(), ElementsAre("write fd03000100010000000000", wait, "read 4",
+                                            "write fd0c000100010000000000", wait, "read 4"));
 }
 
 TEST_F(Uart, NarrowReadsAreNotMasked) {
@@ -284,9 +284,8 @@ TEST_F(Uart, VramFamilyLandsOnItsBusAddress) {
   EXPECT_EQ(zvgVramReadLong(0x10, &value), 0);
   EXPECT_EQ(value, 0xAABBCCDDu);
   EXPECT_EQ(zvgVramWriteByte(0x10000001, 0x77), 0);
-  EXPECT_THAT(platform_.take(),
-              ElementsAre("tcflush 0", "write fd0f800000001000000000", wait, "read 4", "tcflush 0",
-                          "write fe02801000000000007700"));
+  EXPECT_THAT(platform_.take(), ElementsAre("tcflush 0", "write fd0f800000001000000000", wait,
+                                            "read 4", "tcflush 0", "write fe02801000000000007700"));
 }
 
 TEST_F(Uart, DispatcherIgnoresTheBarAndDropsTheResult) {

@@ -38,8 +38,8 @@ class VramBulk : public testing::Test {
   void TearDown() override { unlink(path_.c_str()); }
 
   void store(uint64_t offset, uint32_t word) {
-    for (int i = 0; i < 4; ++i) node_.bytes[offset + static_cast<uint64_t>(i)] =
-        static_cast<uint8_t>(word >> (8 * i));
+    for (int i = 0; i < 4; ++i)
+      node_.bytes[offset + static_cast<uint64_t>(i)] = static_cast<uint8_t>(word >> (8 * i));
   }
   uint32_t load(uint64_t offset) {
     uint32_t word = 0;
@@ -110,8 +110,8 @@ TEST_F(VramBulk, CountZeroLeavesAnEmptyFile) {
 }
 
 TEST_F(VramBulk, FilesThatCannotBeOpenedAreReported) {
-  const auto read = capture(
-      [] { EXPECT_EQ(zvgMultiVramReadLong(nullptr, 0, 1, "/nonexistent/dump"), -1); });
+  const auto read =
+      capture([] { EXPECT_EQ(zvgMultiVramReadLong(nullptr, 0, 1, "/nonexistent/dump"), -1); });
   EXPECT_EQ(read.err, "Failed to open file /nonexistent/dump\n");
   const auto write =
       capture([] { EXPECT_EQ(zvgMultVramWriteLong(0, 0, 1, "/nonexistent/dump"), -1); });
@@ -204,11 +204,10 @@ TEST_F(VramBulk, LoadsAFile) {
 TEST_F(VramBulk, ShortFileStopsAtTheFirstMissingWord) {
   write_file("abcdef");
   int result = 0;
-  const auto output =
-      capture([&] { result = zvgMultVramWriteLong(0, 0x400, 3, path_.c_str()); });
+  const auto output = capture([&] { result = zvgMultVramWriteLong(0, 0x400, 3, path_.c_str()); });
   EXPECT_EQ(result, -1);
-  EXPECT_EQ(output.err, "Failed to read from file " + path_ +
-                            ". Writing stream crashed at 0x404\n");
+  EXPECT_EQ(output.err,
+            "Failed to read from file " + path_ + ". Writing stream crashed at 0x404\n");
   EXPECT_EQ(load(0x400), 0x64636261u);
   EXPECT_EQ(load(0x404), 0u);
 }
@@ -224,8 +223,8 @@ TEST_F(VramBulk, FailedLoadSaysWrite) {
 }
 
 std::string dump(const void* buffer, unsigned width, uint64_t start, unsigned count) {
-  const auto output = capture(
-      [&] { dump_vram(static_cast<const uint8_t*>(buffer), width, start, count); });
+  const auto output =
+      capture([&] { dump_vram(static_cast<const uint8_t*>(buffer), width, start, count); });
   EXPECT_EQ(output.err, "");
   return output.out;
 }
@@ -233,8 +232,7 @@ std::string dump(const void* buffer, unsigned width, uint64_t start, unsigned co
 TEST(DumpVram, BytesEightToALine) {
   uint8_t bytes[10];
   for (uint8_t i = 0; i < 10; ++i) bytes[i] = static_cast<uint8_t>(0xF0 + i);
-  EXPECT_EQ(dump(bytes, 1, 0x1000, 10),
-            "00001000: f0 f1 f2 f3 f4 f5 f6 f7\n00001008: f8 f9");
+  EXPECT_EQ(dump(bytes, 1, 0x1000, 10), "00001000: f0 f1 f2 f3 f4 f5 f6 f7\n00001008: f8 f9");
 }
 
 TEST(DumpVram, WordsEightToALine) {

@@ -18,7 +18,9 @@ using zvgtest::read1;
 using zvgtest::RegisterNode;
 using zvgtest::write1;
 
-constexpr uint64_t base(unsigned hdmi) { return (hdmi + 0x11) << 16; }
+constexpr uint64_t base(unsigned hdmi) {
+  return (hdmi + 0x11) << 16;
+}
 
 class HdmiDdc : public testing::Test {
  protected:
@@ -57,10 +59,9 @@ Log write_set_up(unsigned hdmi, unsigned slave, unsigned offset, unsigned value)
 TEST_F(HdmiDdc, InitSetsStandardMode) {
   node_.bytes[base(1) + 0x7E07] = 0x5F;
   EXPECT_EQ(zvgHdmiDDCInit(1), 0);
-  EXPECT_THAT(node_.take(),
-              ElementsAreArray(Log{write1(1, 0x7E0C, 0x04), write1(1, 0x7E0B, 0x01),
-                                   write1(1, 0x7E0E, 0x0E), write1(1, 0x7E0D, 0x01),
-                                   read1(1, 0x7E07), write1(1, 0x7E07, 0x57)}));
+  EXPECT_THAT(node_.take(), ElementsAreArray(Log{write1(1, 0x7E0C, 0x04), write1(1, 0x7E0B, 0x01),
+                                                 write1(1, 0x7E0E, 0x0E), write1(1, 0x7E0D, 0x01),
+                                                 read1(1, 0x7E07), write1(1, 0x7E07, 0x57)}));
   for (const unsigned reg : {0x7E0Cu, 0x7E0Bu, 0x7E0Eu, 0x7E0Du, 0x7E07u}) {
     fail_access(true, base(1) + reg);
     EXPECT_EQ(zvgHdmiDDCInit(1), -1) << reg;
@@ -117,8 +118,8 @@ TEST_F(HdmiDdc, FailedSetUpOfAReadIsReported) {
 TEST_F(HdmiDdc, WritePollsThePhysStatus) {
   status(0, 0x02);
   EXPECT_EQ(zvgHdmiDDCWrite(1, 0x37, 0x151, 0x16E), 0);
-  EXPECT_THAT(node_.take(), ElementsAreArray(join({write_set_up(1, 0x37, 0x51, 0x6E),
-                                                   {read1(1, 0x0108)}})));
+  EXPECT_THAT(node_.take(),
+              ElementsAreArray(join({write_set_up(1, 0x37, 0x51, 0x6E), {read1(1, 0x0108)}})));
 }
 
 TEST_F(HdmiDdc, WriteLooksEveryMillisecond) {
@@ -135,8 +136,8 @@ TEST_F(HdmiDdc, WriteGoesOnAfterAFailedSetUp) {
     fail_access(true, base(0) + reg);
     const auto output = capture([] { EXPECT_EQ(zvgHdmiDDCWrite(0, 0x50, 1, 2), -1); });
     EXPECT_EQ(output.out, "");
-    EXPECT_THAT(node_.take(), ElementsAreArray(join({write_set_up(0, 0x50, 1, 2),
-                                                     {read1(0, 0x0108)}})));
+    EXPECT_THAT(node_.take(),
+                ElementsAreArray(join({write_set_up(0, 0x50, 1, 2), {read1(0, 0x0108)}})));
   }
 }
 
@@ -156,8 +157,8 @@ TEST_F(HdmiDdc, OnlyTheWriteTakesAnyTransmitter) {
   EXPECT_THAT(node_.take(), IsEmpty());
   status(0, 0x02);
   EXPECT_EQ(zvgHdmiDDCWrite(7, 0x50, 0, 0), 0);
-  EXPECT_THAT(node_.take(), ElementsAreArray(join({write_set_up(7, 0x50, 0, 0),
-                                                   {read1(7, 0x0108)}})));
+  EXPECT_THAT(node_.take(),
+              ElementsAreArray(join({write_set_up(7, 0x50, 0, 0), {read1(7, 0x0108)}})));
 }
 
 }  // namespace

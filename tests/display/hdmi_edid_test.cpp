@@ -38,7 +38,9 @@ using zvgtest::read1;
 using zvgtest::RegisterNode;
 using zvgtest::write1;
 
-constexpr uint64_t base(unsigned hdmi) { return (hdmi + 0x11) << 16; }
+constexpr uint64_t base(unsigned hdmi) {
+  return (hdmi + 0x11) << 16;
+}
 
 Log plain_read(unsigned hdmi, unsigned offset) {
   return {write1(hdmi, 0x0105, 3), write1(hdmi, 0x7E00, 0x50), write1(hdmi, 0x7E01, offset),
@@ -201,9 +203,7 @@ TEST_F(HdmiEdid, UnreadableStatusPrintsBothTexts) {
 
 TEST_F(HdmiEdid, FailedSetUpOfAPlainReadPrintsBothTexts) {
   monitor(0, 0);
-  node_.result = [](bool write, uint64_t at) {
-    return write && at == base(0) + 0x7E00 ? -1 : 0;
-  };
+  node_.result = [](bool write, uint64_t at) { return write && at == base(0) + 0x7E00 ? -1 : 0; };
   EXPECT_EQ(fetch(-1).out, "hdmi 0:i2c config failed\n" + read_failed());
 }
 

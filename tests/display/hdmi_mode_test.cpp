@@ -14,7 +14,9 @@ using zvgtest::Log;
 using zvgtest::read1;
 using zvgtest::RegisterNode;
 
-constexpr uint64_t composer(unsigned hdmi) { return ((hdmi + 0x11) << 16) + 0x1001; }
+constexpr uint64_t composer(unsigned hdmi) {
+  return ((hdmi + 0x11) << 16) + 0x1001;
+}
 
 class HdmiMode : public testing::Test {
  protected:
@@ -51,9 +53,9 @@ TEST_F(HdmiMode, HighBytesAreMasked) {
               0xFF, 0xFF});
   uint32_t mode[9];
   EXPECT_EQ(zvgHdmiModeRead(3, mode), 0xFFFFFFu);
-  EXPECT_THAT(mode, ElementsAre(0xFFFFFF, 0x1FFF, 0x1FFF + 0x1FFF, 0x1FFF + 0x1FFF + 0x3FF,
-                                0x1FFF + 0x1FFF, 0x1FFF, 0x1FFF + 0xFF, 0x1FFF + 0xFF + 0xFF,
-                                0x1FFF + 0xFF));
+  EXPECT_THAT(
+      mode, ElementsAre(0xFFFFFF, 0x1FFF, 0x1FFF + 0x1FFF, 0x1FFF + 0x1FFF + 0x3FF, 0x1FFF + 0x1FFF,
+                        0x1FFF, 0x1FFF + 0xFF, 0x1FFF + 0xFF + 0xFF, 0x1FFF + 0xFF));
 }
 
 TEST_F(HdmiMode, EachRegisterHasItsOwnPlace) {
@@ -62,22 +64,14 @@ TEST_F(HdmiMode, EachRegisterHasItsOwnPlace) {
     unsigned reg;
     std::array<uint32_t, 9> mode;
   } const cases[] = {
-      {0x1001, {0, 1, 1, 1, 1, 0, 0, 0, 0}},
-      {0x1002, {0, 256, 256, 256, 256, 0, 0, 0, 0}},
-      {0x1003, {0, 0, 0, 0, 1, 0, 0, 0, 0}},
-      {0x1004, {0, 0, 0, 0, 256, 0, 0, 0, 0}},
-      {0x1005, {0, 0, 0, 0, 0, 1, 1, 1, 1}},
-      {0x1006, {0, 0, 0, 0, 0, 256, 256, 256, 256}},
-      {0x1007, {0, 0, 0, 0, 0, 0, 0, 0, 1}},
-      {0x1008, {0, 0, 1, 1, 0, 0, 0, 0, 0}},
-      {0x1009, {0, 0, 256, 256, 0, 0, 0, 0, 0}},
-      {0x100A, {0, 0, 0, 1, 0, 0, 0, 0, 0}},
-      {0x100B, {0, 0, 0, 256, 0, 0, 0, 0, 0}},
-      {0x100C, {0, 0, 0, 0, 0, 0, 1, 1, 0}},
-      {0x100D, {0, 0, 0, 0, 0, 0, 0, 1, 0}},
-      {0x100E, {1, 0, 0, 0, 0, 0, 0, 0, 0}},
-      {0x100F, {0x100, 0, 0, 0, 0, 0, 0, 0, 0}},
-      {0x1010, {0x10000, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {0x1001, {0, 1, 1, 1, 1, 0, 0, 0, 0}},     {0x1002, {0, 256, 256, 256, 256, 0, 0, 0, 0}},
+      {0x1003, {0, 0, 0, 0, 1, 0, 0, 0, 0}},     {0x1004, {0, 0, 0, 0, 256, 0, 0, 0, 0}},
+      {0x1005, {0, 0, 0, 0, 0, 1, 1, 1, 1}},     {0x1006, {0, 0, 0, 0, 0, 256, 256, 256, 256}},
+      {0x1007, {0, 0, 0, 0, 0, 0, 0, 0, 1}},     {0x1008, {0, 0, 1, 1, 0, 0, 0, 0, 0}},
+      {0x1009, {0, 0, 256, 256, 0, 0, 0, 0, 0}}, {0x100A, {0, 0, 0, 1, 0, 0, 0, 0, 0}},
+      {0x100B, {0, 0, 0, 256, 0, 0, 0, 0, 0}},   {0x100C, {0, 0, 0, 0, 0, 0, 1, 1, 0}},
+      {0x100D, {0, 0, 0, 0, 0, 0, 0, 1, 0}},     {0x100E, {1, 0, 0, 0, 0, 0, 0, 0, 0}},
+      {0x100F, {0x100, 0, 0, 0, 0, 0, 0, 0, 0}}, {0x1010, {0x10000, 0, 0, 0, 0, 0, 0, 0, 0}},
   };
   for (const auto& c : cases) {
     node_.bytes.clear();

@@ -18,7 +18,9 @@ using zvgtest::read1;
 using zvgtest::RegisterNode;
 using zvgtest::write1;
 
-constexpr uint64_t base(unsigned hdmi) { return (hdmi + 0x11) << 16; }
+constexpr uint64_t base(unsigned hdmi) {
+  return (hdmi + 0x11) << 16;
+}
 
 class HdmiPhy : public testing::Test {
  protected:
@@ -44,8 +46,8 @@ class HdmiPhy : public testing::Test {
 };
 
 Log set_up(unsigned hdmi, unsigned reg, unsigned high, unsigned low, unsigned operation) {
-  return {write1(hdmi, 0x0108, 3),   write1(hdmi, 0x3020, 0x69), write1(hdmi, 0x3021, reg),
-          write1(hdmi, 0x3022, high), write1(hdmi, 0x3023, low), write1(hdmi, 0x3026, operation)};
+  return {write1(hdmi, 0x0108, 3),    write1(hdmi, 0x3020, 0x69), write1(hdmi, 0x3021, reg),
+          write1(hdmi, 0x3022, high), write1(hdmi, 0x3023, low),  write1(hdmi, 0x3026, operation)};
 }
 
 TEST_F(HdmiPhy, ReadsARegister) {
@@ -98,8 +100,8 @@ TEST_F(HdmiPhy, AnyFailedSetUpWriteEndsTheOperation) {
     EXPECT_EQ(output.out, "hdmi 1:i2c config failed\nhdmi 1:i2c config failed\n");
     EXPECT_EQ(output.err, "");
     EXPECT_EQ(value, 0x55);
-    EXPECT_THAT(node_.take(), ElementsAreArray(join({set_up(1, 7, 0, 0, 0x01),
-                                                     set_up(1, 7, 0x12, 0x34, 0x10)})))
+    EXPECT_THAT(node_.take(),
+                ElementsAreArray(join({set_up(1, 7, 0, 0, 0x01), set_up(1, 7, 0x12, 0x34, 0x10)})))
         << "every write is made, and no wait follows";
   }
 }
@@ -157,8 +159,8 @@ TEST_F(HdmiPhy, ReadReturnsBothDataResults) {
 
 TEST_F(HdmiPhy, ResetIsAPulseOfAMillisecond) {
   EXPECT_EQ(zvgHdmiPhyReset(3), 0);
-  EXPECT_THAT(node_.take(), ElementsAreArray(Log{write1(3, 0x4005, 1), "usleep 1000",
-                                                 write1(3, 0x4005, 0)}));
+  EXPECT_THAT(node_.take(),
+              ElementsAreArray(Log{write1(3, 0x4005, 1), "usleep 1000", write1(3, 0x4005, 0)}));
   node_.result = [](bool, uint64_t) { return -1; };
   EXPECT_EQ(zvgHdmiPhyReset(3), -1);
   EXPECT_EQ(node_.take().size(), 3u);
@@ -169,11 +171,10 @@ TEST_F(HdmiPhy, StartMasksPowersDownAndResets) {
   node_.bytes[base(1) + 0x3006] = 0xF0;
   node_.bytes[base(1) + 0x3000] = 0xCF;
   EXPECT_EQ(zvgHdmiPhyStart(1), 0);
-  EXPECT_THAT(node_.take(),
-              ElementsAreArray(Log{read1(1, 0x3029), write1(1, 0x3029, 0xF7), read1(1, 0x3006),
-                                   write1(1, 0x3006, 0xF1), read1(1, 0x3000),
-                                   write1(1, 0x3000, 0xF7), write1(1, 0x4005, 1), "usleep 1000",
-                                   write1(1, 0x4005, 0)}));
+  EXPECT_THAT(node_.take(), ElementsAreArray(Log{
+                                read1(1, 0x3029), write1(1, 0x3029, 0xF7), read1(1, 0x3006),
+                                write1(1, 0x3006, 0xF1), read1(1, 0x3000), write1(1, 0x3000, 0xF7),
+                                write1(1, 0x4005, 1), "usleep 1000", write1(1, 0x4005, 0)}));
 }
 
 TEST_F(HdmiPhy, StartReturnsEveryResult) {

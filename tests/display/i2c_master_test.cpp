@@ -24,8 +24,12 @@ using zvgtest::join;
 using zvgtest::Log;
 using zvgtest::RegisterNode;
 
-constexpr uint64_t data_register(unsigned channel) { return 0x100003 + channel * 0x400; }
-constexpr uint64_t command_register(unsigned channel) { return 0x100004 + channel * 0x400; }
+constexpr uint64_t data_register(unsigned channel) {
+  return 0x100003 + channel * 0x400;
+}
+constexpr uint64_t command_register(unsigned channel) {
+  return 0x100004 + channel * 0x400;
+}
 
 std::string line(const char* kind, uint64_t at, int value = -1) {
   char text[64];
@@ -63,9 +67,7 @@ class I2cRegisters : public testing::Test {
 
   // Status reads from the n-th command on see the master busy.
   void stuck_from(unsigned command) {
-    status_ = [this, command]() -> uint8_t {
-      return commands() >= command ? 0x02 : 0;
-    };
+    status_ = [this, command]() -> uint8_t { return commands() >= command ? 0x02 : 0; };
   }
   // Commands so far: with a master that is never busy, each is read once.
   unsigned commands() const { return status_reads_; }
@@ -106,8 +108,9 @@ TEST_F(I2cRegisters, WritesBytes) {
 
 TEST_F(I2cRegisters, WritesTheLowByteOfAValue) {
   EXPECT_EQ(zvgI2cWriteByte(0, 0x24, 2, 0x1C0), 0u);
-  EXPECT_THAT(node_.take(), ElementsAreArray(join({sent(0, 0x48, 0x90), sent(0, 0x02, 0x10),
-                                                   sent(0, 0xC0, 0x50)})));
+  EXPECT_THAT(
+      node_.take(),
+      ElementsAreArray(join({sent(0, 0x48, 0x90), sent(0, 0x02, 0x10), sent(0, 0xC0, 0x50)})));
 }
 
 TEST_F(I2cRegisters, AnAddressAboveSevenBitsLosesItsTop) {
@@ -120,11 +123,11 @@ TEST_F(I2cRegisters, AnAddressAboveSevenBitsLosesItsTop) {
 TEST_F(I2cRegisters, NothingToTransferEndsWithoutAStop) {
   for (const uint32_t count : {0u, 0x80000000u, 0xFFFFFFFFu}) {
     EXPECT_EQ(zvgI2cRead(1, 0x40, 5, count, nullptr), 0u);
-    EXPECT_THAT(node_.take(), ElementsAreArray(join({sent(1, 0x80, 0x90), sent(1, 0x05, 0x10),
-                                                     sent(1, 0x81, 0x90)})));
+    EXPECT_THAT(
+        node_.take(),
+        ElementsAreArray(join({sent(1, 0x80, 0x90), sent(1, 0x05, 0x10), sent(1, 0x81, 0x90)})));
     EXPECT_EQ(zvgI2cWrite(1, 0x40, 5, count, nullptr), 0u);
-    EXPECT_THAT(node_.take(),
-                ElementsAreArray(join({sent(1, 0x80, 0x90), sent(1, 0x05, 0x10)})));
+    EXPECT_THAT(node_.take(), ElementsAreArray(join({sent(1, 0x80, 0x90), sent(1, 0x05, 0x10)})));
   }
 }
 
@@ -141,8 +144,7 @@ TEST_F(I2cRegisters, ChannelsEndAtThree) {
 TEST_F(I2cRegisters, AMissingAcknowledgeOfTheAddressStops) {
   status_ = [] { return 0x80; };
   uint8_t byte = 0;
-  const Log expected =
-      join({sent(0, 0x80, 0x90), {line("w1", command_register(0), 0x40)}});
+  const Log expected = join({sent(0, 0x80, 0x90), {line("w1", command_register(0), 0x40)}});
   EXPECT_EQ(zvgI2cRead(0, 0x40, 0, 1, &byte), static_cast<uint32_t>(-2));
   EXPECT_THAT(node_.take(), ElementsAreArray(expected));
   EXPECT_EQ(zvgI2cWrite(0, 0x40, 0, 1, &byte), static_cast<uint32_t>(-2));

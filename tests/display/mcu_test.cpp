@@ -55,8 +55,16 @@ class Mcu : public testing::Test {
     char target[32], start[32];
     snprintf(target, sizeof target, "w1 0x3ff20 0x%x", selectors);
     snprintf(start, sizeof start, "w1 0x3ff1a 0x%x", offset);
-    Log log = {"r4 0x3ff00",      "w1 0x3ff11 0x1", "w4 0x3ff14 0x50",  "w1 0x3ff10 0x0", target,
-               "w1 0x3ff19 0x80", start,            "w1 0x3ff13 0xaa", "usleep 5000",    "r4 0x3ff1c"};
+    Log log = {"r4 0x3ff00",
+               "w1 0x3ff11 0x1",
+               "w4 0x3ff14 0x50",
+               "w1 0x3ff10 0x0",
+               target,
+               "w1 0x3ff19 0x80",
+               start,
+               "w1 0x3ff13 0xaa",
+               "usleep 5000",
+               "r4 0x3ff1c"};
     for (unsigned i = 1; i < looks; ++i) {
       log.push_back("usleep 1000");
       log.push_back("r4 0x3ff1c");
@@ -158,9 +166,8 @@ TEST_F(Mcu, FetchesOneExtensionWhateverTheCount) {
     EXPECT_EQ(memcmp(out.data(), edid_.data(), 256), 0);
     EXPECT_EQ(out[length], 0x5A);
     for (uint32_t i = 256; i < length; ++i) ASSERT_EQ(out[i], 0);
-    EXPECT_THAT(node_.take(),
-                ElementsAreArray(join({request(0, 0x21), fifo(128), rearm(), request(0x80, 0x21),
-                                       fifo(128), rearm()})));
+    EXPECT_THAT(node_.take(), ElementsAreArray(join({request(0, 0x21), fifo(128), rearm(),
+                                                     request(0x80, 0x21), fifo(128), rearm()})));
   }
 }
 

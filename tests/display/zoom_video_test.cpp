@@ -35,10 +35,10 @@ class ZoomVideo : public testing::Test {
 };
 
 Log decoder_writes(unsigned channel, const char* address) {
-  const char* const rows[] = {"02 c0", "03 33", "03 34", "04 00", "05 00", "06 eb", "07 e0",
-                              "08 88", "09 01", "0a 80", "0b 47", "0c 40", "0d 00", "0e 01",
-                              "0f 00", "10 40", "11 0c", "12 00", "13 00", "15 00", "16 00",
-                              "17 00"};
+  const char* const rows[] = {"02 c0", "03 33", "03 34", "04 00", "05 00", "06 eb",
+                              "07 e0", "08 88", "09 01", "0a 80", "0b 47", "0c 40",
+                              "0d 00", "0e 01", "0f 00", "10 40", "11 0c", "12 00",
+                              "13 00", "15 00", "16 00", "17 00"};
   Log log;
   for (const char* const row : rows) {
     log.push_back("i2c w " + std::to_string(channel) + ":" + address + " " + row);
@@ -48,20 +48,20 @@ Log decoder_writes(unsigned channel, const char* address) {
 
 TEST_F(ZoomVideo, SetsUpPortZeroInWindowA) {
   EXPECT_EQ(zvgZoomVideoInit(0, 3, 0, 0), 0);
-  EXPECT_THAT(take(), ElementsAreArray(join(
-                          {decoder_writes(3, "24"),
-                           {"w4 0x100c4 0x4000000", "w4 0x100c8 0x4800000", "w4 0x100c0 0x510",
-                            "w4 0x10038 0x4000000", "w4 0x1003c 0x4800000", "w4 0x1006c 0xff",
-                            "w4 0x10070 0x0"}})));
+  EXPECT_THAT(take(), ElementsAreArray(
+                          join({decoder_writes(3, "24"),
+                                {"w4 0x100c4 0x4000000", "w4 0x100c8 0x4800000", "w4 0x100c0 0x510",
+                                 "w4 0x10038 0x4000000", "w4 0x1003c 0x4800000", "w4 0x1006c 0xff",
+                                 "w4 0x10070 0x0"}})));
 }
 
 TEST_F(ZoomVideo, SetsUpPortOneInWindowBWithTheAlternateDecoder) {
   EXPECT_EQ(zvgZoomVideoInit(1, 0, 1, 1), 0);
-  EXPECT_THAT(take(), ElementsAreArray(join(
-                          {decoder_writes(0, "25"),
-                           {"w4 0x100d4 0x5000000", "w4 0x100d8 0x5800000", "w4 0x100d0 0x610",
-                            "w4 0x10048 0x5000000", "w4 0x1004c 0x5800000", "w4 0x1008c 0xff",
-                            "w4 0x10090 0x0"}})));
+  EXPECT_THAT(take(), ElementsAreArray(
+                          join({decoder_writes(0, "25"),
+                                {"w4 0x100d4 0x5000000", "w4 0x100d8 0x5800000", "w4 0x100d0 0x610",
+                                 "w4 0x10048 0x5000000", "w4 0x1004c 0x5800000", "w4 0x1008c 0xff",
+                                 "w4 0x10090 0x0"}})));
 }
 
 TEST_F(ZoomVideo, ADecoderThatDoesNotAnswerIsPassedOver) {
@@ -99,10 +99,10 @@ TEST_F(ZoomVideo, StartsInWindowB) {
   set(0x100D0, 0x610);
   set(0x100DC, 0xFFFF'8001);
   EXPECT_EQ(zvgZoomVideoStart(1, 1, 2, 3, 4, 0x1000, 2, 1, 0), 0);
-  EXPECT_THAT(take(), ElementsAre("r4 0x100d0", "w4 0x100d0 0x611", "usleep 100000",
-                                  "w4 0x10084 0x20001", "w4 0x10088 0x40003",
-                                  "w4 0x10048 0x5000800", "w4 0x1004c 0x5800800", "r4 0x100dc",
-                                  "w4 0x10080 0x5132"));
+  EXPECT_THAT(take(),
+              ElementsAre("r4 0x100d0", "w4 0x100d0 0x611", "usleep 100000", "w4 0x10084 0x20001",
+                          "w4 0x10088 0x40003", "w4 0x10048 0x5000800", "w4 0x1004c 0x5800800",
+                          "r4 0x100dc", "w4 0x10080 0x5132"));
 }
 
 TEST_F(ZoomVideo, FormatsBeyondThreeAddNothing) {
@@ -110,7 +110,7 @@ TEST_F(ZoomVideo, FormatsBeyondThreeAddNothing) {
   const struct {
     int a, b;
     uint32_t word;
-  } rows[] = {{0, 0, 0x1102}, {1, 0, 0x110A}, {2, 0, 0x1112}, {3, 0, 0x111A}, {0, 1, 0x1122},
+  } rows[] = {{0, 0, 0x1102}, {1, 0, 0x110A}, {2, 0, 0x1112}, {3, 0, 0x111A},  {0, 1, 0x1122},
               {0, 2, 0x1142}, {0, 3, 0x1162}, {4, 4, 0x1102}, {-1, -1, 0x1102}};
   for (const auto& row : rows) {
     zvgZoomVideoStart(0, 0, 0, 0, 0, 0, row.a, row.b, 0);
@@ -153,9 +153,9 @@ TEST_F(ZoomVideo, StopTouchesOnlyTheWindowInUse) {
 // Reads all ten parameters.
 std::vector<uint32_t> parameters(int port) {
   uint32_t v[10] = {};
-  EXPECT_EQ(zvgZoomVideoGetParm(port, v, v + 1, v + 2, v + 3, v + 4, v + 5, v + 6, v + 7, v + 8,
-                                v + 9),
-            0);
+  EXPECT_EQ(
+      zvgZoomVideoGetParm(port, v, v + 1, v + 2, v + 3, v + 4, v + 5, v + 6, v + 7, v + 8, v + 9),
+      0);
   return {v, v + 10};
 }
 

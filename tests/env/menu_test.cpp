@@ -84,8 +84,7 @@ constexpr char wrong[] = "wrong choose!\n";
 constexpr char functions[] =
     "Choose one function to set\n1.3D  2.TEXTURE  3.MGPU  4.ON  5.CLOSE  \n";
 constexpr char interfaces[] = "print 3D api when run:\n1.GL  2.GLX  3.ES  4.EGL  \n";
-constexpr char core_modes[] =
-    "Mode setting for core\n1.COMBINED  2.INDEPENDENT  3.BALANCE  \n";
+constexpr char core_modes[] = "Mode setting for core\n1.COMBINED  2.INDEPENDENT  3.BALANCE  \n";
 constexpr char which_core[] = "Please input which core to rendering [0,7]:\n";
 
 std::string opened(const std::string& label) {
@@ -111,10 +110,18 @@ class Menu : public testing::Test {
 
 TEST_F(Menu, QuestionsShowTheChoices) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", functions},         {"env", functions},     {"env \t,\r\n", functions},
-      {"env 1", interfaces},   {"env 3D", interfaces}, {"env 3d", interfaces},
-      {"env 3", core_modes},   {"env M", core_modes},  {"env mgpu", core_modes},
-      {"env m", core_modes},   {"env 3 2", which_core}, {"env 3 I", which_core},
+      {"", functions},
+      {"env", functions},
+      {"env \t,\r\n", functions},
+      {"env 1", interfaces},
+      {"env 3D", interfaces},
+      {"env 3d", interfaces},
+      {"env 3", core_modes},
+      {"env M", core_modes},
+      {"env mgpu", core_modes},
+      {"env m", core_modes},
+      {"env 3 2", which_core},
+      {"env 3 I", which_core},
       {"env m independent", which_core},
   };
   for (const auto& [line, out] : cases) {
@@ -218,13 +225,15 @@ TEST_F(Menu, MissingScriptListsAsEmpty) {
 
 TEST_F(Menu, ListNamesTheSettings) {
   const std::string dashes = "\xE2\x80\x94\xE2\x80\x94";
-  for (const auto& [affinity, text] :
-       {std::pair{"0", "COMBINED"}, {"B", "BALANCE"}, {"1:5", "INDEPENDENT for 5"},
-        {"1:12", "INDEPENDENT for 1"}, {"00x", "INDEPENDENT for x"}}) {
+  for (const auto& [affinity, text] : {std::pair{"0", "COMBINED"},
+                                       {"B", "BALANCE"},
+                                       {"1:5", "INDEPENDENT for 5"},
+                                       {"1:12", "INDEPENDENT for 1"},
+                                       {"00x", "INDEPENDENT for x"}}) {
     host_.write_script(
         "export KRT_GL_TRACE=1\nexport KRT_GLX_TRACE=1\nexport KRT_TEXTURE_DUMP=1\n"
-        "export VIV_MGPU_AFFINITY=" + std::string(affinity) +
-        "\nexport KRT_ES_TRACE=1\nexport KRT_EGL_TRACE=1\n");
+        "export VIV_MGPU_AFFINITY=" +
+        std::string(affinity) + "\nexport KRT_ES_TRACE=1\nexport KRT_EGL_TRACE=1\n");
     EXPECT_EQ(run("env 4"), 0);
     EXPECT_EQ(out_, "The open function :\n+" + dashes + " GL\n+" + dashes + " GLX\n+" + dashes +
                         " TEXTURE\n+" + dashes + " MGPU " + dashes + " " + text + "\n+" + dashes +

@@ -39,11 +39,17 @@ FILE* open_full(FILE* inner) {
 
 }  // namespace
 
-ProfileHost::ProfileHost() { host = this; }
+ProfileHost::ProfileHost() {
+  host = this;
+}
 
-ProfileHost::~ProfileHost() { host = nullptr; }
+ProfileHost::~ProfileHost() {
+  host = nullptr;
+}
 
-std::vector<std::string> ProfileHost::take() { return std::exchange(log, {}); }
+std::vector<std::string> ProfileHost::take() {
+  return std::exchange(log, {});
+}
 
 // Visible, so that the library finds these before libc's.
 #define INTERPOSED extern "C" [[gnu::visibility("default")]]

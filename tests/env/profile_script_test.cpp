@@ -78,8 +78,8 @@ TEST_F(ProfileScript, FirstSetting) {
   host_.write_script("");
   EXPECT_EQ(set("KRT_GL_TRACE", "1"), 0);
   EXPECT_EQ(output_.out + output_.err, "");
-  EXPECT_THAT(host_.take(), ElementsAre("fopen r+", "setenv KRT_GL_TRACE=1", reload,
-                                        "export KRT_GL_TRACE=1\n"));
+  EXPECT_THAT(host_.take(),
+              ElementsAre("fopen r+", "setenv KRT_GL_TRACE=1", reload, "export KRT_GL_TRACE=1\n"));
   EXPECT_STREQ(getenv("KRT_GL_TRACE"), "1");
   EXPECT_EQ(value_after_, "1");
 }
@@ -116,8 +116,8 @@ TEST_F(ProfileScript, ValueOfAnotherLengthRewritesIt) {
         EXPECT_EQ(set("B", value), 0);
         const std::string script = before + "export B=" + value + "\n" + after;
         // The text was lengthened in place before the environment got it.
-        EXPECT_THAT(host_.take(), ElementsAre("fopen r+", "fopen w", "setenv B=" + value + "\n",
-                                              reload, script));
+        EXPECT_THAT(host_.take(),
+                    ElementsAre("fopen r+", "fopen w", "setenv B=" + value + "\n", reload, script));
         EXPECT_EQ(getenv("B"), value + "\n");
         EXPECT_EQ(value_after_, value + "\n");
         EXPECT_EQ(output_.out + output_.err, "");

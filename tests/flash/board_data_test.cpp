@@ -172,10 +172,10 @@ TEST_F(BoardData, AWrongEntryEndsTheWalk) {
 TEST_F(BoardData, HandsOutTheEdidOfAnOutput) {
   entry(area, 0x5044, 1, ramp(128, 1), 0x400);
   entry(area + 0x400, 0x5044, 2, ramp(256, 2), 0x800);
-  entry(area + 0x800, 0x5044, 3, ramp(200, 3), 0xC00);      // no EDID has 200 bytes
-  entry(area + 0xC00, 0x5045, 4, ramp(128, 4), 0x1000);     // another type
-  entry(area + 0x1000, 0x5044, 5, ramp(128, 5), 0x1400, 1); // another sub-index
-  entry(area + 0x1400, 0x5044, 1, ramp(256, 6), 0);         // later ones win
+  entry(area + 0x800, 0x5044, 3, ramp(200, 3), 0xC00);       // no EDID has 200 bytes
+  entry(area + 0xC00, 0x5045, 4, ramp(128, 4), 0x1000);      // another type
+  entry(area + 0x1000, 0x5044, 5, ramp(128, 5), 0x1400, 1);  // another sub-index
+  entry(area + 0x1400, 0x5044, 1, ramp(256, 6), 0);          // later ones win
   const auto edid_of = [](uint32_t output) {
     board_info_edid_request request;
     memset(&request, 0xEE, sizeof request);
@@ -256,8 +256,8 @@ TEST_F(BoardData, AnEntryOutsideTheAreaIsRefused) {
   entry(area + 0xFFFE, 0x5044, 1, ramp(128, 1), 0);  // beyond 0x80000
   const std::vector<uint16_t> words(64);
   for (const uint32_t output : {1u, 2u}) {
-    const Output result = capture(
-        [&] { EXPECT_EQ(board_info_image_write_edid(output, words.data(), 128), -1); });
+    const Output result =
+        capture([&] { EXPECT_EQ(board_info_image_write_edid(output, words.data(), 128), -1); });
     EXPECT_EQ(result.out.find("error"), std::string::npos) << "no erase is tried";
   }
 }

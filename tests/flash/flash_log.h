@@ -54,7 +54,9 @@ inline std::string system_write(unsigned offset, unsigned value) {
 // Pieces of sequences. A poll that ends at its first look is one read of the status.
 inline const unsigned control = 0x00, frames = 0x04, enable = 0x08, sel = 0x10, divider = 0x14,
                       status = 0x28, mask = 0x2C, data = 0x60, delay = 0xF0, enhanced = 0xF4;
-inline Log looked() { return {r(status)}; }
+inline Log looked() {
+  return {r(status)};
+}
 inline Log thresholds(unsigned value) {
   return {w(0x18, value), w(0x1C, value), w(0x20, value), w(0x24, value)};
 }
@@ -66,13 +68,19 @@ inline Log queued(const std::vector<unsigned>& bytes) {
 inline Log sent(const std::vector<unsigned>& bytes) {
   return queued(bytes) + Log{w(sel, 1)} + looked();
 }
-inline Log short_sent(unsigned opcode) { return Log{w(data, opcode)} + looked(); }
-inline Log answered(unsigned opcode) { return Log{w(data, opcode), r(status), r(data)}; }
+inline Log short_sent(unsigned opcode) {
+  return Log{w(data, opcode)} + looked();
+}
+inline Log answered(unsigned opcode) {
+  return Log{w(data, opcode), r(status), r(data)};
+}
 inline Log one_answer() {
   return {w(enable, 0), w(control, 0x70300), w(frames, 0), w(enable, 1)};
 }
 // Continuous read was left before.
-inline Log left() { return {system_read(0x168)}; }
+inline Log left() {
+  return {system_read(0x168)};
+}
 
 // The flash behind the registers: what the status register says, and what the data register gives.
 class FlashNode : public testing::Test {

@@ -31,10 +31,10 @@ TEST_F(Spi, ContinuousReadIsLeftOnce) {
   set(system + 0x04, 0x02011234);
   EXPECT_EQ(zvgSpiExitCrmMode(), 0);
   EXPECT_THAT(take(), ElementsAreArray(Log{
-      system_read(0x168), system_read(0x04), w(enable, 0), w(control, 0x5F0300), w(frames, 3),
-      w(divider, 4), w(0x18, 7), w(0x1C, 7), w(mask, 0x3F), w(delay, 1), w(enhanced, 0x2021),
-      w(sel, 1), w(enable, 1), "w4 0x164 0x1", r(control), "w4 0x164 0x0",
-      system_write(0x168, 0xA1)}));
+                          system_read(0x168), system_read(0x04), w(enable, 0), w(control, 0x5F0300),
+                          w(frames, 3), w(divider, 4), w(0x18, 7), w(0x1C, 7), w(mask, 0x3F),
+                          w(delay, 1), w(enhanced, 0x2021), w(sel, 1), w(enable, 1), "w4 0x164 0x1",
+                          r(control), "w4 0x164 0x0", system_write(0x168, 0xA1)}));
   EXPECT_EQ(zvgSpiExitCrmMode(), 0);
   EXPECT_THAT(take(), ElementsAreArray(left()));
 }
@@ -45,8 +45,8 @@ TEST_F(Spi, OtherChipsOnlyGetTheFlag) {
     set(system + 0x168, 0);
     set(system + 0x04, identifier);
     EXPECT_EQ(zvgSpiExitCrmMode(), 0);
-    EXPECT_THAT(take(), ElementsAreArray(Log{system_read(0x168), system_read(0x04),
-                                             system_write(0x168, 1)}));
+    EXPECT_THAT(take(), ElementsAreArray(
+                            Log{system_read(0x168), system_read(0x04), system_write(0x168, 1)}));
   }
 }
 
@@ -96,13 +96,13 @@ TEST_F(Spi, WritesTheStatusRegisters) {
 TEST_F(Spi, APollEndsWithItsLastLook) {
   on_status = [this] { return status_reads_ == 22 ? 6 : 7; };
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiEnableReg(6), 0); }), "ENABLE WRITE DONE\n");
-  EXPECT_THAT(take(), ElementsAreArray(transmit_set_up() + queued({6}) + Log{w(sel, 1)} +
-                                       looked() + 21 * Log{r(status), "usleep 10"}));
+  EXPECT_THAT(take(), ElementsAreArray(transmit_set_up() + queued({6}) + Log{w(sel, 1)} + looked() +
+                                       21 * Log{r(status), "usleep 10"}));
   status_reads_ = 0;
   on_status = [] { return 4; };  // nothing but exactly 6
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiEnableReg(6), -1); }), "ENABLE ERROR\n");
-  EXPECT_THAT(take(), ElementsAreArray(transmit_set_up() + queued({6}) + Log{w(sel, 1)} +
-                                       looked() + 21 * Log{r(status), "usleep 10"}));
+  EXPECT_THAT(take(), ElementsAreArray(transmit_set_up() + queued({6}) + Log{w(sel, 1)} + looked() +
+                                       21 * Log{r(status), "usleep 10"}));
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiWriteStatusReg(2), -1); }), "QSPI MODE ENBALE ERROR\n");
 }
 
@@ -155,8 +155,8 @@ TEST_F(Spi, WaitsUntilTheFlashIsNotBusy) {
   answers = {0x03, 0x01, 0x00};
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiReadStatusReg(0x05), 0); }),
             "05H(SR) = 0x3\nRead STATUSREG SUCCESS\n");
-  EXPECT_THAT(take(), ElementsAreArray(status_set_up(0x05) + 2 * (sent({0x05}) + Log{r(data)}) +
-                                       looked()));
+  EXPECT_THAT(take(),
+              ElementsAreArray(status_set_up(0x05) + 2 * (sent({0x05}) + Log{r(data)}) + looked()));
 }
 
 TEST_F(Spi, QuadEnableMustStandAlone) {
@@ -193,14 +193,16 @@ TEST_F(Spi, AStatusThatDoesNotComeIsNoNegativeResult) {
 
 // Quad read ---------------------------------------------------------------------------------
 
-Log quad_mode_set_up() { return short_sent(0x06) + short_sent(0x50) + sent({0x01, 0x00, 0x02}); }
+Log quad_mode_set_up() {
+  return short_sent(0x06) + short_sent(0x50) + sent({0x01, 0x00, 0x02});
+}
 
 Log quad_read_set_up(unsigned count) {
   return left() + Log{w(enable, 0), w(control, 0x70100), w(divider, 4)} + thresholds(count) +
          Log{w(mask, 0x3F), w(sel, 1), w(enable, 1), w(sel, 1)} + quad_mode_set_up() +
          one_answer() + answered(0x05) + one_answer() + answered(0x35) +
-         Log{w(enable, 0), w(control, 0x5F0200), w(frames, count), w(delay, 1),
-             w(enhanced, 0x4218), w(enable, 1)};
+         Log{w(enable, 0), w(control, 0x5F0200), w(frames, count),
+             w(delay, 1),  w(enhanced, 0x4218),  w(enable, 1)};
 }
 Log quad_chunk(unsigned address, unsigned words) {
   return Log{w(0x1C, words - 1)} + sent({0x6B, address}) + looked() + words * Log{r(data)};
@@ -227,8 +229,8 @@ TEST_F(Spi, QuadReadGoesByChunksOfItsGeneration) {
   capture([&] { EXPECT_EQ(zvgSpiReadBuffer(words.data(), 0x100, 130), 0); });
   Log log = take();
   log.erase(log.begin());  // the clock
-  EXPECT_THAT(log, ElementsAreArray(quad_read_set_up(31) + quad_chunk(0x100, 32) +
-                                    quad_chunk(0x180, 1)));
+  EXPECT_THAT(
+      log, ElementsAreArray(quad_read_set_up(31) + quad_chunk(0x100, 32) + quad_chunk(0x180, 1)));
 }
 
 // Every generation but one has the small chunks.
@@ -237,8 +239,8 @@ TEST_F(Spi, AnUnknownGenerationHasSmallChunksAndNoClock) {
   std::vector<uint32_t> words(64);
   answers = {0x00, 0x02};
   capture([&] { EXPECT_EQ(zvgSpiReadBuffer(words.data(), 0, 130), 0); });
-  EXPECT_THAT(take(), ElementsAreArray(quad_read_set_up(31) + quad_chunk(0, 32) +
-                                       quad_chunk(0x80, 1)));
+  EXPECT_THAT(take(),
+              ElementsAreArray(quad_read_set_up(31) + quad_chunk(0, 32) + quad_chunk(0x80, 1)));
 }
 
 TEST_F(Spi, ReadingNothingStillPrepares) {
@@ -320,8 +322,8 @@ TEST_F(Spi, StandardReadTakesLowBytes) {
   EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiReadBufferStandard(bytes, 0x12345678, 5), 0); }),
             "SPI READ 0x5 SUCCESS\n");
   EXPECT_THAT(bytes, testing::ElementsAre(0x11, 0x22, 0x33, 0x44, 0x55, 0x99));
-  EXPECT_THAT(take(), ElementsAreArray(standard_set_up() + standard_ready() +
-                                       standard_chunk(0x345678, 5)));
+  EXPECT_THAT(take(),
+              ElementsAreArray(standard_set_up() + standard_ready() + standard_chunk(0x345678, 5)));
 }
 
 TEST_F(Spi, StandardReadGoesByChunksOfItsGeneration) {
@@ -343,8 +345,7 @@ TEST_F(Spi, StandardReadWaitsForABusyFlash) {
   uint8_t byte;
   answers = {0x01, 0x03, 0x00};
   capture([&] { EXPECT_EQ(zvgSpiReadBufferStandard(&byte, 0, 0), 0); });
-  EXPECT_THAT(take(),
-              ElementsAreArray(standard_set_up() + 2 * answered(0x05) + standard_ready()));
+  EXPECT_THAT(take(), ElementsAreArray(standard_set_up() + 2 * answered(0x05) + standard_ready()));
   otherwise = 0x01;
   EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiReadBufferStandard(&byte, 0, 1), -1); }),
             "FLASH BUSY\nSPI READ ERROR\n");
@@ -368,8 +369,8 @@ TEST_F(Spi, EveryWaitOfAStandardReadCanTimeOut) {
 TEST_F(Spi, DebugReadPreparesNothing) {
   // The blocks of the RQ302 are elsewhere.
   const auto set_up = [] {
-    return left() + Log{w(enable, 0), w(control, 0x5F0200), w(frames, 255), w(delay, 1),
-                        w(enhanced, 0x4218), w(enable, 1)};
+    return left() + Log{w(enable, 0), w(control, 0x5F0200), w(frames, 255),
+                        w(delay, 1),  w(enhanced, 0x4218),  w(enable, 1)};
   };
   const auto chunk = [](unsigned address, unsigned words) {
     return Log{w(0x1C, words - 1)} + sent({0x6B, address}) + words * Log{r(data)};

@@ -27,8 +27,9 @@ class SpiModify : public FlashNode {
 };
 
 Log basic_set_up() {
-  return left() + Log{w(enable, 0), w(control, 0x70100), w(divider, 4), w(mask, 0x3F), w(sel, 1),
-                      w(enable, 1)} + short_sent(0x06);
+  return left() + Log{w(enable, 0),  w(control, 0x70100), w(divider, 4),
+                      w(mask, 0x3F), w(sel, 1),           w(enable, 1)} +
+         short_sent(0x06);
 }
 
 // Erasing -----------------------------------------------------------------------------------
@@ -66,8 +67,8 @@ TEST_F(SpiModify, WaitsForAnErase) {
   for (const EraseKind& kind : kinds) {
     answers = {0x01, 0x03, 0x01, 0x00};
     EXPECT_EQ(printed([&] { EXPECT_EQ(kind.erase(0), 0); }), kind.success);
-    EXPECT_THAT(take(), ElementsAreArray(erase_set_up(kind, 0) +
-                                         3 * (answered(0x05) + Log{kind.wait})));
+    EXPECT_THAT(take(),
+                ElementsAreArray(erase_set_up(kind, 0) + 3 * (answered(0x05) + Log{kind.wait})));
   }
 }
 
@@ -77,11 +78,10 @@ TEST_F(SpiModify, AnEraseEndsWithItsTwentyFirstAttempt) {
     for (const unsigned idle_at : {20u, 21u}) {
       answers = std::deque<uint32_t>(idle_at, 0x01);  // the first answer, and the attempts before
       EXPECT_EQ(printed([&] { EXPECT_EQ(kind.erase(0), idle_at == 20 ? 0 : -1); }),
-                idle_at == 20 ? kind.success
-                              : "SPI NOT EXIT XIP MODE\n" + std::string(kind.error));
-      EXPECT_THAT(take(), ElementsAreArray(erase_set_up(kind, 0) +
-                                           20 * (answered(0x05) + Log{kind.wait}) +
-                                           (idle_at == 21 ? answered(0x05) : Log{})));
+                idle_at == 20 ? kind.success : "SPI NOT EXIT XIP MODE\n" + std::string(kind.error));
+      EXPECT_THAT(take(),
+                  ElementsAreArray(erase_set_up(kind, 0) + 20 * (answered(0x05) + Log{kind.wait}) +
+                                   (idle_at == 21 ? answered(0x05) : Log{})));
     }
   }
 }
@@ -112,8 +112,7 @@ TEST_F(SpiModify, ErasesTheChip) {
   answers = {0x01, 0x01, 0x00};
   EXPECT_EQ(printed([] { EXPECT_EQ(zvgSpiEraseChip(), 0); }),
             "Wait 5s until erase ok\nWait 5s until erase ok\n2MB ERASE SUCCESS\n");
-  EXPECT_THAT(take(),
-              ElementsAreArray(set_up + 2 * (answered(0x05) + Log{"usleep 5000000"})));
+  EXPECT_THAT(take(), ElementsAreArray(set_up + 2 * (answered(0x05) + Log{"usleep 5000000"})));
 }
 
 TEST_F(SpiModify, AFailedChipEraseEndsWithoutANewline) {
@@ -169,7 +168,8 @@ TEST_F(RangeErase, IsCoveredGreedily) {
       {0x7000, 0x1A000, {"20@7000", "52@8000", "d8@10000", "20@20000"}},
       {0x10000, 0x18000, {"d8@10000", "52@20000"}},
       {0x18000, 0x8000, {"52@18000"}},
-      {0x10000, 0xF000,
+      {0x10000,
+       0xF000,
        {"52@10000", "20@18000", "20@19000", "20@1a000", "20@1b000", "20@1c000", "20@1d000",
         "20@1e000"}},
       {0x1F0000, 0x10000, {"d8@1f0000"}},
@@ -189,8 +189,8 @@ TEST_F(RangeErase, NothingIsErasedForNothing) {
 }
 
 TEST_F(RangeErase, AMisalignedRangeIsRefused) {
-  for (const auto& [address, size] : {std::pair{0x800u, 0x1000u}, std::pair{0x1000u, 0x800u},
-                                      std::pair{0x800u, 0u}}) {
+  for (const auto& [address, size] :
+       {std::pair{0x800u, 0x1000u}, std::pair{0x1000u, 0x800u}, std::pair{0x800u, 0u}}) {
     EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiErase(address, size), -1); }),
               "error: address or size not properly aligned\n"
               "address must be 4kb aligned, size must be multiple of 4kb\n");
@@ -211,9 +211,8 @@ TEST_F(RangeErase, FailedPiecesAreTriedAgain) {
       return 0;
     };
     on_status = [&, this] { return deaf ? 0 : ready(); };
-    const std::string text = printed([&, size = size] {
-      EXPECT_EQ(zvgSpiErase(0x10000, size), 0);
-    });
+    const std::string text =
+        printed([&, size = size] { EXPECT_EQ(zvgSpiErase(0x10000, size), 0); });
     EXPECT_THAT(pieces(take()), ElementsAreArray({piece, piece, piece, piece}));
     EXPECT_EQ(text.find("ERASE SUCCESS\n"), text.rfind("ERASE SUCCESS\n")) << text;
   }
@@ -232,8 +231,8 @@ TEST_F(RangeErase, TheWholeChipNeverEnds) {
 // Programming -------------------------------------------------------------------------------
 
 Log page_end() {
-  return one_answer() + answered(0x05) +
-         Log{w(enable, 0), w(control, 0x70100), w(enable, 1)} + short_sent(0x06);
+  return one_answer() + answered(0x05) + Log{w(enable, 0), w(control, 0x70100), w(enable, 1)} +
+         short_sent(0x06);
 }
 Log quad_program_set_up() {
   return basic_set_up() + short_sent(0x06) + short_sent(0x50) + sent({0x01, 0x00, 0x02}) +
@@ -247,12 +246,11 @@ Log quad_page(unsigned address, const std::vector<unsigned>& words) {
 }
 Log read_back(unsigned generation_count, unsigned address, unsigned words) {
   return left() + Log{w(enable, 0), w(control, 0x70100), w(divider, 4)} +
-         thresholds(generation_count) +
-         Log{w(mask, 0x3F), w(sel, 1), w(enable, 1), w(sel, 1)} + short_sent(0x06) +
-         short_sent(0x50) + sent({0x01, 0x00, 0x02}) + one_answer() + answered(0x05) +
-         one_answer() + answered(0x35) +
-         Log{w(enable, 0), w(control, 0x5F0200), w(frames, generation_count), w(delay, 1),
-             w(enhanced, 0x4218), w(enable, 1)} +
+         thresholds(generation_count) + Log{w(mask, 0x3F), w(sel, 1), w(enable, 1), w(sel, 1)} +
+         short_sent(0x06) + short_sent(0x50) + sent({0x01, 0x00, 0x02}) + one_answer() +
+         answered(0x05) + one_answer() + answered(0x35) +
+         Log{w(enable, 0), w(control, 0x5F0200), w(frames, generation_count),
+             w(delay, 1),  w(enhanced, 0x4218),  w(enable, 1)} +
          Log{w(0x1C, words - 1)} + sent({0x6B, address}) + looked() + words * Log{r(data)};
 }
 
@@ -262,9 +260,9 @@ TEST_F(SpiModify, QuadProgramSendsWholeWordsAndVerifies) {
   const uint32_t words[] = {0x44332211, 0xCCBBAA55};
   EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiProgram(words, 0x1000, 5), 0); }),
             "....\nSPI READ 0x5 SUCCESS\nSPI CHECK DATA SUCCESS\nSPI PROGRAM SUCCESSS\n");
-  EXPECT_THAT(take(), ElementsAreArray(quad_program_set_up() +
-                                       quad_page(0x1000, {0x11223344, 0x55AABBCC}) +
-                                       read_back(255, 0x1000, 2)));
+  EXPECT_THAT(take(),
+              ElementsAreArray(quad_program_set_up() + quad_page(0x1000, {0x11223344, 0x55AABBCC}) +
+                               read_back(255, 0x1000, 2)));
 }
 
 TEST_F(SpiModify, QuadProgramGoesByPages) {
@@ -294,11 +292,11 @@ TEST_F(SpiModify, StandardProgramSendsBytes) {
   const Log enabled = Log{w(enable, 0), w(control, 0x70100), w(enable, 1)} + short_sent(0x06);
   const Log page = Log{w(enable, 0), w(control, 0x70100), w(enable, 1)} +
                    sent({0x02, 0x12, 0x34, 0x56, 0x11, 0x22, 0x33}) + page_end();
-  const Log back = left() + Log{w(enable, 0), w(divider, 4), w(control, 0x70300)} +
-                   thresholds(255) + Log{w(mask, 0x3F), w(sel, 1), w(enable, 1)} + sent({0x05}) +
-                   Log{r(data), w(enable, 0), w(control, 0x70300), w(frames, 255), w(enable, 1),
-                       w(0x1C, 0)} +
-                   sent({0x03, 0x12, 0x34, 0x56}) + 3 * Log{r(data)};
+  const Log back =
+      left() + Log{w(enable, 0), w(divider, 4), w(control, 0x70300)} + thresholds(255) +
+      Log{w(mask, 0x3F), w(sel, 1), w(enable, 1)} + sent({0x05}) +
+      Log{r(data), w(enable, 0), w(control, 0x70300), w(frames, 255), w(enable, 1), w(0x1C, 0)} +
+      sent({0x03, 0x12, 0x34, 0x56}) + 3 * Log{r(data)};
   EXPECT_THAT(take(), ElementsAreArray(basic_set_up() + enabled + page + back));
 }
 
@@ -372,8 +370,8 @@ TEST_F(SpiModify, EveryWaitOfAProgramCanTimeOut) {
   for (unsigned look = 2; look <= 9; ++look) {
     answers = {0x00, 0x02, 0x00};
     stuck_from(look);
-    EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiProgram(&word, 0, 4), -1); }),
-              "..SPI PROGRAM ERROR\n") << look;
+    EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiProgram(&word, 0, 4), -1); }), "..SPI PROGRAM ERROR\n")
+        << look;
     EXPECT_EQ(status_reads_, look - 1 + 22);
     answers.clear();
   }
@@ -381,7 +379,8 @@ TEST_F(SpiModify, EveryWaitOfAProgramCanTimeOut) {
   for (unsigned look = 2; look <= 5; ++look) {
     stuck_from(look);
     EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiProgramStandard(&byte, 0, 1), -1); }),
-              "..SPI PROGRAM ERROR\n") << look;
+              "..SPI PROGRAM ERROR\n")
+        << look;
     EXPECT_EQ(status_reads_, look - 1 + 22);
   }
 }

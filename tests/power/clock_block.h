@@ -38,7 +38,8 @@ class ClockBlock : public testing::Test {
   static uint32_t base() { return zvg_gpu_hardware[ZVG_HW_CLOCK]; }
 
   void program(ClockRegister reg, uint32_t value) {
-    for (int i = 0; i < 4; ++i) node_.bytes[base() + reg + i] = static_cast<uint8_t>(value >> 8 * i);
+    for (int i = 0; i < 4; ++i)
+      node_.bytes[base() + reg + i] = static_cast<uint8_t>(value >> 8 * i);
   }
 
   uint32_t content(ClockRegister reg) {
@@ -75,16 +76,26 @@ class ClockBlock : public testing::Test {
 
   static const char* name_of(unsigned long offset) {
     switch (offset) {
-      case ctl: return "ctl";
-      case dev: return "dev";
-      case dev2: return "dev2";
-      case gpu: return "gpu";
-      case gpu2: return "gpu2";
-      case fifth: return "fifth";
-      case sel: return "sel";
-      case post: return "post";
-      case lock: return "lock";
-      default: return nullptr;
+      case ctl:
+        return "ctl";
+      case dev:
+        return "dev";
+      case dev2:
+        return "dev2";
+      case gpu:
+        return "gpu";
+      case gpu2:
+        return "gpu2";
+      case fifth:
+        return "fifth";
+      case sel:
+        return "sel";
+      case post:
+        return "post";
+      case lock:
+        return "lock";
+      default:
+        return nullptr;
     }
   }
 

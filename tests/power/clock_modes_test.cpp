@@ -64,18 +64,34 @@ const Row rq302[] = {
     {2, 2, 0, {}, {{ctl, all, 0x40000000}}, "dev2pll off set ok"},
     {2, 3, 0, {}, {{ctl, all, 0x20000000}}, "gpupll off set ok"},
     {2, 4, 0, {}, {{ctl, all, 0x10000000}}, "gpu2pll offs set ok"},
-    {2, 5, 0x100, {{ctl, 0xEFFFFFFC, 0x10000000}, {gpu2, low31, 0}},
-     {{ctl, all, 0x20000000}, {gpu, low31, 0}}, "3dcore off set ok"},
-    {2, 6, 0x400, {{ctl, 0xEFFFFFFC, 0x10000000}, {gpu2, low31, 0}},
-     {{ctl, 0xBFFFFFF3, 0x40000000}, {dev2, low31, 0}}, "2dcore off set ok"},
+    {2,
+     5,
+     0x100,
+     {{ctl, 0xEFFFFFFC, 0x10000000}, {gpu2, low31, 0}},
+     {{ctl, all, 0x20000000}, {gpu, low31, 0}},
+     "3dcore off set ok"},
+    {2,
+     6,
+     0x400,
+     {{ctl, 0xEFFFFFFC, 0x10000000}, {gpu2, low31, 0}},
+     {{ctl, 0xBFFFFFF3, 0x40000000}, {dev2, low31, 0}},
+     "2dcore off set ok"},
     {0, 1, 0, {}, {{ctl, 0x7FFFFFFF, 0}, {dev, low31, 0}}, "devpll power on set ok"},
     {0, 2, 0, {}, {{dev2, low31, 0}, {ctl, 0xBFFFFFF3, 0xC}}, "dev2pll power on set ok"},
     {0, 3, 0, {}, {{gpu, low31, 0}, {ctl, 0xDFFFFFFF, 0}}, "gpupll power on set ok"},
     {0, 4, 0, {}, {{gpu2, low31, 0}, {ctl, 0xEFFFFFFC, 0x3}}, "gpu2pll power on set ok"},
-    {0, 5, 0x100, {{ctl, 0xEFFFFFFC, 0x3}, {gpu2, low31, 0}},
-     {{ctl, 0xDFFFFFFF, 0}, {gpu, low31, 0}}, "3dcore power on set ok"},
-    {0, 6, 0x400, {{ctl, 0xEFFFFFFC, 0x3}, {gpu2, low31, 0}},
-     {{ctl, 0xBFFFFFF3, 0xC}, {dev2, low31, 0}}, "2dcore power on set ok"},
+    {0,
+     5,
+     0x100,
+     {{ctl, 0xEFFFFFFC, 0x3}, {gpu2, low31, 0}},
+     {{ctl, 0xDFFFFFFF, 0}, {gpu, low31, 0}},
+     "3dcore power on set ok"},
+    {0,
+     6,
+     0x400,
+     {{ctl, 0xEFFFFFFC, 0x3}, {gpu2, low31, 0}},
+     {{ctl, 0xBFFFFFF3, 0xC}, {dev2, low31, 0}},
+     "2dcore power on set ok"},
 };
 
 class Modes : public ClockBlock {
@@ -131,8 +147,16 @@ TEST_F(Modes, NeutralFunctionFollowsTheDeviceId) {
 TEST_F(Modes, OthersAreRefusedWithoutAWord) {
   for (const uint32_t id : {0x201u, 0x202u}) {
     open(id);
-    for (const auto& [mode, number] : {std::pair{0, 0}, {0, 7}, {1, 0}, {1, 7}, {2, 0}, {2, 7},
-                                       {3, 1}, {-1, 1}, {3, 6}, {0, -1}}) {
+    for (const auto& [mode, number] : {std::pair{0, 0},
+                                       {0, 7},
+                                       {1, 0},
+                                       {1, 7},
+                                       {2, 0},
+                                       {2, 7},
+                                       {3, 1},
+                                       {-1, 1},
+                                       {3, 6},
+                                       {0, -1}}) {
       for (int (*set_mode)(int, int) :
            {zvg_rq301_set_clk_mode, zvg_rq302_set_clk_mode, zvg_rq300_set_clk_mode}) {
         int result = 0;

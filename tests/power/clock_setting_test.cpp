@@ -22,7 +22,9 @@ Log operator+(Log a, const Log& b) {
   return a;
 }
 
-Log reads_of_lock(size_t count) { return Log(count, "r lock"); }
+Log reads_of_lock(size_t count) {
+  return Log(count, "r lock");
+}
 
 class Setting : public ClockBlock {
  protected:
@@ -68,9 +70,8 @@ struct Clock3d {
 TEST_F(Rq301Setting, ThreeDMovesToTheOtherPllAndBack) {
   for (const Clock3d& c : {Clock3d{zvg_rq301_set_3d_clk_freq, 0x100, "3d core clk set ok\n"},
                            Clock3d{zvg_rq301_set_3dsh_clk_freq, 0x200, "3d sh clk set ok\n"}}) {
-    EXPECT_EQ(run(0xFFFFFFFF, c.set),
-              (Log{"r sel", write("sel", ~c.bit), "w gpu2 0xffffffff", "r lock",
-                   "w sel 0xffffffff"}));
+    EXPECT_EQ(run(0xFFFFFFFF, c.set), (Log{"r sel", write("sel", ~c.bit), "w gpu2 0xffffffff",
+                                           "r lock", "w sel 0xffffffff"}));
     EXPECT_EQ(out_, c.message);
     EXPECT_EQ(run(~c.bit, c.set), (Log{"r sel", "w sel 0xffffffff", "w gpu 0xffffffff", "r lock",
                                        write("sel", ~c.bit)}));
@@ -84,9 +85,8 @@ TEST_F(Rq302Setting, ThreeDMovesToTheOtherPllAndBack) {
     for (const auto& [old, now] : {std::pair{old_off, kept_off}, {old_on, kept_on}}) {
       program(gpu, old);
       program(gpu2, old);
-      EXPECT_EQ(run(0xFFFFFFFF, c.set),
-                (Log{"r sel", write("sel", ~c.bit), "r gpu2", write("gpu2", now), "r lock",
-                     "w sel 0xffffffff"}));
+      EXPECT_EQ(run(0xFFFFFFFF, c.set), (Log{"r sel", write("sel", ~c.bit), "r gpu2",
+                                             write("gpu2", now), "r lock", "w sel 0xffffffff"}));
       EXPECT_EQ(out_, c.message);
       EXPECT_EQ(run(~c.bit, c.set), (Log{"r sel", "w sel 0xffffffff", "r gpu", write("gpu", now),
                                          "r lock", write("sel", ~c.bit)}));
@@ -97,12 +97,12 @@ TEST_F(Rq302Setting, ThreeDMovesToTheOtherPllAndBack) {
 
 TEST_F(Rq301Setting, ThreeDWaitsForItsOwnLockOnly) {
   locks_ = 0x10000000;
-  EXPECT_EQ(run(0x100, zvg_rq301_set_3d_clk_freq, 3),
-            (Log{"r sel", "w sel 0x0", "w gpu2 0xffffffff"} + reads_of_lock(3) +
-             Log{"w sel 0x100"}));
+  EXPECT_EQ(
+      run(0x100, zvg_rq301_set_3d_clk_freq, 3),
+      (Log{"r sel", "w sel 0x0", "w gpu2 0xffffffff"} + reads_of_lock(3) + Log{"w sel 0x100"}));
   locks_ = 0x20000000;
-  EXPECT_EQ(run(0, zvg_rq301_set_3d_clk_freq, 3),
-            (Log{"r sel", "w sel 0x100", "w gpu 0xffffffff"} + reads_of_lock(3) + Log{"w sel 0x0"}));
+  EXPECT_EQ(run(0, zvg_rq301_set_3d_clk_freq, 3), (Log{"r sel", "w sel 0x100", "w gpu 0xffffffff"} +
+                                                   reads_of_lock(3) + Log{"w sel 0x0"}));
 }
 
 TEST_F(Rq301Setting, ThreeDGoesOnWithoutALockAfter1002Reads) {
@@ -141,9 +141,9 @@ TEST_F(Rq302Setting, TwoDWithBoth3dClocksOnGpu2pllMovesThemAway) {
 
 TEST_F(Rq302Setting, TwoDWithNo3dClockOnGpu2pllWaitsForGpupll) {
   locks_ = 0x20000000;
-  EXPECT_EQ(run(0x1, zvg_rq302_set_2d_clk_freq, 4),
-            (Log{"r sel", "r gpu2", write("gpu2", kept_off)} + reads_of_lock(4) +
-             Log{"w sel 0x401"}));
+  EXPECT_EQ(
+      run(0x1, zvg_rq302_set_2d_clk_freq, 4),
+      (Log{"r sel", "r gpu2", write("gpu2", kept_off)} + reads_of_lock(4) + Log{"w sel 0x401"}));
   EXPECT_EQ(out_, "2d clk set ok\n");
   program(gpu2, old_on);
   EXPECT_EQ(run(0x400, zvg_rq302_set_2d_clk_freq),

@@ -75,9 +75,8 @@ class DeviceQuery : public testing::Test {
 
   std::string text() const { return buffer_; }
 
-  std::map<uint32_t, uint32_t> numbers_ = {{0, 0x202}, {1, 600}, {2, 500}, {3, 1000},
-                                           {4, 450},   {5, 1600}, {6, 8},  {7, 2},
-                                           {8, 4},     {10, 15}};
+  std::map<uint32_t, uint32_t> numbers_ = {{0, 0x202}, {1, 600}, {2, 500}, {3, 1000}, {4, 450},
+                                           {5, 1600},  {6, 8},   {7, 2},   {8, 4},    {10, 15}};
   std::map<uint32_t, std::string> texts_ = {{9, "GOP 1.3.2"}, {12, "FW 2.7.1"}};
   std::map<uint32_t, int32_t> loads_;
   std::set<uint32_t> failing_;
@@ -101,18 +100,23 @@ constexpr char all_lines[] =
     "Query GOP: GOP 1.3.2\n"
     "Query Card Num: 4\n"
     "Query Channel: 1 2 3 4\n"
-    "Query vram used rate is\xEF\xBC\x9A" "6.25%\n"
-    "Query bandwidth\xEF\xBC\x9A" "6400Mbps\n"
-    "Query load[0]\xEF\xBC\x9A" "7%\n"
-    "Query load[5]\xEF\xBC\x9A" "0%\n"
-    "Query load[20]\xEF\xBC\x9A" "100%\n"
+    "Query vram used rate is\xEF\xBC\x9A"
+    "6.25%\n"
+    "Query bandwidth\xEF\xBC\x9A"
+    "6400Mbps\n"
+    "Query load[0]\xEF\xBC\x9A"
+    "7%\n"
+    "Query load[5]\xEF\xBC\x9A"
+    "0%\n"
+    "Query load[20]\xEF\xBC\x9A"
+    "100%\n"
     "Query firmware: FW 2.7.1\n";
 
 TEST_F(DeviceQuery, EmptyKeywordReportsEverythingInOrder) {
   EXPECT_EQ(query(""), 0);
   EXPECT_EQ(text(), all_lines);
-  Log expected = {"0 0", "1 0", "2 0", "3 0", "4 0", "5 0", "6 0", "7 0", "9 0", "8 0", "10 0",
-                  "vram", "5 0"};
+  Log expected = {"0 0", "1 0", "2 0", "3 0",  "4 0",  "5 0", "6 0",
+                  "7 0", "9 0", "8 0", "10 0", "vram", "5 0"};
   for (int engine = 0; engine < 21; ++engine) expected.push_back("11 " + std::to_string(engine));
   expected.push_back("12 0");
   EXPECT_EQ(asked_, expected);
@@ -144,20 +148,58 @@ TEST_F(DeviceQuery, KeywordsSelectTheirItems) {
     const char* keyword;
     std::string text;
   } cases[] = {
-      {"I", id}, {"ID", id}, {"IDX", ""}, {"IX", ""}, {"id", ""},
-      {"A", "Query AXI Frequency: 600\n"}, {"AXI", "Query AXI Frequency: 600\n"}, {"AXIS", ""},
-      {"V", vpu + vram}, {"VP", vpu}, {"VPU", vpu}, {"VPUS", ""},
-      {"VR", vram}, {"VRAM", vram}, {"VRAMS", ""},
-      {"3", d3}, {"3D", d3}, {"3DC", ""}, {"3DCOR", ""}, {"3DCORE", "Query 3D Core: 8\n"},
+      {"I", id},
+      {"ID", id},
+      {"IDX", ""},
+      {"IX", ""},
+      {"id", ""},
+      {"A", "Query AXI Frequency: 600\n"},
+      {"AXI", "Query AXI Frequency: 600\n"},
+      {"AXIS", ""},
+      {"V", vpu + vram},
+      {"VP", vpu},
+      {"VPU", vpu},
+      {"VPUS", ""},
+      {"VR", vram},
+      {"VRAM", vram},
+      {"VRAMS", ""},
+      {"3", d3},
+      {"3D", d3},
+      {"3DC", ""},
+      {"3DCOR", ""},
+      {"3DCORE", "Query 3D Core: 8\n"},
       {"3DCORES", ""},
-      {"2", d2}, {"2D", d2}, {"2DC", ""}, {"2DCORE", "Query 2D Core: 2\n"}, {"2DCORES", ""},
-      {"D", ddr}, {"DD", ddr}, {"DDR", ddr}, {"DDR4", ""},
-      {"G", "Query GOP: GOP 1.3.2\n"}, {"GOP", "Query GOP: GOP 1.3.2\n"}, {"GOPS", ""},
-      {"C", card + channel}, {"CA", card}, {"CARD", card}, {"CARDS", ""},
-      {"CH", channel}, {"CHANNEL", channel}, {"CHANNELS", ""},
-      {"B", bandwidth}, {"BANDWIDTH", bandwidth}, {"BANDWIDTHS", ""},
-      {"F", firmware}, {"FIRMWARE", firmware}, {"FIRMWARES", ""},
-      {"L", ""}, {"LO", ""}, {"LOA", ""}, {"lOAD", ""}, {"X", ""}, {"ALOAD", ""},
+      {"2", d2},
+      {"2D", d2},
+      {"2DC", ""},
+      {"2DCORE", "Query 2D Core: 2\n"},
+      {"2DCORES", ""},
+      {"D", ddr},
+      {"DD", ddr},
+      {"DDR", ddr},
+      {"DDR4", ""},
+      {"G", "Query GOP: GOP 1.3.2\n"},
+      {"GOP", "Query GOP: GOP 1.3.2\n"},
+      {"GOPS", ""},
+      {"C", card + channel},
+      {"CA", card},
+      {"CARD", card},
+      {"CARDS", ""},
+      {"CH", channel},
+      {"CHANNEL", channel},
+      {"CHANNELS", ""},
+      {"B", bandwidth},
+      {"BANDWIDTH", bandwidth},
+      {"BANDWIDTHS", ""},
+      {"F", firmware},
+      {"FIRMWARE", firmware},
+      {"FIRMWARES", ""},
+      {"L", ""},
+      {"LO", ""},
+      {"LOA", ""},
+      {"lOAD", ""},
+      {"X", ""},
+      {"ALOAD", ""},
   };
   for (const auto& c : cases) {
     asked_.clear();
@@ -170,8 +212,7 @@ TEST_F(DeviceQuery, KeywordsSelectTheirItems) {
 TEST_F(DeviceQuery, LoadIsSelectedByAnythingThatBeginsWithIt) {
   for (const char* const keyword : {"LOAD", "LOADS", "LOAD_OF_ALL", "LOAD5"}) {
     EXPECT_EQ(query(keyword), 0) << keyword;
-    EXPECT_EQ(text(),
-              "Query load[0]\uFF1A7%\nQuery load[5]\uFF1A0%\nQuery load[20]\uFF1A100%\n");
+    EXPECT_EQ(text(), "Query load[0]\uFF1A7%\nQuery load[5]\uFF1A0%\nQuery load[20]\uFF1A100%\n");
   }
 }
 
@@ -240,8 +281,8 @@ TEST_F(DeviceQuery, NumbersAreSigned) {
 }
 
 TEST_F(DeviceQuery, ChannelsByMask) {
-  const std::map<uint32_t, std::string> lists = {{1, "1"}, {2, "2"}, {3, "1 2"}, {12, "3 4"},
-                                                 {15, "1 2 3 4"}};
+  const std::map<uint32_t, std::string> lists = {
+      {1, "1"}, {2, "2"}, {3, "1 2"}, {12, "3 4"}, {15, "1 2 3 4"}};
   for (uint32_t mask = 0; mask < 20; ++mask) {
     numbers_[10] = mask;
     query("CHANNEL");
@@ -293,7 +334,7 @@ TEST_F(DeviceQuery, VideoMemoryRate) {
       {0, 0, error},
       {429'497, 0, rate("0.00")},                // 10,000 times it wraps to 2704
       {0x80000000, 0x80000000, error},           // nothing of nothing
-      {3, 0xFFFFFFFD, rate(" inf")},              // something of nothing
+      {3, 0xFFFFFFFD, rate(" inf")},             // something of nothing
       {0x80000001, 0x80000000, rate("100.00")},  // both wrap
   };
   for (const auto& c : cases) {

@@ -97,8 +97,11 @@ TEST_F(FanOnBoard, SerialRateIsThePwmSequence) {
     int percent;
     const char* low;
     const char* high;
-  } cases[] = {{0, "0xa", "0x0"}, {1, "0xa", "0x0"}, {25, "0xfa", "0x0"},
-               {26, "0x4", "0x1"}, {100, "0xe8", "0x3"}};
+  } cases[] = {{0, "0xa", "0x0"},
+               {1, "0xa", "0x0"},
+               {25, "0xfa", "0x0"},
+               {26, "0x4", "0x1"},
+               {100, "0xe8", "0x3"}};
   for (const auto& c : cases) {
     trace().start();
     const auto output = capture([&] { EXPECT_EQ(zvgFanSetRate(c.percent), 0); });
@@ -117,8 +120,7 @@ TEST_F(FanOnBoard, SerialRateOutOfRangeIsRefused) {
   trace().start();
   for (const int percent : {-1, 101, INT32_MIN, INT32_MAX}) {
     const auto output = capture([&] { EXPECT_EQ(zvgFanSetRate(percent), -1); });
-    EXPECT_EQ(output.out,
-              "set fan rate percent out of range  please set percent from 0 to 100\n");
+    EXPECT_EQ(output.out, "set fan rate percent out of range  please set percent from 0 to 100\n");
     EXPECT_EQ(output.err, "");
   }
   EXPECT_THAT(trace().take(), ElementsAre());

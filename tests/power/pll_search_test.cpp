@@ -87,7 +87,8 @@ TEST(PllSearch, AgreesWhereTheErrorIsTheTolerance) {
     for (const unsigned max_post : {1u, 3u, 16u, 20u}) {
       // The lowest output that there is lies around here, the highest around 3 GHz.
       const unsigned lowest = (3'000'000 >> 7) / max_post;
-      for (unsigned target = lowest > 1300 ? lowest - 1300 : 0; target < lowest - 700; target += 7) {
+      for (unsigned target = lowest > 1300 ? lowest - 1300 : 0; target < lowest - 700;
+           target += 7) {
         expect_agreement(input, max_post, target);
       }
       for (unsigned target = 3'001'990; target < 3'002'010; ++target) {

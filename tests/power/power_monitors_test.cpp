@@ -27,7 +27,9 @@ class Chip : public testing::Test {
  protected:
   Chip(uint32_t bus, uint32_t address) : bus_(bus), address_(address) {}
 
-  uint8_t& reg(unsigned number) { return i2c_.device(bus_, address_)[static_cast<uint8_t>(number)]; }
+  uint8_t& reg(unsigned number) {
+    return i2c_.device(bus_, address_)[static_cast<uint8_t>(number)];
+  }
   void word(unsigned number, uint16_t value) {
     reg(number) = static_cast<uint8_t>(value >> 8);
     reg(number + 1) = static_cast<uint8_t>(value);
@@ -78,18 +80,22 @@ TEST_F(Ltc2990, MeasuresOnceAndReads) {
   inputs(fresh, 0x8000);
   const auto output = capture([this] { EXPECT_EQ(volts(1), 0); });
   EXPECT_EQ(output.out + output.err, "");
-  EXPECT_THAT(i2c_.take(), ElementsAre(r("04 x12"), w("01 5f"), w("02 00"), r("00 x1"), r("04 x12")));
+  EXPECT_THAT(i2c_.take(),
+              ElementsAre(r("04 x12"), w("01 5f"), w("02 00"), r("00 x1"), r("04 x12")));
   EXPECT_EQ(currents(1, 1, 1), 0);
-  EXPECT_THAT(i2c_.take(), ElementsAre(r("04 x12"), w("01 5e"), w("02 00"), r("00 x1"), r("04 x12")));
+  EXPECT_THAT(i2c_.take(),
+              ElementsAre(r("04 x12"), w("01 5e"), w("02 00"), r("00 x1"), r("04 x12")));
 }
 
 TEST_F(Ltc2990, MeasuresOnWithoutWaiting) {
   inputs(fresh, 0x8000);
   reg(0) = 0x3D;  // busy does not matter
   EXPECT_EQ(volts(0), 0);
-  EXPECT_THAT(i2c_.take(), ElementsAre(r("04 x12"), w("01 1f"), w("02 00"), r("00 x1"), r("04 x12")));
+  EXPECT_THAT(i2c_.take(),
+              ElementsAre(r("04 x12"), w("01 1f"), w("02 00"), r("00 x1"), r("04 x12")));
   EXPECT_EQ(currents(1, 1, 0), 0);
-  EXPECT_THAT(i2c_.take(), ElementsAre(r("04 x12"), w("01 1e"), w("02 00"), r("00 x1"), r("04 x12")));
+  EXPECT_THAT(i2c_.take(),
+              ElementsAre(r("04 x12"), w("01 1e"), w("02 00"), r("00 x1"), r("04 x12")));
 }
 
 TEST_F(Ltc2990, ChipsFollowEachOtherOnTheBus) {
@@ -132,9 +138,9 @@ TEST_F(Ltc2990, EveryCodeConvertsAsTheDataSheetSays) {
 TEST_F(Ltc2990, CurrentsComeFromTheFirstInputOfAPair) {
   inputs({0x8064, 0x8001, 0xFF9C, 0x8002}, 0x8A00);
   EXPECT_EQ(currents(5, 10, 0), 0);
-  EXPECT_THAT(i_, ElementsAre(float(100 * 19.42 * 1000.0 / 5 / 1e6),
-                              float(-100 * 19.42 * 1000.0 / 10 / 1e6),
-                              float(0xA00 * 305.18 / 1e6 + 2.5)));
+  EXPECT_THAT(
+      i_, ElementsAre(float(100 * 19.42 * 1000.0 / 5 / 1e6),
+                      float(-100 * 19.42 * 1000.0 / 10 / 1e6), float(0xA00 * 305.18 / 1e6 + 2.5)));
 }
 
 TEST_F(Ltc2990, AResistorOfNothingGivesNoCurrent) {
@@ -160,7 +166,8 @@ TEST_F(Ltc2990, StaleResultsAreNamedAndStored) {
   inputs({0x0001, 0x8002, 0x4003, 0x8004}, 0x0005);
   const auto output = capture([this] { EXPECT_EQ(volts(0), 0); });
   EXPECT_EQ(output.out, std::string("LTC2990 V1=1 is not valid\nLTC2990 V3=4003 is not valid\n"
-                                    "LTC2990 V5=5 is not valid\n") + invalid);
+                                    "LTC2990 V5=5 is not valid\n") +
+                            invalid);
   EXPECT_EQ(output.err, "");
   EXPECT_EQ(v_[0], float(1 * 305.18 / 1e6));
   EXPECT_EQ(v_[2], float(-16381 * 305.18 / 1e6));
@@ -187,8 +194,8 @@ TEST_F(Ltc2990, WaitsForTheEndAndThenForResults) {
   };
   EXPECT_EQ(volts(1), 0);
   EXPECT_THAT(i2c_.take(),
-              ElementsAre(r("04 x12"), w("01 5f"), w("02 00"), r("00 x1"),                    // busy
-                          "usleep 1000", r("00 x1"), "usleep 1000", r("00 x1"),               // idle
+              ElementsAre(r("04 x12"), w("01 5f"), w("02 00"), r("00 x1"),       // busy
+                          "usleep 1000", r("00 x1"), "usleep 1000", r("00 x1"),  // idle
                           "usleep 1000", r("00 x1"), "usleep 1000", r("00 x1"), r("04 x12")));
 }
 
@@ -373,10 +380,10 @@ TEST_F(Ltc2991, CurrentsComeFromTheSecondInputOfAPair) {
   for (unsigned i = 0; i < 8; ++i) input(i, static_cast<uint16_t>(0x8000 + 100 * (i + 1)));
   word(0x1C, 0x8A00);
   EXPECT_EQ(currents(1, 2, 0, 10, 0), 0);
-  EXPECT_THAT(i_, ElementsAre(float(200 * 19.075 * 1000.0 / 1 / 1e6),
-                              float(400 * 19.075 * 1000.0 / 2 / 1e6), 0.0f,
-                              float(800 * 19.075 * 1000.0 / 10 / 1e6),
-                              float(0xA00 * 305.18 / 1e6 + 2.5)));
+  EXPECT_THAT(
+      i_, ElementsAre(float(200 * 19.075 * 1000.0 / 1 / 1e6),
+                      float(400 * 19.075 * 1000.0 / 2 / 1e6), 0.0f,
+                      float(800 * 19.075 * 1000.0 / 10 / 1e6), float(0xA00 * 305.18 / 1e6 + 2.5)));
 }
 
 TEST_F(Ltc2991, NegativeCurrentsComeOutPositive) {
@@ -397,7 +404,8 @@ TEST_F(Ltc2991, StaleResultsAreNamedAndStored) {
   word(0x1C, 0x0123);
   const auto output = capture([this] { EXPECT_EQ(volts(0), 0); });
   EXPECT_EQ(output.out, std::string("LTC2991 V0=1 is not valid\nLTC2991 V7=4abc is not valid\n"
-                                    "LTC2991 V0=123 is not valid\n") + invalid);
+                                    "LTC2991 V0=123 is not valid\n") +
+                            invalid);
   EXPECT_EQ(output.err, "");
   EXPECT_EQ(v_[0], float(1 * 305.18 / 1e6));
   EXPECT_EQ(v_[7], float(0x0ABC * 305.18 / 1e6));
@@ -513,9 +521,7 @@ class Ina3221 : public Chip {
   Ina3221() : Chip(4, 0x40) {}
 
   int volts() { return zvgINA3221GetVolt2(bus_, &v_[0], &v_[1]); }
-  int currents(int r1, uint32_t r2) {
-    return zvgINA3221GetCurrent2(bus_, r1, r2, &v_[0], &v_[1]);
-  }
+  int currents(int r1, uint32_t r2) { return zvgINA3221GetCurrent2(bus_, r1, r2, &v_[0], &v_[1]); }
   // Registers are words here: what one holds is not the next one's low byte.
   void shunts(uint16_t first, uint16_t second) {
     i2c_.on_read = [=, this](uint32_t, uint32_t number) {
@@ -540,7 +546,7 @@ TEST_F(Ina3221, NegativeShuntsGoByMagnitude) {
   } rows[] = {{0x0000, 0.0f},
               {0x0007, 0.0f},
               {0x0008, 0.04f},
-              {0xFFF8, -(1.0f * 40.0f / 1000.0f)},   // -(0x7FF8) as 16 bits: 0x8008
+              {0xFFF8, -(1.0f * 40.0f / 1000.0f)},  // -(0x7FF8) as 16 bits: 0x8008
               {0xFF38, -(25.0f * 40.0f / 1000.0f)},
               {0x8008, -(4095.0f * 40.0f / 1000.0f)},
               {0x8000, -0.0f}};

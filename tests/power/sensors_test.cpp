@@ -16,7 +16,9 @@ using Log = std::vector<std::string>;
 
 constexpr uint32_t untouched = 0xABABABAB;
 
-std::string word_hex(uint32_t value) { return hex(&value, sizeof value); }
+std::string word_hex(uint32_t value) {
+  return hex(&value, sizeof value);
+}
 
 // Driver mode ---------------------------------------------------------------------------------
 
@@ -52,9 +54,8 @@ TEST_F(SensorsByDriver, CodeIsOneRequest) {
   uint32_t code = untouched;
   // No type and no index is checked.
   for (const auto& [type, index] : {std::pair{0u, 0u}, {4u, 1u}, {5u, 2u}, {0xFFFFFFFFu, 99u}}) {
-    const auto output = capture([&, t = type, i = index] {
-      EXPECT_EQ(zvgPvtGetCode(t, i, &code), 0);
-    });
+    const auto output =
+        capture([&, t = type, i = index] { EXPECT_EQ(zvgPvtGetCode(t, i, &code), 0); });
     EXPECT_EQ(code, 0x12345678u);
     EXPECT_EQ(platform_.take(), Log{request(3, type, index)});
     EXPECT_EQ(output.out + output.err, "");
@@ -110,8 +111,8 @@ TEST_F(SensorsByDriver, IndicesAreCheckedBeforeTheDeviceIsTouched) {
     const char* chip;
     uint32_t process_sensors;
   };
-  for (const Case& c : {Case{0x200, "RQ301", 2}, {0x201, "RQ301", 2}, {0x202, "RQ302", 1},
-                        {0x203, "RQ301", 2}}) {
+  for (const Case& c :
+       {Case{0x200, "RQ301", 2}, {0x201, "RQ301", 2}, {0x202, "RQ302", 1}, {0x203, "RQ301", 2}}) {
     open(c.id);
     double value = 1.5;
     uint32_t code = untouched;
@@ -170,9 +171,7 @@ class SensorsByRegisters : public testing::Test {
 
   uint32_t& selector() { return word(0x170); }
   uint32_t& data() { return word(0x174); }
-  uint32_t& word(uint32_t offset) {
-    return reinterpret_cast<uint32_t&>(aperture_[base_ + offset]);
-  }
+  uint32_t& word(uint32_t offset) { return reinterpret_cast<uint32_t&>(aperture_[base_ + offset]); }
 
   std::vector<uint8_t> aperture_ = std::vector<uint8_t>(0x310000);
   uint32_t base_ = 0;

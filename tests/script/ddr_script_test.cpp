@@ -49,7 +49,8 @@ TEST_F(DdrScript, CommonLinesAreThoseOfScripts) {
 }
 
 TEST_F(DdrScript, OnlyWritesAndPollsExist) {
-  const auto output = run("3C0010 1 C 1 32\n3C0010 1 N 1 32\n3C0010 1 S 1 32\n3C0010 1 w 0 32\n", 1);
+  const auto output =
+      run("3C0010 1 C 1 32\n3C0010 1 N 1 32\n3C0010 1 S 1 32\n3C0010 1 w 0 32\n", 1);
   EXPECT_EQ(output.err,
             "1 3C0010 1 C 1 32\n: Operation character error!\n"
             "2 3C0010 1 N 1 32\n: Operation character error!\n"

@@ -58,16 +58,11 @@ TEST_F(Blocks, TableRows) {
     zvg_check_handler* check;
     zvg_read_handler* read;
   } const rows[] = {
-      {"RH", zvgHdmiCheckReg, zvgHdmiReadReg},
-      {"RV", zvgVgaCheckReg, zvgVgaReadReg},
-      {"RM", zvgMmioCheckReg, zvgMmioReadReg},
-      {"RP", zvgHdmiPhyCheckReg, zvgHdmiPhyReadReg},
-      {"RD", zvgDpCheckReg, zvgDpReadReg},
-      {"WH", zvgHdmiWriteReg, nullptr},
-      {"WV", zvgVgaWriteReg, nullptr},
-      {"WM", zvgMmioWriteReg, nullptr},
-      {"WP", zvgHdmiPhyWriteReg, nullptr},
-      {"WD", zvgDpWriteReg, nullptr},
+      {"RH", zvgHdmiCheckReg, zvgHdmiReadReg}, {"RV", zvgVgaCheckReg, zvgVgaReadReg},
+      {"RM", zvgMmioCheckReg, zvgMmioReadReg}, {"RP", zvgHdmiPhyCheckReg, zvgHdmiPhyReadReg},
+      {"RD", zvgDpCheckReg, zvgDpReadReg},     {"WH", zvgHdmiWriteReg, nullptr},
+      {"WV", zvgVgaWriteReg, nullptr},         {"WM", zvgMmioWriteReg, nullptr},
+      {"WP", zvgHdmiPhyWriteReg, nullptr},     {"WD", zvgDpWriteReg, nullptr},
   };
   static_assert(sizeof(zvg_reg_dev) == 24 && sizeof reg_dev == 240);
   for (int i = 0; i < 10; ++i) {
@@ -88,8 +83,8 @@ TEST_F(Blocks, HdmiCheck) {
 
 TEST_F(Blocks, HdmiCheckMessages) {
   store(0x113000, 0x123456A5);
-  expect({0,
-          "[3000]: \033[31m[000056a5]\033[0m, expected \033[34m[000000a4]\033[0m (mask FFFF)\n", ""},
+  expect({0, "[3000]: \033[31m[000056a5]\033[0m, expected \033[34m[000000a4]\033[0m (mask FFFF)\n",
+          ""},
          [] { return zvgHdmiCheckReg(0x3000, 0xA4, 0xFFFF, 16, 0); });
   expect({0, "[3000] : \033[34m[000000a5]\033[0m.\n", ""},
          [] { return zvgHdmiCheckReg(0x3000, 0xA5, 0xFF, 32, 0); });
@@ -162,8 +157,9 @@ TEST_F(Blocks, HdmiPhyMessages) {
   };
   expect({0, "[6] : \033[34m[00001034]\033[0m.\n", ""},
          [] { return zvgHdmiPhyCheckReg(0x6, 0x1034, 0xF0FF, 16, 2); });
-  expect({0, "[6]: \033[31m[00001234]\033[0m, expected \033[34m[00000001]\033[0m (mask FFFF)\n", ""},
-         [] { return zvgHdmiPhyCheckReg(0x6, 1, 0xFFFF, 16, 2); });
+  expect(
+      {0, "[6]: \033[31m[00001234]\033[0m, expected \033[34m[00000001]\033[0m (mask FFFF)\n", ""},
+      [] { return zvgHdmiPhyCheckReg(0x6, 1, 0xFFFF, 16, 2); });
   expect({0x1234, "", ""}, [] { return zvgHdmiPhyReadReg(0x6, 0, 0, 16, 2); });
   expect({0, "hdmi 2: phy write [6] with 00ab success!\n", ""},
          [] { return zvgHdmiPhyWriteReg(0x6, 0xAB, 0, 16, 2); });
@@ -202,8 +198,7 @@ TEST_F(Blocks, VgaMessages) {
                           "w1 0x103d4 0x8c", "r1 0x103d5", "w1 0x103d4 0x8c", "w1 0x103d5 0xff"));
   expect({0xFFFFFFFF, "crtc channel [1] is err!\n", ""},
          [] { return zvgVgaReadReg(0x8C, 0, 0, 8, 1); });
-  expect({-1, "crtc channel [2] is err!\n", ""},
-         [] { return zvgVgaWriteReg(0x8C, 0, 0, 8, 2); });
+  expect({-1, "crtc channel [2] is err!\n", ""}, [] { return zvgVgaWriteReg(0x8C, 0, 0, 8, 2); });
   expect({-1, "", "value width 16 is not supported\nread reg [0x8c] failed, exit script!\n"},
          [] { return zvgVgaCheckReg(0x8C, 0, 0, 16, 0); });
   expect({0xFFFFFFFF, "", "value width 16 is not supported\nread [0x8c] failed, exit script!\n"},
@@ -237,14 +232,14 @@ TEST_F(Blocks, DpMessagesNameTheRegister) {
   store(0x530040, 0x12345678);
   expect({0, "[530040] : \033[34m[00005678]\033[0m.\n", ""},
          [] { return zvgDpCheckReg(0x10040, 0x5678, 0xFFFF, 32, 1); });
-  expect({0, "[530040]: \033[31m[12345678]\033[0m, expected \033[34m[00000001]\033[0m (mask F)\n",
-          ""},
-         [] { return zvgDpCheckReg(0x10040, 1, 0xF, 32, 1); });
+  expect(
+      {0, "[530040]: \033[31m[12345678]\033[0m, expected \033[34m[00000001]\033[0m (mask F)\n", ""},
+      [] { return zvgDpCheckReg(0x10040, 1, 0xF, 32, 1); });
   expect({0x12345678, "", ""}, [] { return zvgDpReadReg(0x10040, 0, 0, 32, 1); });
   expect({0, "write [530040] with ab success!\n", ""},
          [] { return zvgDpWriteReg(0x10040, 0xAB, 0, 32, 1); });
-  EXPECT_THAT(node_.take(), ElementsAre("r4 0x530040", "r4 0x530040", "r4 0x530040",
-                                        "w4 0x530040 0xab"));
+  EXPECT_THAT(node_.take(),
+              ElementsAre("r4 0x530040", "r4 0x530040", "r4 0x530040", "w4 0x530040 0xab"));
   expect({-1, "", "value width 16 is not supported\nread reg [530040] failed, exit script!\n"},
          [] { return zvgDpCheckReg(0x10040, 0, 0, 16, 1); });
   expect({0xFFFFFFFF, "dp 1 read [0x530040] failed, exit script!\n",

@@ -48,13 +48,11 @@ TEST(RemoveLine, RemovesCarriageReturnsInPlace) {
 }
 
 TEST_F(RegisterFiles, MissingFiles) {
-  const std::string text =
-      "open file \"/nonexistent/file\" failed, No such file or directory\n";
+  const std::string text = "open file \"/nonexistent/file\" failed, No such file or directory\n";
   const auto check_output =
       capture([] { EXPECT_EQ(zvgRunCheckReg("/nonexistent/file"), -ENOENT); });
   EXPECT_EQ(check_output.err, text);
-  const auto read_output =
-      capture([] { EXPECT_EQ(zvgRunReadReg("/nonexistent/file"), -ENOENT); });
+  const auto read_output = capture([] { EXPECT_EQ(zvgRunReadReg("/nonexistent/file"), -ENOENT); });
   EXPECT_EQ(read_output.err, text);
   EXPECT_EQ(check_output.out + read_output.out, "");
 }
@@ -77,8 +75,7 @@ TEST_F(RegisterFiles, ChannelIsTheNamesThirdCharacter) {
 
 TEST_F(RegisterFiles, CheckHeadersAreShownWithTheirNewline) {
   const auto output = check("# PLL\n/ comment\n\n\r\n#last");
-  EXPECT_EQ(output.out,
-            "\033[36mRegister\uFF1A# PLL\n\033[0m\033[36mRegister\uFF1A#last\033[0m");
+  EXPECT_EQ(output.out, "\033[36mRegister\uFF1A# PLL\n\033[0m\033[36mRegister\uFF1A#last\033[0m");
 }
 
 TEST_F(RegisterFiles, CheckDelays) {

@@ -125,8 +125,7 @@ TEST_F(Script, CheckReportsAMismatchAndGoesOn) {
 TEST_F(Script, SetBitsKeepsTheRest) {
   node_.bytes[0x100] = 0xA5;
   run("100 3 S F 8\n100 F0 s 0F 16\n");
-  EXPECT_THAT(node_.take(),
-              ElementsAre("r1 0x100", "w1 0x100 0xa3", "r2 0x100", "w2 0x100 0xa0"));
+  EXPECT_THAT(node_.take(), ElementsAre("r1 0x100", "w1 0x100 0xa3", "r2 0x100", "w2 0x100 0xa0"));
 }
 
 TEST_F(Script, FailedSetBitsPrintsTheNewValue) {

@@ -116,18 +116,36 @@ TEST_F(AxiMonitorTest, TimeoutsAndMissingUpdatesAreThePortsOwn) {
 
 TEST_F(AxiMonitorTest, Rq302RegistersHoldTheirFields) {
   pass_periods(4);
-  const AxiTraffic write = axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 2, 4, 60'000'000);
+  const AxiTraffic write =
+      axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 2, 4, 60'000'000);
   const AxiTraffic read = axi_traffic(AxiLoad::saturated, AxiDirection::read, 1, 2, 4, 60'000'000);
   const auto halves = [](uint64_t high, uint64_t low) { return high << 16 | low; };
-  const uint64_t expected[26] = {
-      std::max(write.active, read.active), write.active, read.active, write.transactions,
-      read.transactions, write.latency, write.transactions, write.bytes, write.outstanding,
-      write.full_beats, write.partial_beats, write.bursts, write.singles, write.bandwidth_max,
-      halves(write.latency_max, write.latency_min),
-      halves(write.outstanding_max, write.outstanding_min), write.data_cycles, read.latency,
-      read.transactions, read.data_cycles, read.outstanding, read.bursts, read.singles,
-      read.bandwidth_max, halves(read.latency_max, read.latency_min),
-      halves(read.outstanding_max, read.outstanding_min)};
+  const uint64_t expected[26] = {std::max(write.active, read.active),
+                                 write.active,
+                                 read.active,
+                                 write.transactions,
+                                 read.transactions,
+                                 write.latency,
+                                 write.transactions,
+                                 write.bytes,
+                                 write.outstanding,
+                                 write.full_beats,
+                                 write.partial_beats,
+                                 write.bursts,
+                                 write.singles,
+                                 write.bandwidth_max,
+                                 halves(write.latency_max, write.latency_min),
+                                 halves(write.outstanding_max, write.outstanding_min),
+                                 write.data_cycles,
+                                 read.latency,
+                                 read.transactions,
+                                 read.data_cycles,
+                                 read.outstanding,
+                                 read.bursts,
+                                 read.singles,
+                                 read.bandwidth_max,
+                                 halves(read.latency_max, read.latency_min),
+                                 halves(read.outstanding_max, read.outstanding_min)};
   for (unsigned i = 0; i < 26; ++i) {
     EXPECT_EQ(peek(gpu_3d0 + 4 * i), std::min<uint64_t>(expected[i], UINT32_MAX)) << i;
   }
@@ -156,13 +174,15 @@ TEST_F(AxiMonitorTest, KindsOfRq302MonitorsLeaveWordsOut) {
 
 TEST_F(AxiMonitorTest, Rq301CountersHoldTheirFields) {
   BoardConfig config;
-  config.axi.ports = {{"PCIE", AxiLoad::saturated, 0, true}, {"VGA_n3", AxiLoad::saturated, 0, true}};
+  config.axi.ports = {{"PCIE", AxiLoad::saturated, 0, true},
+                      {"VGA_n3", AxiLoad::saturated, 0, true}};
   power(config, Generation::rq301);
   EXPECT_NE(peek(0x309040), 0u) << "they have run for a while";
   const uint64_t first = peek(0x309044);
   pass_periods(1);
   EXPECT_NE(peek(0x309044), first);
-  const AxiTraffic write = axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 0, 2, 60'000'000);
+  const AxiTraffic write =
+      axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 0, 2, 60'000'000);
   const AxiTraffic read = axi_traffic(AxiLoad::saturated, AxiDirection::read, 1, 0, 2, 60'000'000);
   EXPECT_EQ(peek(0x309040 + 0x04), read.active);
   EXPECT_EQ(peek(0x309040 + 0x08), write.active);
@@ -171,7 +191,8 @@ TEST_F(AxiMonitorTest, Rq301CountersHoldTheirFields) {
   EXPECT_EQ(peek(0x309040 + 0x28), write.bandwidth_max);
   EXPECT_EQ(peek(0x309040 + 0x2C), read.latency);
   EXPECT_EQ(peek(0x309040 + 0x40), read.bandwidth_max);
-  const AxiTraffic last = axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 27, 2, 60'000'000);
+  const AxiTraffic last =
+      axi_traffic(AxiLoad::saturated, AxiDirection::write, 1, 27, 2, 60'000'000);
   EXPECT_EQ(peek(0x3098F0 + 0x08), last.active);
   EXPECT_EQ(peek(0x3098F0 + 0x28), last.bandwidth_max);
 }

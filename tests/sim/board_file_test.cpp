@@ -378,8 +378,7 @@ TEST_F(BoardFileTest, WrongValuesSayWhatWasExpected) {
        "2: versions.kernel: expected an array of 4 numbers, found \"1.2.3.4\""},
       {"[versions]\nkernel = [1, 2, 3, -4]",
        "2: versions.kernel[3]: expected a number from 0 to 0xFFFFFFFF, found -4"},
-      {"[engines]\nload = [101]",
-       "2: engines.load[0]: expected numbers from 0 to 100, found 101"},
+      {"[engines]\nload = [101]", "2: engines.load[0]: expected numbers from 0 to 100, found 101"},
       {"[aperture]\nmmio_base = 0xE0001000",
        "2: aperture.mmio_base: expected a multiple of its size, 0x1000000, found 3758100480"},
       {"[aperture]\nmmio_base = 0xD1000000", "1: aperture: the two apertures overlap"},
@@ -545,7 +544,8 @@ timeout_every = 3
 data_update = false
 [[axi.port]]
 name = "VGA_h0"
-)").axi;
+)")
+                            .axi;
   EXPECT_EQ(axi.seed, 7u);
   EXPECT_EQ(axi.period_cycles, 1000u);
   ASSERT_EQ(axi.ports.size(), 2u);
@@ -582,7 +582,8 @@ messages = [[0x10003, 1, 2, 0xFFFFFFFF], [0x110000]]
 [[training.channel]]
 channel = 0
 write_eye = [1, 2, 3]
-)").training;
+)")
+                                      .training;
   EXPECT_TRUE(training.enabled);
   EXPECT_EQ(training.seed, 3u);
   EXPECT_EQ(training.gap_us, 50u);
@@ -729,9 +730,10 @@ TEST_F(BoardFileTest, WrongI2cChips) {
 }
 
 TEST_F(BoardFileTest, SensorsAreWhatTheirCodesCanSay) {
-  EXPECT_THAT(problems("[sensors]\ntemperature = [1]\n"),
-              ElementsAre("2: sensors.temperature: expected an array of 2 numbers, found an array of "
-                          "1"));
+  EXPECT_THAT(
+      problems("[sensors]\ntemperature = [1]\n"),
+      ElementsAre("2: sensors.temperature: expected an array of 2 numbers, found an array of "
+                  "1"));
   EXPECT_THAT(problems("[sensors]\nvoltage = [0.8, 1.13]\n"),
               ElementsAre("2: sensors.voltage[1]: expected numbers from 0.512 to 1.12, found "
                           "1.13"));

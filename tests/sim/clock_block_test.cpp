@@ -147,7 +147,7 @@ TEST_P(LibraryClocks, SettersWaitForTheLockAndTheFrequencyFollows) {
       const auto reads = std::count_if(log.begin(), log.end(), [&](const std::string& line) {
         return line.starts_with(status_read);
       });
-      EXPECT_GT(reads, 10);   // 20 us of them
+      EXPECT_GT(reads, 10);  // 20 us of them
       EXPECT_LT(reads, 100);
       EXPECT_EQ(read(lock_status), 0x70000000u);
     }

@@ -42,8 +42,8 @@ class DpOnBoard : public BoardFixture {
     ASSERT_GE(zvgRwOpen(0), 0);
   }
   uint8_t dpcd(uint32_t port, uint32_t address) {
-    const auto reply = board().dp_sink(port)->request(zvgsim::AuxRequest::native_read, false,
-                                                      address, nullptr, 1);
+    const auto reply =
+        board().dp_sink(port)->request(zvgsim::AuxRequest::native_read, false, address, nullptr, 1);
     EXPECT_TRUE(reply && reply->count == 1);
     return reply ? reply->data[0] : uint8_t{0};
   }

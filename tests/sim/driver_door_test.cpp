@@ -180,7 +180,8 @@ TEST_F(DriverDoorTest, GenericOperationsAreAcceptedAndWrittenDown) {
 }
 
 TEST_F(DriverDoorTest, AuxTransfersNeedASink) {
-  Auxiliary read = {0, 1, 1, 0x202, 4, {}}, write = {0, 1, 0, 0x100, 1, {}}, edid = {0, 1, 2, 0, 0, {}};
+  Auxiliary read = {0, 1, 1, 0x202, 4, {}}, write = {0, 1, 0, 0x100, 1, {}},
+            edid = {0, 1, 2, 0, 0, {}};
   for (Auxiliary* record : {&read, &write, &edid}) {
     EXPECT_EQ(request(0xC214640C, record), ETIMEDOUT);
   }

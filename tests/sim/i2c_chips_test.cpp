@@ -200,7 +200,9 @@ TEST_F(I2cChips, Ltc2990AsTheLibrarySeesIt) {
       EXPECT_NEAR(v[1], 1.2, step);
       EXPECT_NEAR(v[2], 0.85, step);
       EXPECT_NEAR(v[3], -0.1, step);
-      if (wait != 0) { EXPECT_NEAR(v[4], 3.3, step); }
+      if (wait != 0) {
+        EXPECT_NEAR(v[4], 3.3, step);
+      }
       EXPECT_NEAR(i[0], 6.5, 19.42e-3 / 5);
       EXPECT_NEAR(i[1], -2.25, 19.42e-3 / 10);
     }
@@ -312,9 +314,9 @@ TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
     power_up(config);
     ASSERT_GE(zvgRwOpen(0), 0);
     float v[9] = {}, i[5] = {};
-    EXPECT_EQ(zvgLTC2991GetVolt8(2, 7, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5], &v[6], &v[7],
-                                 &v[8], 1),
-              0);
+    EXPECT_EQ(
+        zvgLTC2991GetVolt8(2, 7, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5], &v[6], &v[7], &v[8], 1),
+        0);
     EXPECT_EQ(zvgLTC2991GetCurrent4(2, 7, 2, 2, 2, 2, &i[0], &i[1], &i[2], &i[3], &i[4], 1), 0);
     for (unsigned k = 0; k < 8; ++k) EXPECT_NEAR(v[k], volts, 305.18e-6) << k;
     EXPECT_NEAR(v[8], chip.supply.value, 305.18e-6);

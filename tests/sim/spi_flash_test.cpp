@@ -3,8 +3,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <tuple>
 #include <numeric>
+#include <tuple>
 
 #include "devices/nor_flash.h"
 #include "support/board_fixture.h"
@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using zvgtest::BoardFixture;
-using zvgtest::Door;
 using zvgtest::capture;
+using zvgtest::Door;
 
 // The chip alone --------------------------------------------------------------------------------
 
@@ -117,7 +117,9 @@ TEST_F(NorFlashTest, EraseSizes) {
     EXPECT_EQ(status() & 1, 0);
     EXPECT_EQ(content(row.first, 1), Bytes{0xFF});
     EXPECT_EQ(content(row.first + row.length - 1, 1), Bytes{0xFF});
-    if (row.first != 0) { EXPECT_EQ(content(row.first - 1, 1), Bytes{0x00}); }
+    if (row.first != 0) {
+      EXPECT_EQ(content(row.first - 1, 1), Bytes{0x00});
+    }
   }
 }
 
@@ -207,7 +209,8 @@ TEST_F(NorFlashTest, APowerCutLeavesThingsHalfDone) {
 
 // On the board ----------------------------------------------------------------------------------
 
-class SpiFlash : public BoardFixture, public testing::WithParamInterface<std::tuple<Generation, Door>> {
+class SpiFlash : public BoardFixture,
+                 public testing::WithParamInterface<std::tuple<Generation, Door>> {
  protected:
   BoardConfig config() override {
     BoardConfig config;
@@ -337,8 +340,7 @@ TEST_P(SpiFlash, APowerCutEndsAProgramThere) {
   cut.faults.flash.power_cut_at_frame = frame / 3;
   power_up(cut);
   open_through(std::get<Door>(GetParam()));
-  const auto output =
-      capture([&] { EXPECT_EQ(zvgSpiProgram(words.data(), 0x3000, 4096), -1); });
+  const auto output = capture([&] { EXPECT_EQ(zvgSpiProgram(words.data(), 0x3000, 4096), -1); });
   EXPECT_NE(output.out.find("SPI PROGRAM ERROR"), std::string::npos);
   std::ifstream file(scratch_.path("cut.img"), std::ios::binary);
   std::vector<uint8_t> left((std::istreambuf_iterator<char>(file)), {});

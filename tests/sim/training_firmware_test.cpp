@@ -104,7 +104,8 @@ Grid grid(const std::string& text, const std::string& title, int highest) {
   Grid counts = {};
   std::istringstream lines(text.substr(text.find("\n" + title + "\n") + title.size() + 2));
   for (int row = highest; row >= 0; --row) {
-    for (unsigned column = 0; column < 31; ++column) lines >> counts[static_cast<size_t>(row)][column];
+    for (unsigned column = 0; column < 31; ++column)
+      lines >> counts[static_cast<size_t>(row)][column];
   }
   return counts;
 }
@@ -172,7 +173,8 @@ TEST_F(TrainingTest, ScriptsReplaceTheBuiltInTraining) {
   power(with_messages({{0x10003, {7, 8, 9}}, {0x7F0000, {}}}));
   ASSERT_GE(zvgRwOpen(0), 0);
   const auto output = zvgtest::capture([] { zvgDdrShowEye(1, 0); });
-  EXPECT_THAT(output.out, HasSubstr("...\nPMU DEBUG: Vref index 7 less 8, taken in range index 9\n"));
+  EXPECT_THAT(output.out,
+              HasSubstr("...\nPMU DEBUG: Vref index 7 less 8, taken in range index 9\n"));
 }
 
 TEST(TrainingMessages, AreTheSameForTheSameSeed) {

@@ -99,7 +99,8 @@ static void on_fault(int number) {
 }
 
 static void* count_up(void* counter) {
-  for (int i = 0; i < 200; ++i) __asm__ volatile("lock incl (%0)" : : "r"(counter) : "memory", "cc");
+  for (int i = 0; i < 200; ++i)
+    __asm__ volatile("lock incl (%0)" : : "r"(counter) : "memory", "cc");
   return NULL;
 }
 

@@ -435,7 +435,8 @@ TEST_F(ZvgsimProgram, HelpAndVersion) {
   EXPECT_THAT(finished.out, StartsWith("zvgsim "));
   finished = run_program({zvgsim, "--help"});
   EXPECT_EQ(finished.status, 0);
-  for (const char* word : {"run", "serve", "cuse", "boards", "check", "Examples:", "Exit status:"}) {
+  for (const char* word :
+       {"run", "serve", "cuse", "boards", "check", "Examples:", "Exit status:"}) {
     EXPECT_THAT(finished.out, HasSubstr(word));
   }
   finished = run_program({zvgsim, "run", "--help"});

@@ -60,8 +60,8 @@ class I2cNode {
     ++transfers_;
     const bool write = record.op == ZVG_OP_WRITE;
     char line[64];
-    snprintf(line, sizeof line, "i2c %c %u:%02x %02x", write ? 'w' : 'r', record.bus,
-             record.device, record.reg);
+    snprintf(line, sizeof line, "i2c %c %u:%02x %02x", write ? 'w' : 'r', record.bus, record.device,
+             record.reg);
     std::string text = line;
     text += write ? " " + hex(record.data, record.length) : " x" + std::to_string(record.length);
     if (!node.quiet) node.platform.note(text);

@@ -169,8 +169,11 @@ ssize_t RegisterNode::take_frame(const std::vector<uint8_t>& frame) {
   const unsigned enables = frame[1];
   const auto lane = static_cast<unsigned>(std::countr_zero(enables));
   const uint64_t address = uint64_t{frame[2]} << 32 | word(3);
-  Access access = {0, ZVG_BAR_MMIO, write ? ZVG_OP_WRITE : ZVG_OP_READ,
-                   static_cast<uint32_t>(std::popcount(enables)), address - bus_registers + lane,
+  Access access = {0,
+                   ZVG_BAR_MMIO,
+                   write ? ZVG_OP_WRITE : ZVG_OP_READ,
+                   static_cast<uint32_t>(std::popcount(enables)),
+                   address - bus_registers + lane,
                    word(7) >> 8 * lane};
   if (carry_out(&access) == 0 && !write) {
     const auto value = static_cast<uint32_t>(access.value << 8 * lane);

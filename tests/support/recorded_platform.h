@@ -37,14 +37,14 @@ class RecordedPlatform {
   std::vector<std::string> take();
 
   // What the calls do beside being written down. Defaults succeed and change nothing.
-  std::function<int(const std::string& path)> on_open;                   // errno to refuse with, or 0
-  std::function<int(unsigned long number, void* record)> on_ioctl;       // result
-  std::function<ssize_t(const std::vector<uint8_t>& bytes)> on_write;    // result
-  std::function<ssize_t(uint8_t* buffer, size_t size)> on_read;          // result
-  std::function<int()> on_select;                                        // 1, 0 or -1
-  std::function<void*(size_t length, off_t offset)> on_mmap;             // address
-  std::function<int()> on_tcgetattr;                                     // result
-  std::function<int(const termios& attributes)> on_tcsetattr;            // result
+  std::function<int(const std::string& path)> on_open;                 // errno to refuse with, or 0
+  std::function<int(unsigned long number, void* record)> on_ioctl;     // result
+  std::function<ssize_t(const std::vector<uint8_t>& bytes)> on_write;  // result
+  std::function<ssize_t(uint8_t* buffer, size_t size)> on_read;        // result
+  std::function<int()> on_select;                                      // 1, 0 or -1
+  std::function<void*(size_t length, off_t offset)> on_mmap;           // address
+  std::function<int()> on_tcgetattr;                                   // result
+  std::function<int(const termios& attributes)> on_tcsetattr;          // result
 
   // Whether requests are written down, too.
   bool notes_requests = true;

@@ -235,8 +235,9 @@ TEST_F(BoardChips, MeasuresTheBoardsRails) {
 
 TEST_F(BoardChips, ChipsCanBeNamedOnTheCommandLine) {
   const std::string file = board();
-  const Result result = on(file, "power read --json --chip ltc2990:1:0x4d:0,0 --chip "
-                                 "ina3221:2:0x40:5,10");
+  const Result result = on(file,
+                           "power read --json --chip ltc2990:1:0x4d:0,0 --chip "
+                           "ina3221:2:0x40:5,10");
   auto found = rails(result.out);
   EXPECT_EQ(found.size(), 5u + 2u);
   EXPECT_NEAR(found["ltc2990@1:4d V1"]["volts"], 3.33, 0.0004);
@@ -346,10 +347,12 @@ TEST_F(BoardChips, WrongBoardFiles) {
   EXPECT_THAT(zvgctl_sim("power read --board " + folder_.path("none.toml")).err,
               HasSubstr("none.toml"));
   const std::string empty = folder_.put("empty.toml", "generation = \"rq301\"\n");
-  EXPECT_THAT(zvgctl_sim("power read --board " + empty).err, HasSubstr("names no [[power_monitors]]"));
-  const std::string wrong =
-      folder_.put("wrong.toml", "[[power_monitors]]\nchip = \"ltc2990\"\nbus = 9\naddress = 0x4c\n");
-  EXPECT_THAT(zvgctl_sim("power read --board " + wrong).err, HasSubstr("wrong.toml:1: expected a bus"));
+  EXPECT_THAT(zvgctl_sim("power read --board " + empty).err,
+              HasSubstr("names no [[power_monitors]]"));
+  const std::string wrong = folder_.put(
+      "wrong.toml", "[[power_monitors]]\nchip = \"ltc2990\"\nbus = 9\naddress = 0x4c\n");
+  EXPECT_THAT(zvgctl_sim("power read --board " + wrong).err,
+              HasSubstr("wrong.toml:1: expected a bus"));
 }
 
 TEST(Power, NeedsToKnowTheChips) {

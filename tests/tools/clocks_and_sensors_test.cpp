@@ -37,9 +37,14 @@ ddr = 1593
 class OnBoard : public testing::Test {
  protected:
   Result on(const std::string& board, const std::string& command) {
-    std::vector<std::string> words = {ZVGSIM_PROGRAM, "run", "--virtual-time", "--board",
-                                      folder_.put("board.toml", board), "--trace",
-                                      folder_.path("trace"), "--"};
+    std::vector<std::string> words = {ZVGSIM_PROGRAM,
+                                      "run",
+                                      "--virtual-time",
+                                      "--board",
+                                      folder_.put("board.toml", board),
+                                      "--trace",
+                                      folder_.path("trace"),
+                                      "--"};
     for (const std::string& word : zvgctl_words(command)) words.push_back(word);
     return zvgtest::run(words);
   }
@@ -140,9 +145,9 @@ TEST(ClockPlan, SaysWhatCannotBe) {
   EXPECT_EQ(zvgctl("clock plan --mhz 3500").exit, 1);
   EXPECT_THAT(zvgctl("clock plan --mhz 5 --max-post 1").err, HasSubstr("within 1 MHz of 5 MHz; a "
                                                                        "post-divider may help"));
-  for (const std::string arguments : {"--mhz 0", "--mhz x", "--mhz 4001", "--mhz 100 --input 6.9",
-                                      "--mhz 100 --input 601", "--mhz 100 --max-post 0",
-                                      "--mhz 100 --max-post 17", ""}) {
+  for (const std::string arguments :
+       {"--mhz 0", "--mhz x", "--mhz 4001", "--mhz 100 --input 6.9", "--mhz 100 --input 601",
+        "--mhz 100 --max-post 0", "--mhz 100 --max-post 17", ""}) {
     const Result result = zvgctl("clock plan " + arguments);
     EXPECT_EQ(result.exit, 2) << arguments;
     EXPECT_EQ(result.out, "") << arguments;
@@ -167,7 +172,8 @@ TEST_F(OnBoard, ClockSetCountsTheOutputsPostDividerIn) {
   const Result result = on(exact_board, "clock set apb --mhz 120 --yes");
   EXPECT_THAT(result.out, AllOf(HasSubstr("480 MHz"), HasSubstr("behind its post-divider of 4"),
                                 HasSubstr("apb: 120 MHz, was 149 MHz\n")));
-  const Json document = Json::parse(on(exact_board, "clock set vpu --word 0x570033 --yes --json").out);
+  const Json document =
+      Json::parse(on(exact_board, "clock set vpu --word 0x570033 --yes --json").out);
   EXPECT_EQ(document["before_mhz"], 486);
   EXPECT_EQ(document["after_mhz"], 594);
   EXPECT_EQ(document["pll"]["word"], "0x00570033");
@@ -238,8 +244,7 @@ process = [1, 2, 1023]
 
 TEST_F(OnBoard, SensorRead) {
   const std::string table = "SENSOR  CELSIUS   VOLTS\n0         40.0";
-  for (const std::string door :
-       {"", " --serial /dev/ttyZVG0 --generation rq302"}) {
+  for (const std::string door : {"", " --serial /dev/ttyZVG0 --generation rq302"}) {
     const Result result = on(cool_board, "sensor read --process" + door);
     EXPECT_EQ(result.exit, 0) << result.err;
     EXPECT_THAT(result.out, HasSubstr("\n\nTYPE  SENSOR  CODE\n2     0       1\n3     0       2\n"
@@ -288,8 +293,8 @@ TEST(SensorWatch, ReadsAgainAndAgain) {
 }
 
 TEST(SensorWatch, SeesTheBoardChange) {
-  const Result csv = zvgtest::run(zvgctl_words("--sim busy sensor watch --csv --count 10"),
-                                  on_virtual_time());
+  const Result csv =
+      zvgtest::run(zvgctl_words("--sim busy sensor watch --csv --count 10"), on_virtual_time());
   std::istringstream lines(csv.out);
   std::set<std::string> temperatures;
   for (std::string line; std::getline(lines, line);) {
@@ -334,7 +339,8 @@ TEST_F(OnBoard, FanRefusals) {
   const Result failed =
       on("[[faults.driver]]\nrequest = 1\nnumber = 0x15\nerrno = 'EPERM'\n", "fan set 5");
   EXPECT_EQ(failed.exit, 1);
-  EXPECT_THAT(failed.err, HasSubstr(": Operation not permitted\nzvgctl: the fan's control was not changed\n"));
+  EXPECT_THAT(failed.err,
+              HasSubstr(": Operation not permitted\nzvgctl: the fan's control was not changed\n"));
 }
 
 // Query ---------------------------------------------------------------------------------------
@@ -343,8 +349,7 @@ TEST(Query, PrintsTheDriversReport) {
   EXPECT_EQ(zvgctl_sim("query VRAM").out, "Query vram used rate is\uFF1A6.25%\n");
   EXPECT_EQ(zvgctl_sim("query C").out, "Query Card Num: 1\nQuery Channel: 1 2\n");
   EXPECT_EQ(zvgctl_sim("query LOAD 4").out, "Query load[4]\uFF1A27%\n");
-  EXPECT_EQ(zvgctl_sim("query LOAD 9").out,
-            "Query load[9] is null\nQuery load[9]\uFF1A-1%\n");
+  EXPECT_EQ(zvgctl_sim("query LOAD 9").out, "Query load[9] is null\nQuery load[9]\uFF1A-1%\n");
   const Result all = zvgctl_sim("query");
   EXPECT_THAT(all.out, AllOf(StartsWith("Query DEVICE ID: 0x202\n"),
                              HasSubstr("Query load[4]\uFF1A27%\nQuery firmware: FW 2.7.1\n")));

@@ -64,8 +64,8 @@ TEST_F(Env, ClearCreatesTheScriptAndSetFillsIt) {
   EXPECT_EQ(set.err, "");
   EXPECT_EQ(env("set mgpu independent 5").exit, 0);
   EXPECT_EQ(env("set T").exit, 0);
-  EXPECT_EQ(script(), std::string(gl) +
-                          "export VIV_MGPU_AFFINITY=1:5\nexport KRT_TEXTURE_DUMP=1\n");
+  EXPECT_EQ(script(),
+            std::string(gl) + "export VIV_MGPU_AFFINITY=1:5\nexport KRT_TEXTURE_DUMP=1\n");
   EXPECT_EQ(env("set 3 1").exit, 0);
   EXPECT_EQ(script(), std::string(gl) + affinity + "export KRT_TEXTURE_DUMP=1\n");
   EXPECT_EQ(folder_.files(), 1u) << "a copy was left";
@@ -141,8 +141,7 @@ TEST_F(Env, MissingFolderIsExplained) {
   nowhere.environment.back().second = folder_.path("none");
   const Result result = zvgtest::run(zvgctl_words("env clear"), nowhere);
   EXPECT_EQ(result.exit, 1);
-  EXPECT_EQ(result.err,
-            "zvgctl: there is no folder /etc/profile.d; create it first, as root\n");
+  EXPECT_EQ(result.err, "zvgctl: there is no folder /etc/profile.d; create it first, as root\n");
 }
 
 TEST_F(Env, LongScriptIsLeftAlone) {
@@ -175,7 +174,8 @@ TEST_F(Env, VariableThatWouldChangeAnotherIsRefused) {
   write("export KRT_GLX_TRACE=1\n");
   const Result result = env("set KRT_GL=5");
   EXPECT_EQ(result.exit, 1);
-  EXPECT_THAT(result.err, HasSubstr("KRT_GLX_TRACE is there already, and would be changed instead"));
+  EXPECT_THAT(result.err,
+              HasSubstr("KRT_GLX_TRACE is there already, and would be changed instead"));
   EXPECT_EQ(script(), "export KRT_GLX_TRACE=1\n");
 }
 
@@ -257,7 +257,8 @@ TEST_F(Env, MenuAsksQuestionByQuestion) {
 // the script as it was before or as it should be after, and nothing else.
 TEST_F(Env, IsNeverLostWhereverItIsKilled) {
   const std::string before = std::string(gl) + affinity + "export KRT_TEXTURE_DUMP=1\n";
-  const std::string after = std::string(gl) + "export VIV_MGPU_AFFINITY=1:5\n"
+  const std::string after = std::string(gl) +
+                            "export VIV_MGPU_AFFINITY=1:5\n"
                             "export KRT_TEXTURE_DUMP=1\n";
   write(before);
   const uint32_t calls = env_killed_at(0, "set 3 2 5", false);

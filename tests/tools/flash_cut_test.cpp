@@ -1,4 +1,5 @@
-// Writes to the flash that the power cuts off, at one frame after the other, and the same write again.
+// Writes to the flash that the power cuts off, at one frame after the other, and the same write
+// again.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -43,7 +43,9 @@ class FlashTool : public testing::TestWithParam<const char*> {
     }
     return text;
   }
-  std::string image(size_t at, size_t size) const { return folder_.get("flash.img").substr(at, size); }
+  std::string image(size_t at, size_t size) const {
+    return folder_.get("flash.img").substr(at, size);
+  }
   std::string put(const std::string& name, const std::string& content) const {
     return folder_.put(name, content);
   }
@@ -62,8 +64,8 @@ TEST_P(FlashTool, WritesComparesAndKeepsTheOldContent) {
   EXPECT_EQ(image(0x12345, first.size()), first);
   EXPECT_EQ(image(0x12340, 5), "\xff\xff\xff\xff\xff");
 
-  const Result again = on(file, "flash write " + put("b.bin", second) +
-                                    " --offset 0x12345 --yes --json" + backup());
+  const Result again =
+      on(file, "flash write " + put("b.bin", second) + " --offset 0x12345 --yes --json" + backup());
   ASSERT_EQ(again.exit, 0) << again.err;
   EXPECT_EQ(image(0x12345, second.size()), second);
   EXPECT_EQ(image(0x12345 + second.size(), 3), "\xff\xff\xff");
@@ -85,8 +87,7 @@ TEST_P(FlashTool, ChangesOnlyWhatDiffers) {
   EXPECT_FALSE(std::filesystem::exists(folder_.path("old.bin")));
   content[0x5001] = static_cast<char>(~content[0x5001]);
   content[0x9001] = content[0x9001] & 0x70;  // fewer bits need no erase
-  const Result one =
-      on(file, "flash write " + put("b.bin", content) + " --yes --json --no-backup");
+  const Result one = on(file, "flash write " + put("b.bin", content) + " --yes --json --no-backup");
   EXPECT_EQ(Json::parse(one.out)["erased_sectors"], 1);
   EXPECT_LE(Json::parse(one.out)["programmed_bytes"], 4096 + 256);
   EXPECT_EQ(image(0, content.size()), content);
@@ -165,9 +166,9 @@ TEST_P(FlashTool, Misuse) {
 // Faults ----------------------------------------------------------------------------------------
 
 TEST_P(FlashTool, ABadByteIsFoundAndNamed) {
-  const Result result = on(board("", "[faults.flash]\nbad_byte = 0x1103\n"),
-                           "flash write " + put("a.bin", bytes(4096, 9)) +
-                               " --offset 0x1000 --yes" + backup());
+  const Result result =
+      on(board("", "[faults.flash]\nbad_byte = 0x1103\n"),
+         "flash write " + put("a.bin", bytes(4096, 9)) + " --offset 0x1000 --yes" + backup());
   EXPECT_EQ(result.exit, 1);
   EXPECT_THAT(result.err, HasSubstr("at 0x001103 the flash holds 0xff instead of"));
   EXPECT_THAT(result.err, HasSubstr("in doubt: 0x001000 to 0x001fff"));
@@ -175,13 +176,12 @@ TEST_P(FlashTool, ABadByteIsFoundAndNamed) {
 }
 
 TEST_P(FlashTool, ALostWriteEnableIsMendedByTheNextRun) {
-  const std::string command =
-      "flash write " + put("a.bin", bytes(4096, 10)) + " --yes --no-backup";
+  const std::string command = "flash write " + put("a.bin", bytes(4096, 10)) + " --yes --no-backup";
   int failures = 0;
   for (int lost = 1; lost <= 12; ++lost) {
     std::filesystem::remove(folder_.path("flash.img"));
-    const Result first =
-        on(board("", "[faults.flash]\nlost_write_enable = " + std::to_string(lost) + "\n"), command);
+    const Result first = on(
+        board("", "[faults.flash]\nlost_write_enable = " + std::to_string(lost) + "\n"), command);
     failures += first.exit != 0 ? 1 : 0;
     const Result second = on(board(), command);
     EXPECT_EQ(second.exit, 0) << second.err;
@@ -228,8 +228,7 @@ TEST_P(FlashTool, CtrlCSaysWhatIsInDoubt) {
   EXPECT_EQ(result.exit, 1) << result.out;
   EXPECT_THAT(result.err, HasSubstr("interrupted"));
   EXPECT_EQ(folder_.get("old.bin"), bytes(flash_size, 14));
-  const Result again =
-      on(board(), "flash write " + folder_.path("a.bin") + " --yes --no-backup");
+  const Result again = on(board(), "flash write " + folder_.path("a.bin") + " --yes --no-backup");
   EXPECT_EQ(again.exit, 0) << again.err;
   EXPECT_EQ(folder_.get("flash.img"), content);
 }
@@ -244,7 +243,8 @@ TEST_P(FlashTool, AProtectedFlashIsNotErased) {
 }
 
 TEST_P(FlashTool, StatusAndProtection) {
-  EXPECT_THAT(on(board("write_protected = true\n"), "flash status").out, HasSubstr("protected        yes"));
+  EXPECT_THAT(on(board("write_protected = true\n"), "flash status").out,
+              HasSubstr("protected        yes"));
   EXPECT_EQ(Json::parse(on(board(), "flash id --json").out)["protected"], false);
   EXPECT_EQ(on(board(), "flash protect").exit, 0);
   EXPECT_EQ(on(board("write_protected = true\n"), "flash unprotect --yes").exit, 0);

@@ -1,4 +1,5 @@
-// What the tool makes of a power monitor's answers, in this process: which transfer fails is chosen.
+// What the tool makes of a power monitor's answers, in this process: which transfer fails is
+// chosen.
 #include "zvgctl/power_chips.h"
 
 #include <gmock/gmock.h>

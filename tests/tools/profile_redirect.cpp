@@ -38,8 +38,7 @@ Counter* counter() {
     if (path == nullptr || strcmp(program_invocation_short_name, "zvgctl") != 0) return nullptr;
     static auto* const real = next<int(const char*, int, ...)>("open");
     const int fd = real(path, O_RDWR);
-    void* const memory =
-        mmap(nullptr, sizeof(Counter), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    void* const memory = mmap(nullptr, sizeof(Counter), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     close(fd);
     return memory != MAP_FAILED ? static_cast<Counter*>(memory) : nullptr;
   }();

@@ -71,12 +71,26 @@ std::string top(const std::string& arguments = {}) {
 }
 
 void expect_whole_board(const std::string& text) {
-  for (const char* const what :
-       {"zvgctl top  RQ302, card 0, virtual (busy)", "CLOCKS               MHz",
-        "AXI bus              601", "3D core              999", "fifth PLL           1602",
-        "DIE            CELSIUS   VOLTS", "sensor 0         ", "sensor 1         ", "fan       [#",
-        "memory    [#", " of 2048", "ENGINES", "engine 0  [", "engine 7  [", "RAILS",
-        "slot       3V3 ", " V ", " A ", " W", "q quits"}) {
+  for (const char* const what : {"zvgctl top  RQ302, card 0, virtual (busy)",
+                                 "CLOCKS               MHz",
+                                 "AXI bus              601",
+                                 "3D core              999",
+                                 "fifth PLL           1602",
+                                 "DIE            CELSIUS   VOLTS",
+                                 "sensor 0         ",
+                                 "sensor 1         ",
+                                 "fan       [#",
+                                 "memory    [#",
+                                 " of 2048",
+                                 "ENGINES",
+                                 "engine 0  [",
+                                 "engine 7  [",
+                                 "RAILS",
+                                 "slot       3V3 ",
+                                 " V ",
+                                 " A ",
+                                 " W",
+                                 "q quits"}) {
     EXPECT_THAT(text, HasSubstr(what));
   }
   EXPECT_THAT(text, Not(HasSubstr("engine 6"))) << "which is not there";
@@ -147,8 +161,7 @@ TEST(TopTest, FollowsTheTerminalsSize) {
 
 TEST(TopTest, LogsWhatItShows) {
   const Folder folder;
-  const Terminal terminal(80, 24,
-                          top("--interval 0.1 --count 5 --csv " + folder.path("top.csv")));
+  const Terminal terminal(80, 24, top("--interval 0.1 --count 5 --csv " + folder.path("top.csv")));
   ASSERT_TRUE(terminal.shows("EXIT=0")) << terminal.text();
   const std::string csv = folder.get("top.csv");
   EXPECT_THAT(csv, StartsWith("time,mhz_axi,mhz_dev2,mhz_apb,mhz_pcie,mhz_vpu,mhz_3d,mhz_shader,"
@@ -184,8 +197,8 @@ TEST(TopTest, BoardsMayHaveLess) {
 
 TEST(TopTest, SaysWhatCannotBeMeasured) {
   const Folder folder;
-  const std::string faulty = folder.put(
-      "faulty.toml", "[[faults.driver]]\nrequest = 1\nnumber = 0x11\ncount = 1000000\n");
+  const std::string faulty =
+      folder.put("faulty.toml", "[[faults.driver]]\nrequest = 1\nnumber = 0x11\ncount = 1000000\n");
   const Terminal terminal(120, 24, std::string(ZVGCTL_PROGRAM) + " top --sim " + faulty);
   ASSERT_TRUE(terminal.shows("cannot read the temperature of sensor 0")) << terminal.text();
   EXPECT_THAT(terminal.text(), HasSubstr("sensor 0             -       -"));
@@ -198,8 +211,8 @@ TEST(TopTest, RefusesWhatMakesNoSense) {
   EXPECT_EQ(zvgctl("top --json --csv x").exit, 2);
   EXPECT_EQ(zvgctl("top --interval 0 --csv x").exit, 2);
   EXPECT_THAT(zvgctl("top --csv x --serial /dev/ttyX").err, HasSubstr("--generation"));
-  const Result unwritable =
-      zvgtest::run(zvgctl_words("--sim busy top --count 1 --csv /nonexistent/x"), on_virtual_time());
+  const Result unwritable = zvgtest::run(
+      zvgctl_words("--sim busy top --count 1 --csv /nonexistent/x"), on_virtual_time());
   EXPECT_EQ(unwritable.exit, 1);
   EXPECT_THAT(unwritable.err, HasSubstr("cannot create /nonexistent/x"));
 }

@@ -11,13 +11,13 @@
 static int fd;
 
 /* The result and, of a request that was done, the record's first words. */
-static void show(const char *what, unsigned long request, void *record, unsigned words) {
+static void show(const char* what, unsigned long request, void* record, unsigned words) {
   errno = 0;
   const int result = ioctl(fd, request, record);
   printf("%s: %d %s", what, result, result == 0 ? "done" : strerror(errno));
   for (unsigned i = 0; i < words; ++i) {
     uint32_t word;
-    memcpy(&word, (const char *)record + 4 * i, sizeof word);
+    memcpy(&word, (const char*)record + 4 * i, sizeof word);
     printf(" %x", word);
   }
   printf("\n");
@@ -28,7 +28,7 @@ struct load {
   uint64_t tables[3];
 };
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   fd = open("/dev/zvgrw", O_RDWR);
   if (fd < 0) {
     perror("/dev/zvgrw");
@@ -89,7 +89,7 @@ int main(int argc, char **argv) {
   /* Only a kernel can tell: in process it would be the end of the program. */
   if (argc > 1 && strcmp(argv[1], "--forwarded") == 0) {
     errno = 0;
-    const int result = ioctl(fd, 0xC0206401UL, (void *)16);
+    const int result = ioctl(fd, 0xC0206401UL, (void*)16);
     fprintf(stderr, "record that is nowhere: %d %s\n", result, strerror(errno));
     if (result != -1 || errno != EFAULT) return 1;
   }

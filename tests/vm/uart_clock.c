@@ -5,7 +5,7 @@
 #include <stdlib.h>
 #include <sys/ioctl.h>
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   if (argc != 3) return 2;
   const int fd = open(argv[1], O_RDWR | O_NONBLOCK | O_NOCTTY);
   struct serial_struct serial;

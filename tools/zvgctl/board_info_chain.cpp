@@ -56,8 +56,12 @@ std::vector<BoardInfoChain::Entry> BoardInfoChain::entries() const {
   uint32_t address = area_begin;
   while (list.size() < most && address + header <= area_end &&
          word(address + magic_field) == magic) {
-    Entry entry = {address, word(address + type_field), word(address + id_field),
-                   word(address + sub_index_field), {}, false};
+    Entry entry = {address,
+                   word(address + type_field),
+                   word(address + id_field),
+                   word(address + sub_index_field),
+                   {},
+                   false};
     const uint32_t begin = address + word(address + data_offset_field);
     const uint32_t size = word(address + data_size_field);
     // With the byte that an odd size is summed up with.
@@ -94,9 +98,11 @@ void BoardInfoChain::set_edid(unsigned output, std::span<const uint8_t> edid) {
   const std::vector<Entry> chain = entries();
   for (const Entry& entry : chain) {
     if (!entry.valid) {
-      fail("the board information at 0x%06x is damaged: its checksum is wrong, and what is behind it "
-           "could be lost",
-           entry.address);
+      fail(
+          "the board information at 0x%06x is damaged: its checksum is wrong, and what is behind "
+          "it "
+          "could be lost",
+          entry.address);
     }
   }
   const auto own = std::find_if(chain.begin(), chain.end(), [output](const Entry& entry) {

@@ -98,8 +98,8 @@ std::string csv_line(const BoardSample& sample) {
   for (unsigned i = 0; i < clock_count; ++i) {
     line += sample.mhz ? "," + std::to_string((*sample.mhz)[i]) : ",";
   }
-  for (const auto& pair : {sample.die ? sample.die->celsius : nullptr,
-                           sample.die ? sample.die->volts : nullptr}) {
+  for (const auto& pair :
+       {sample.die ? sample.die->celsius : nullptr, sample.die ? sample.die->volts : nullptr}) {
     for (uint32_t i = 0; i < die_sensors; ++i) {
       line += pair != nullptr ? format(",%.4f", pair[i]) : ",";
     }

@@ -53,7 +53,10 @@ void list_command(const Context& context) {
     plls.row({pll.name, hex(s.word, 8), std::to_string(s.multiplier),
               std::to_string(s.input_divider), std::to_string(s.output_shift),
               has_post ? std::to_string(s.post_divider) : "-", std::to_string(mhz),
-              pll.lock_bit == 0 ? "-" : locked ? "locked" : "no", powered ? "on" : "off"});
+              pll.lock_bit == 0 ? "-"
+              : locked          ? "locked"
+                                : "no",
+              powered ? "on" : "off"});
     document["plls"].push_back({{"pll", pll.name},
                                 {"word", hex(s.word, 8)},
                                 {"n", s.multiplier},
@@ -99,7 +102,8 @@ struct SetArguments {
 };
 
 unsigned parse_max_post(const std::string& text) {
-  const auto max_post = static_cast<unsigned>(parse_number("--max-post", text, widest_post_divider));
+  const auto max_post =
+      static_cast<unsigned>(parse_number("--max-post", text, widest_post_divider));
   if (max_post == 0) usage_error("--max-post: expected a number from 1 to 16");
   return max_post;
 }
@@ -160,23 +164,23 @@ void set_command(const Context& context, const SetArguments& arguments) {
   if (arguments.word.empty()) {
     plan = plan_pll(board_reference_mhz, max_post, target * divider);
   } else {
-    plan.setting = PllSetting(static_cast<uint32_t>(parse_number("--word", arguments.word,
-                                                                 UINT32_MAX)));
-    plan.made_mhz = plan.setting.output_mhz(board_reference_mhz) /
-                    (rq302 ? 1 : plan.setting.post_divider);
+    plan.setting =
+        PllSetting(static_cast<uint32_t>(parse_number("--word", arguments.word, UINT32_MAX)));
+    plan.made_mhz =
+        plan.setting.output_mhz(board_reference_mhz) / (rq302 ? 1 : plan.setting.post_divider);
     plan.target_mhz = plan.made_mhz;
   }
   const int before = zvg_rq300_get_freq(clock.number);
   if (!context.json) {
     print_plan(plan, board_reference_mhz);
     if (divider != 1) {
-      printf("%-17s %.3f MHz behind its post-divider of %u\n", clock.name,
-             plan.made_mhz / divider, divider);
+      printf("%-17s %.3f MHz behind its post-divider of %u\n", clock.name, plan.made_mhz / divider,
+             divider);
     }
     fflush(stdout);
   }
-  confirm(format("set the %s clock from %s to %.3f MHz", clock.name, mhz_text(before, " MHz").c_str(),
-                 plan.made_mhz / divider),
+  confirm(format("set the %s clock from %s to %.3f MHz", clock.name,
+                 mhz_text(before, " MHz").c_str(), plan.made_mhz / divider),
           context.yes);
   const auto words = pll_words(connection);
   {
@@ -232,8 +236,7 @@ void mode_command(const Context& context, const std::string& name, const std::st
 }
 
 CLI::Option* add_clock_argument(CLI::App& command, std::string& clock) {
-  return command
-      .add_option("CLOCK", clock, "axi, dev2, apb, pcie, vpu, 3d, shader, 2d or pll5")
+  return command.add_option("CLOCK", clock, "axi, dev2, apb, pcie, vpu, 3d, shader, 2d or pll5")
       ->required()
       ->type_name("");
 }
@@ -247,19 +250,19 @@ void add_clock(CLI::App& application, Context& context) {
                                 "  zvgctl clock plan --mhz 900\n"
                                 "  zvgctl clock set 3d --mhz 900");
   CLI::App* const list = family.add_subcommand("list", "Show all clocks and PLLs");
-  list->footer("MHz of a PLL are those before any post-divider.\n"
-               "Examples:\n"
-               "  zvgctl clock list\n"
-               "  zvgctl clock list --json --serial /dev/ttyUSB0 --generation rq301");
+  list->footer(
+      "MHz of a PLL are those before any post-divider.\n"
+      "Examples:\n"
+      "  zvgctl clock list\n"
+      "  zvgctl clock list --json --serial /dev/ttyUSB0 --generation rq301");
   list->callback([&context] { context.action = [&context] { list_command(context); }; });
 
   CLI::App* const get = family.add_subcommand("get", "Show one clock");
   auto name = std::make_shared<std::string>();
   add_clock_argument(*get, *name);
   get->footer("Examples:\n  zvgctl clock get 3d\n  zvgctl clock get axi --json");
-  get->callback([&context, name] {
-    context.action = [&context, name] { get_command(context, *name); };
-  });
+  get->callback(
+      [&context, name] { context.action = [&context, name] { get_command(context, *name); }; });
 
   CLI::App* const set = family.add_subcommand("set", "Give a clock another frequency");
   auto setting = std::make_shared<SetArguments>();
@@ -275,7 +278,8 @@ void add_clock(CLI::App& application, Context& context) {
                   "count it in")
       ->type_name("P");
   set->footer(
-      "Shows the setting and its error, asks, writes, waits for the lock and reads back. axi and apb\n"
+      "Shows the setting and its error, asks, writes, waits for the lock and reads back. axi and "
+      "apb\n"
       "share devpll, pcie and vpu share dev2pll: setting one changes the other.\n"
       "Examples:\n"
       "  zvgctl clock set 3d --mhz 900\n"
@@ -290,9 +294,10 @@ void add_clock(CLI::App& application, Context& context) {
   plan->add_option("--input", planning->input, "The reference, 7 to 600 [27]")->type_name("MHZ");
   plan->add_option("--max-post", planning->max_post, "The largest post-divider, 1 to 16 [16]")
       ->type_name("P");
-  plan->footer("Examples:\n"
-               "  zvgctl clock plan --mhz 900\n"
-               "  zvgctl clock plan --mhz 148.5 --max-post 1 --json");
+  plan->footer(
+      "Examples:\n"
+      "  zvgctl clock plan --mhz 900\n"
+      "  zvgctl clock plan --mhz 148.5 --max-post 1 --json");
   plan->callback([&context, planning] {
     context.action = [&context, planning] { plan_command(context, *planning); };
   });
@@ -303,11 +308,14 @@ void add_clock(CLI::App& application, Context& context) {
   mode->add_option("PLL", *target, "devpll, dev2pll, gpupll, gpu2pll, 3d or 2d")
       ->required()
       ->type_name("");
-  mode->add_option("MODE", *state, "on, bypass (run from 27 MHz) or off")->required()->type_name("");
-  mode->footer("Off asks first. On RQ301, off of a single PLL bypasses it.\n"
-               "Examples:\n"
-               "  zvgctl clock mode 3d bypass\n"
-               "  zvgctl clock mode gpu2pll off --yes");
+  mode->add_option("MODE", *state, "on, bypass (run from 27 MHz) or off")
+      ->required()
+      ->type_name("");
+  mode->footer(
+      "Off asks first. On RQ301, off of a single PLL bypasses it.\n"
+      "Examples:\n"
+      "  zvgctl clock mode 3d bypass\n"
+      "  zvgctl clock mode gpu2pll off --yes");
   mode->callback([&context, target, state] {
     context.action = [&context, target, state] { mode_command(context, *target, *state); };
   });

@@ -19,8 +19,10 @@ const ClockName clock_names[clock_count] = {
 };
 
 const PllName pll_names[pll_count] = {
-    {"devpll", 0x04, 0, 1u << 31},        {"dev2pll", 0x08, 1u << 30, 1u << 30},
-    {"gpupll", 0x0C, 1u << 29, 1u << 29}, {"gpu2pll", 0x10, 1u << 28, 1u << 28},
+    {"devpll", 0x04, 0, 1u << 31},
+    {"dev2pll", 0x08, 1u << 30, 1u << 30},
+    {"gpupll", 0x0C, 1u << 29, 1u << 29},
+    {"gpu2pll", 0x10, 1u << 28, 1u << 28},
     {"pll5", 0x14, 0, 0},
 };
 

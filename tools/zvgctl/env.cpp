@@ -235,11 +235,11 @@ void add_env(CLI::App& application, Context& context) {
       "  zvgctl env set 3d gl\n"
       "  zvgctl env set mgpu independent 5\n"
       "  zvgctl env set KRT_GL_TRACE=0");
-  set->callback([&context, words] {
-    context.action = [&context, words] { set_command(context, *words); };
-  });
+  set->callback(
+      [&context, words] { context.action = [&context, words] { set_command(context, *words); }; });
 
-  CLI::App* const clear = family.add_subcommand("clear", "Remove all settings, or create the script");
+  CLI::App* const clear =
+      family.add_subcommand("clear", "Remove all settings, or create the script");
   clear->footer("Examples:\n  zvgctl env clear --yes");
   clear->callback([&context] { context.action = [&context] { clear_command(context); }; });
 }

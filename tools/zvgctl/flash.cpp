@@ -53,7 +53,8 @@ FlashRegion parse_region(const std::string& text) {
   const auto size =
       static_cast<uint32_t>(parse_number("--region", text.substr(colon + 1), flash_size));
   if (size == 0 || size > flash_size - address) {
-    usage_error("--region: 0x%x bytes from 0x%x on are not within the flash's 2 MiB", size, address);
+    usage_error("--region: 0x%x bytes from 0x%x on are not within the flash's 2 MiB", size,
+                address);
   }
   return {address, size};
 }
@@ -69,10 +70,11 @@ std::vector<uint8_t> file_content(const std::string& path) {
 
 // The file's bytes and where they go; together they fit into the flash.
 uint32_t parse_offset(const FlashArguments& arguments, size_t size) {
-  const auto offset = static_cast<uint32_t>(parse_number("--offset", arguments.offset, flash_size - 1));
+  const auto offset =
+      static_cast<uint32_t>(parse_number("--offset", arguments.offset, flash_size - 1));
   if (size > flash_size - offset) {
-    fail("%s has %zu bytes, and from 0x%x on the flash has room for %u", arguments.file.c_str(), size,
-         offset, flash_size - offset);
+    fail("%s has %zu bytes, and from 0x%x on the flash has room for %u", arguments.file.c_str(),
+         size, offset, flash_size - offset);
   }
   return offset;
 }
@@ -178,9 +180,10 @@ void erase_command(const Context& context, const FlashArguments& arguments) {
   const FlashRegion region =
       arguments.chip ? FlashRegion{0, flash_size} : parse_region(arguments.region);
   if (check_erase_alignment(region.address, region.size) != 0) {
-    usage_error("--region: the flash is erased in sectors: address and length are multiples of "
-                "0x%x",
-                flash_sector);
+    usage_error(
+        "--region: the flash is erased in sectors: address and length are multiples of "
+        "0x%x",
+        flash_sector);
   }
   confirm(format("erase 0x%06x to 0x%06x of the flash, which may leave the board without firmware",
                  region.address, region.address + region.size - 1),
@@ -215,8 +218,7 @@ void verify_command(const Context& context, const FlashArguments& arguments) {
 // Board data
 
 BoardInfoChain read_chain() {
-  return BoardInfoChain(
-      read_flash({BoardInfoChain::first_sector, BoardInfoChain::sectors_size}));
+  return BoardInfoChain(read_flash({BoardInfoChain::first_sector, BoardInfoChain::sectors_size}));
 }
 
 void edid_list_command(const Context& context) {
@@ -243,11 +245,11 @@ void edid_list_command(const Context& context) {
 
 void edid_set_command(const Context& context, const FlashArguments& arguments) {
   constexpr unsigned last_output = 0xFFFF;
-  const auto output =
-      static_cast<unsigned>(parse_number("OUTPUT", arguments.number, last_output));
+  const auto output = static_cast<unsigned>(parse_number("OUTPUT", arguments.number, last_output));
   const EdidImage image = EdidImage::from_file(arguments.file);
   if (image.blocks() > 2) {
-    fail("%s has %zu blocks, and the board keeps one or two", arguments.file.c_str(), image.blocks());
+    fail("%s has %zu blocks, and the board keeps one or two", arguments.file.c_str(),
+         image.blocks());
   }
   if (!image.valid() && !arguments.force) {
     fail("the EDID in %s is damaged: %s (--force stores it all the same)", arguments.file.c_str(),
@@ -297,7 +299,8 @@ CLI::App* add_command(CLI::App& family, Context& context, const char* name, cons
 }
 
 void add_backup_options(CLI::App& command, FlashArguments& arguments) {
-  command.add_option("--backup", arguments.backup, "Where the old content goes [flash-...-TIME.bin]")
+  command
+      .add_option("--backup", arguments.backup, "Where the old content goes [flash-...-TIME.bin]")
       ->type_name("FILE");
   command.add_flag("--no-backup", arguments.no_backup, "Keep no copy of the old content");
 }
@@ -328,19 +331,20 @@ void add_flash(CLI::App& application, Context& context) {
   read->add_option("-o,--output", arguments->output, "The file to write")->type_name("FILE");
   read->add_flag("-f,--force", arguments->force, "Replace the file if it exists");
 
-  CLI::App* const erase = add_command(
-      family, context, "erase", "Erase sectors of 4 KiB, or the whole flash",
-      "Asks first; --yes answers. The range is read back afterwards.\n"
-      "Example:\n"
-      "  zvgctl flash erase --region 0x100000:0x10000",
-      arguments, erase_command);
+  CLI::App* const erase =
+      add_command(family, context, "erase", "Erase sectors of 4 KiB, or the whole flash",
+                  "Asks first; --yes answers. The range is read back afterwards.\n"
+                  "Example:\n"
+                  "  zvgctl flash erase --region 0x100000:0x10000",
+                  arguments, erase_command);
   erase->add_option("-r,--region", arguments->region, "Whole sectors")->type_name("ADDRESS:LENGTH");
   erase->add_flag("--chip", arguments->chip, "All of it");
 
   CLI::App* const write = add_command(
       family, context, "write", "Make the flash hold a file's bytes",
       "Asks first; --yes answers. Keeps a copy of the old content, erases and programs only what\n"
-      "differs, and compares every byte. A write that was cut off is finished by the same command;\n"
+      "differs, and compares every byte. A write that was cut off is finished by the same "
+      "command;\n"
       "until then FILE.unfinished keeps what it needs.\n"
       "Examples:\n"
       "  zvgctl flash write firmware.bin\n"
@@ -381,8 +385,8 @@ void add_flash(CLI::App& application, Context& context) {
   set->add_flag("-f,--force", arguments->force, "Store an EDID that is damaged, too");
   add_backup_options(*set, *arguments);
 
-  CLI::App& serial = add_family(family, "sn", "The board's serial number",
-                                "Example:\n  zvgctl flash sn read");
+  CLI::App& serial =
+      add_family(family, "sn", "The board's serial number", "Example:\n  zvgctl flash sn read");
   add_command(serial, context, "read", "Print the serial number",
               "Example:\n  zvgctl flash sn read", arguments,
               [](const Context& c, const FlashArguments&) { serial_command(c); });

@@ -28,7 +28,9 @@ void FlashJournal::begin(uint32_t address, std::span<const uint8_t> before,
   file.commit();
 }
 
-void FlashJournal::end() { unlink(path_.c_str()); }
+void FlashJournal::end() {
+  unlink(path_.c_str());
+}
 
 std::optional<std::vector<uint8_t>> FlashJournal::before(uint32_t address,
                                                          std::span<const uint8_t> now) const {

@@ -21,10 +21,9 @@ class FlashJournal {
   void begin(uint32_t address, std::span<const uint8_t> before, std::span<const uint8_t> after);
   void end();
 
-  // What the sectors held before the unfinished write. Nothing when there is none, or when the flash
-  // does not look like in the middle of it: another board, or another place.
-  std::optional<std::vector<uint8_t>> before(uint32_t address,
-                                             std::span<const uint8_t> now) const;
+  // What the sectors held before the unfinished write. Nothing when there is none, or when the
+  // flash does not look like in the middle of it: another board, or another place.
+  std::optional<std::vector<uint8_t>> before(uint32_t address, std::span<const uint8_t> now) const;
 
  private:
   const std::string path_;

@@ -29,11 +29,11 @@ constexpr uint8_t busy_bit = 0x01;
 // A library call whose output is kept back. Returns its result; *said becomes its error line.
 int quietly(const std::function<int()>& call, std::string* said) {
   const QuietStdout quiet;
-  const MessageTap errors({"SPI NOT", "SPI BASIC", "SPI READ ERROR", "SPI PROGRAM ERROR",
-                           "SPI CHECK DATA ERROR", "SPI 2MB", "SPI 4KB ERASE ERROR",
-                           "SPI 32KB ERASE ERROR", "SPI 64KB ERASE ERROR", "ERROR", "FLASH BUSY",
-                           "SPI PROTECT", "SPI UNPROTECT", "Read STATUSREG ERROR"},
-                          {}, &stdout);
+  const MessageTap errors(
+      {"SPI NOT", "SPI BASIC", "SPI READ ERROR", "SPI PROGRAM ERROR", "SPI CHECK DATA ERROR",
+       "SPI 2MB", "SPI 4KB ERASE ERROR", "SPI 32KB ERASE ERROR", "SPI 64KB ERASE ERROR", "ERROR",
+       "FLASH BUSY", "SPI PROTECT", "SPI UNPROTECT", "Read STATUSREG ERROR"},
+      {}, &stdout);
   const int result = call();
   fflush(stdout);
   if (said != nullptr) *said = errors.first();
@@ -112,8 +112,7 @@ class Write {
 
   FlashWrite run() {
     now_ = read_flash(covered_, "reading what is there");
-    const std::vector<uint8_t> before =
-        journal_.before(covered_.address, now_).value_or(now_);
+    const std::vector<uint8_t> before = journal_.before(covered_.address, now_).value_or(now_);
     wanted_ = before;
     std::copy(bytes_.begin(), bytes_.end(), wanted_.begin() + (address_ - covered_.address));
     if (now_ == wanted_) {
@@ -181,9 +180,7 @@ class Write {
     }
   }
 
-  bool differs(uint32_t at) const {
-    return !std::ranges::equal(now(at, page), wanted(at, page));
-  }
+  bool differs(uint32_t at) const { return !std::ranges::equal(now(at, page), wanted(at, page)); }
 
   void program_what_differs() {
     uint64_t total = 0;
@@ -223,8 +220,8 @@ class Write {
   std::string in_doubt() const {
     if (first_touched_ >= last_touched_) return "nothing in the flash was changed";
     const FlashRegion doubt = {covered_.address + first_touched_, last_touched_ - first_touched_};
-    std::string text = "in doubt: " + range_text(doubt) +
-                       "; the same command again finishes the write";
+    std::string text =
+        "in doubt: " + range_text(doubt) + "; the same command again finishes the write";
     if (!result_.backup.empty()) {
       text += format(", zvgctl flash write %s --offset 0x%x brings the old content back",
                      result_.backup.c_str(), address_);
@@ -254,9 +251,9 @@ std::vector<uint8_t> read_flash(const FlashRegion& region, const char* deed) {
     const auto n = std::min<size_t>(piece, region.size - bytes.size());
     const auto address = static_cast<uint32_t>(region.address + bytes.size());
     std::string said;
-    for (int attempt = 1; quietly([&] { return zvgSpiReadBuffer(words.data(), address,
-                                                                 static_cast<int>(n)); },
-                                  &said) != 0;
+    for (int attempt = 1;
+         quietly([&] { return zvgSpiReadBuffer(words.data(), address, static_cast<int>(n)); },
+                 &said) != 0;
          ++attempt) {
       if (attempt == tries) {
         fail("cannot read the flash at 0x%06x: %s", address, in_words(said).c_str());
@@ -283,8 +280,9 @@ void erase_flash(const FlashRegion& region) {
     progress.update(done);
   }
   if (!all_erased(read_flash(region, "verifying"))) {
-    fail("the flash is not erased after the erase: it is write-protected (zvgctl flash unprotect), "
-         "or worn out");
+    fail(
+        "the flash is not erased after the erase: it is write-protected (zvgctl flash unprotect), "
+        "or worn out");
   }
 }
 
@@ -313,9 +311,7 @@ uint8_t flash_status(unsigned number) {
   const QuietStdout quiet;
   const MessageTap lines(
       {"05H(SR) = ", "35H(SR) = "},
-      [&](const std::string& line) {
-        found = sscanf(line.c_str(), "%*2cH(SR) = %x", &value) == 1;
-      },
+      [&](const std::string& line) { found = sscanf(line.c_str(), "%*2cH(SR) = %x", &value) == 1; },
       &stdout);
   zvgSpiReadStatusReg(commands[number - 1]);
   fflush(stdout);

@@ -19,8 +19,8 @@ struct FlashRegion {
   uint32_t size;
 };
 
-// All throw a Failure when the flash does not do its part. What the library prints is kept back, and
-// its error line becomes part of the message.
+// All throw a Failure when the flash does not do its part. What the library prints is kept back,
+// and its error line becomes part of the message.
 
 std::vector<uint8_t> read_flash(const FlashRegion& region, const char* deed = "reading");
 

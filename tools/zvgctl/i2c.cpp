@@ -1,4 +1,6 @@
 // zvgctl i2c and ddc: the board's I2C buses, and EDIDs that the driver reads for us.
+#include "zvgctl/i2c.h"
+
 #include <errno.h>
 #include <inttypes.h>
 #include <stdio.h>
@@ -15,7 +17,6 @@
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
-#include "zvgctl/i2c.h"
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/prompt.h"
@@ -61,9 +62,10 @@ Answer probe(unsigned bus, unsigned slave) {
   // The same code says that nobody answered and that the bus hangs; only the time differs.
   constexpr std::chrono::seconds hang(3);
   if (std::chrono::steady_clock::now() - begin > hang) {
-    fail("I2C bus %u hangs: a transfer to address 0x%02x did not end (is a device holding the "
-         "clock low, or is the master off?)",
-         bus, slave);
+    fail(
+        "I2C bus %u hangs: a transfer to address 0x%02x did not end (is a device holding the "
+        "clock low, or is the master off?)",
+        bus, slave);
   }
   return Answer::none;
 }
@@ -133,8 +135,8 @@ std::vector<uint8_t> read_registers(const Device& device, unsigned reg, size_t c
 void print_registers(const Context& context, const Device& device, unsigned reg,
                      const std::vector<uint8_t>& bytes) {
   if (context.json) {
-    print_json({{"bus", device.bus}, {"address", device.slave}, {"register", reg},
-                {"values", bytes}});
+    print_json(
+        {{"bus", device.bus}, {"address", device.slave}, {"register", reg}, {"values", bytes}});
   } else if (bytes.size() == 1) {
     printf("0x%02x: 0x%02x\n", reg, bytes[0]);
   } else {
@@ -199,9 +201,8 @@ void add_scan(CLI::App& family, Context& context) {
       "Examples:\n"
       "  zvgctl i2c scan\n"
       "  zvgctl i2c scan 1 --json");
-  command->callback([&context, bus] {
-    context.action = [&context, bus] { scan_command(context, *bus); };
-  });
+  command->callback(
+      [&context, bus] { context.action = [&context, bus] { scan_command(context, *bus); }; });
 }
 
 void add_read(CLI::App& family, Context& context) {
@@ -224,9 +225,8 @@ void add_dump(CLI::App& family, Context& context) {
   CLI::App* const command = family.add_subcommand("dump", "Read all 256 registers, one by one");
   add_place(*command, place, false);
   command->footer("Example:\n  zvgctl i2c dump 0 0x54");
-  command->callback([&context, place] {
-    context.action = [&context, place] { dump_command(context, *place); };
-  });
+  command->callback(
+      [&context, place] { context.action = [&context, place] { dump_command(context, *place); }; });
 }
 
 void add_write(CLI::App& family, Context& context) {

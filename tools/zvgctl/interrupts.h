@@ -5,7 +5,8 @@
 
 namespace zvgctl {
 
-// Catches the signals that people, terminals and pipes end programs with: tidies up as told below, then ends as the signal would.
+// Catches the signals that people, terminals and pipes end programs with: tidies up as told below,
+// then ends as the signal would.
 void catch_interrupts();
 
 // The half-written file to remove; null for none. The text is copied.
@@ -15,8 +16,8 @@ void remove_when_interrupted(const char* path);
 // find it deaf; -1 for none.
 void leave_at_9600_when_interrupted(int serial_fd);
 
-// The terminal that a full-screen view has taken over is given back first: its settings are put back
-// as they are now, and the text is written to it, which is copied. Null for none.
+// The terminal that a full-screen view has taken over is given back first: its settings are put
+// back as they are now, and the text is written to it, which is copied. Null for none.
 void restore_terminal_when_interrupted(const char* text);
 
 // While it lives, the first Ctrl-C or SIGTERM ends nothing and is only noticed, for commands that

@@ -1,4 +1,6 @@
 // zvgctl mcu: the chip's microcontroller.
+#include "zvgctl/mcu.h"
+
 #include <stdio.h>
 #include <util_zvg.h>
 
@@ -13,7 +15,6 @@
 #include "zvgctl/errors.h"
 #include "zvgctl/families.h"
 #include "zvgctl/library_messages.h"
-#include "zvgctl/mcu.h"
 #include "zvgctl/number.h"
 #include "zvgctl/output.h"
 #include "zvgctl/prompt.h"

@@ -37,8 +37,9 @@ PllPlan plan_pll(double input_mhz, unsigned max_post_divider, double target_mhz)
   const auto target = static_cast<unsigned>(lround(target_mhz * 1000));
   uint32_t word = 0;
   if (zvg_rq300_pllcalc(input, max_post_divider, target, &word) != 0) {
-    fail("no setting comes within %d MHz of %g MHz%s", target < 1'000'000 ? 1 : 2, target_mhz,
-         max_post_divider < 16 ? "; a post-divider may help (--max-post up to 16, RQ301 only)" : "");
+    fail(
+        "no setting comes within %d MHz of %g MHz%s", target < 1'000'000 ? 1 : 2, target_mhz,
+        max_post_divider < 16 ? "; a post-divider may help (--max-post up to 16, RQ301 only)" : "");
   }
   const PllSetting setting(word);
   return {setting, target_mhz, setting.output_mhz(input_mhz) / setting.post_divider};

@@ -41,8 +41,9 @@ std::vector<PowerMonitor> chosen_monitors(const PowerArguments& arguments) {
     for (PowerMonitor& monitor : load_power_monitors(board)) monitors.push_back(std::move(monitor));
   }
   if (monitors.empty()) {
-    usage_error("name the power monitors: --board FILE, or --chip CHIP:BUS:ADDRESS[:MILLIOHMS,...] "
-                "(zvgctl i2c scan shows the addresses in use)");
+    usage_error(
+        "name the power monitors: --board FILE, or --chip CHIP:BUS:ADDRESS[:MILLIOHMS,...] "
+        "(zvgctl i2c scan shows the addresses in use)");
   }
   return monitors;
 }
@@ -65,8 +66,8 @@ std::string cell(const std::optional<double>& value, int decimals) {
 void print_table(const std::vector<Rail>& rails) {
   Table table({"CHIP", "RAIL", "   VOLTS", " AMPERES", "   WATTS"});
   for (const Rail& rail : rails) {
-    table.row({rail.chip, rail.name, cell(rail.volts, 4), cell(rail.amperes, 3),
-               cell(rail.watts(), 3)});
+    table.row(
+        {rail.chip, rail.name, cell(rail.volts, 4), cell(rail.amperes, 3), cell(rail.watts(), 3)});
   }
   table.print();
 }
@@ -81,8 +82,7 @@ void print_csv(const std::string& time, const std::vector<Rail>& rails) {
   };
   for (const Rail& rail : rails) {
     printf("%s,%s,%s,%s,%s,%s\n", time.c_str(), rail.chip.c_str(), rail.name.c_str(),
-           number(rail.volts).c_str(), number(rail.amperes).c_str(),
-           number(rail.watts()).c_str());
+           number(rail.volts).c_str(), number(rail.amperes).c_str(), number(rail.watts()).c_str());
   }
 }
 
@@ -140,12 +140,13 @@ void watch_command(const Context& context, const PowerArguments& arguments) {
 
 std::shared_ptr<PowerArguments> add_options(CLI::App& command) {
   auto arguments = std::make_shared<PowerArguments>();
-  command.add_option("--chip", arguments->chips,
-                     "A power monitor: ltc2990, ltc2991 or ina3221, I2C bus, address, and the sense\n"
-                     "resistors across its pairs of inputs, in milliohms (0: none)")
+  command
+      .add_option("--chip", arguments->chips,
+                  "A power monitor: ltc2990, ltc2991 or ina3221, I2C bus, address, and the sense\n"
+                  "resistors across its pairs of inputs, in milliohms (0: none)")
       ->type_name("CHIP:BUS:ADDRESS[:MILLIOHMS,...]");
-  command.add_option("--board", arguments->board,
-                     "Measure the [[power_monitors]] of this board file")
+  command
+      .add_option("--board", arguments->board, "Measure the [[power_monitors]] of this board file")
       ->type_name("FILE");
   command.add_flag("--csv", arguments->csv, "Print comma-separated values");
   return arguments;
@@ -173,7 +174,9 @@ void add_power(CLI::App& application, Context& context) {
 
   CLI::App* const watch = family.add_subcommand("watch", "Measure again and again, until Ctrl-C");
   auto watch_arguments = add_options(*watch);
-  watch->add_option("-i,--interval", watch_arguments->interval, "Seconds between two measurements [1]")
+  watch
+      ->add_option("-i,--interval", watch_arguments->interval,
+                   "Seconds between two measurements [1]")
       ->type_name("SECONDS");
   watch->add_option("-c,--count", watch_arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");

@@ -118,15 +118,14 @@ std::vector<Rail> measure_ltc2990(const PowerMonitor& monitor) {
   const auto index = static_cast<uint32_t>(monitor.address - first_address);
   std::vector<float> v(4);
   float supply = 0;
-  expect_measured(monitor, zvgLTC2990GetVolt4(monitor.bus, index, &v[0], &v[1], &v[2], &v[3],
-                                              &supply, 1));
+  expect_measured(monitor,
+                  zvgLTC2990GetVolt4(monitor.bus, index, &v[0], &v[1], &v[2], &v[3], &supply, 1));
   std::vector<double> amperes(2);
   if (has_resistor(monitor)) {
     float i[2] = {};
-    expect_measured(monitor, zvgLTC2990GetCurrent2(monitor.bus, index,
-                                                   whole(resistor(monitor, 0)),
-                                                   whole(resistor(monitor, 1)), &i[0], &i[1],
-                                                   nullptr, 1));
+    expect_measured(monitor,
+                    zvgLTC2990GetCurrent2(monitor.bus, index, whole(resistor(monitor, 0)),
+                                          whole(resistor(monitor, 1)), &i[0], &i[1], nullptr, 1));
     for (size_t k = 0; k < 2; ++k) amperes[k] = corrected(i[k], resistor(monitor, k));
   }
   return rails(monitor, v, supply, amperes);
@@ -146,9 +145,8 @@ std::vector<Rail> measure_ltc2991(const PowerMonitor& monitor) {
   const auto index = static_cast<uint32_t>(monitor.address - first_address);
   std::vector<float> v(8);
   float supply = 0;
-  expect_measured(monitor,
-                  zvgLTC2991GetVolt8(monitor.bus, index, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
-                                     &v[6], &v[7], &supply, 1));
+  expect_measured(monitor, zvgLTC2991GetVolt8(monitor.bus, index, &v[0], &v[1], &v[2], &v[3], &v[4],
+                                              &v[5], &v[6], &v[7], &supply, 1));
   std::vector<double> amperes(4);
   if (has_resistor(monitor)) {
     float i[4] = {};
@@ -157,7 +155,8 @@ std::vector<Rail> measure_ltc2991(const PowerMonitor& monitor) {
     expect_measured(monitor, zvgLTC2991GetCurrent4(monitor.bus, index, r[0], r[1], r[2], r[3],
                                                    &i[0], &i[1], &i[2], &i[3], nullptr, 1));
     for (size_t k = 0; k < 4; ++k) {
-      if (r[k] > 0) amperes[k] = with_sign(corrected(i[k], resistor(monitor, k)), resistor(monitor, k));
+      if (r[k] > 0)
+        amperes[k] = with_sign(corrected(i[k], resistor(monitor, k)), resistor(monitor, k));
     }
   }
   return rails(monitor, v, supply, amperes);
@@ -212,11 +211,15 @@ PowerMonitor read_monitor(const std::string& path, const toml::table& table) {
   const int64_t address = table["address"].value_or(int64_t{-1});
   if (bus < 0 || bus > last_bus) wrong_file(path, table, "expected a bus = 0 to 5");
   if (address < chip->first_address || address > chip->last_address) {
-    wrong_file(path, table, format("expected an address = 0x%02x to 0x%02x", chip->first_address,
-                                   chip->last_address));
+    wrong_file(
+        path, table,
+        format("expected an address = 0x%02x to 0x%02x", chip->first_address, chip->last_address));
   }
-  PowerMonitor monitor = {chip->chip, static_cast<unsigned>(bus), static_cast<uint8_t>(address),
-                          table["name"].value_or(std::string()), {}};
+  PowerMonitor monitor = {chip->chip,
+                          static_cast<unsigned>(bus),
+                          static_cast<uint8_t>(address),
+                          table["name"].value_or(std::string()),
+                          {}};
   if (monitor.name.empty()) monitor.name = default_name(monitor);
   if (const toml::array* const shunts = table["shunts"].as_array()) {
     for (const toml::node& node : *shunts) {
@@ -240,12 +243,16 @@ PowerMonitor parse_power_monitor(const std::string& text) {
   const std::vector<std::string> parts = split(text, ':');
   const Traits* const chip = find_chip(parts[0]);
   if (chip == nullptr || parts.size() < 3 || parts.size() > 4) {
-    usage_error("--chip: expected CHIP:BUS:ADDRESS[:MILLIOHMS,...] with ltc2990, ltc2991 or "
-                "ina3221, such as ltc2990:1:0x4c:5,5; found '%s'",
-                text.c_str());
+    usage_error(
+        "--chip: expected CHIP:BUS:ADDRESS[:MILLIOHMS,...] with ltc2990, ltc2991 or "
+        "ina3221, such as ltc2990:1:0x4c:5,5; found '%s'",
+        text.c_str());
   }
-  PowerMonitor monitor = {chip->chip, static_cast<unsigned>(parse_number("BUS", parts[1], last_bus)),
-                          static_cast<uint8_t>(parse_number("ADDRESS", parts[2], 0x7F)), "", {}};
+  PowerMonitor monitor = {chip->chip,
+                          static_cast<unsigned>(parse_number("BUS", parts[1], last_bus)),
+                          static_cast<uint8_t>(parse_number("ADDRESS", parts[2], 0x7F)),
+                          "",
+                          {}};
   if (monitor.address < chip->first_address || monitor.address > chip->last_address) {
     usage_error("--chip: an %s is at 0x%02x to 0x%02x, not at 0x%02x", chip->name,
                 chip->first_address, chip->last_address, monitor.address);
@@ -294,8 +301,8 @@ std::vector<Rail> measure(const PowerMonitor& monitor) {
   std::vector<Rail> list = measure_chip(monitor);
   fflush(stdout);
   if (errors.count() + lines.count() != 0) {
-    fail("%s on I2C bus %u, address 0x%02x: its results could not be read",
-         chip_name(monitor.chip), monitor.bus, monitor.address);
+    fail("%s on I2C bus %u, address 0x%02x: its results could not be read", chip_name(monitor.chip),
+         monitor.bus, monitor.address);
   }
   return list;
 }

@@ -26,8 +26,8 @@ class ProfileScript {
   std::string read() const;
 
   // Has the edit done by another process, which this one outlives whatever the edit does. wanted
-  // tells whether the script is then as it should be; when it is not, it is put back as it was and a
-  // Failure thrown.
+  // tells whether the script is then as it should be; when it is not, it is put back as it was and
+  // a Failure thrown.
   void edit(const std::function<void()>& edit,
             const std::function<bool(const std::string&)>& wanted);
 

@@ -52,9 +52,10 @@ void query_command(const Context& context, const std::string& keyword, const std
   char report[ZVG_QUERY_INFO_SIZE] = {};
   const bool found = zvgQueryInfo(keyword.c_str(), report) == 0;
   if (!found && !keyword.starts_with("LOAD")) {
-    fail("nothing is called '%s'; known are ID, AXI, VPU, 3D, 2D, DDR, 3DCORE, 2DCORE, GOP, CARD, "
-         "CHANNEL, VRAM, BANDWIDTH, LOAD and FIRMWARE, in capitals",
-         keyword.c_str());
+    fail(
+        "nothing is called '%s'; known are ID, AXI, VPU, 3D, 2D, DDR, 3DCORE, 2DCORE, GOP, CARD, "
+        "CHANNEL, VRAM, BANDWIDTH, LOAD and FIRMWARE, in capitals",
+        keyword.c_str());
   }
   if (!found) fail("the driver knows no engine");
   if (!context.json) {

@@ -208,8 +208,8 @@ void plan_block_line(PlannedLine& line, const std::string& text, BlockLine& fiel
     add_remark(line, format("the block does not take %d bits", fields.width));
   }
   if (name.size() != 3 || fields.channel() >= rule->channels) {
-    add_remark(line, format("\"%.16s\": the third character is no channel of the block",
-                            fields.name));
+    add_remark(line,
+               format("\"%.16s\": the third character is no channel of the block", fields.name));
   }
   remark_on_fields(line, text, count, kind == FileKind::read ? 4 : 5);
 }

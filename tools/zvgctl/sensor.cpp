@@ -57,8 +57,7 @@ void print_readings(const DieReadings& readings) {
 Json readings_json(const DieReadings& readings) {
   Json list = Json::array();
   for (uint32_t i = 0; i < die_sensors; ++i) {
-    list.push_back(
-        {{"sensor", i}, {"celsius", readings.celsius[i]}, {"volts", readings.volts[i]}});
+    list.push_back({{"sensor", i}, {"celsius", readings.celsius[i]}, {"volts", readings.volts[i]}});
   }
   return list;
 }
@@ -183,10 +182,11 @@ void add_sensor(CLI::App& application, Context& context) {
       ->type_name("SECONDS");
   watch->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
-  watch->footer("With --json, each reading is a document on a line of its own.\n"
-                "Examples:\n"
-                "  zvgctl --sim busy sensor watch --count 3\n"
-                "  zvgctl sensor watch --interval 0.5 --json");
+  watch->footer(
+      "With --json, each reading is a document on a line of its own.\n"
+      "Examples:\n"
+      "  zvgctl --sim busy sensor watch --count 3\n"
+      "  zvgctl sensor watch --interval 0.5 --json");
   watch->callback([&context, arguments] {
     context.action = [&context, arguments] { watch_command(context, *arguments); };
   });
@@ -200,10 +200,11 @@ void add_fan(CLI::App& application, Context& context) {
   CLI::App* const set = family.add_subcommand("set", "Drive the fan at a rate of its own");
   auto percent = std::make_shared<std::string>();
   set->add_option("PERCENT", *percent, "0 to 100")->required()->type_name("");
-  set->footer("Over a serial line, 0 still turns the fan, at one per cent.\n"
-              "Examples:\n"
-              "  zvgctl fan set 60\n"
-              "  zvgctl fan set 100 --serial /dev/ttyUSB0");
+  set->footer(
+      "Over a serial line, 0 still turns the fan, at one per cent.\n"
+      "Examples:\n"
+      "  zvgctl fan set 60\n"
+      "  zvgctl fan set 100 --serial /dev/ttyUSB0");
   set->callback([&context, percent] {
     context.action = [&context, percent] {
       fan_command(context, static_cast<int>(parse_number("PERCENT", *percent, 100)));
@@ -211,10 +212,9 @@ void add_fan(CLI::App& application, Context& context) {
   });
   CLI::App* const automatic = family.add_subcommand("auto", "Let the driver control the fan again");
   automatic->footer("Examples:\n  zvgctl fan auto");
-  automatic->callback(
-      [&context] { context.action = [&context] { fan_command(context, -1); }; });
-  CLI::App* const test =
-      family.add_subcommand("test-temperature", "Have the driver's thermal control see a temperature");
+  automatic->callback([&context] { context.action = [&context] { fan_command(context, -1); }; });
+  CLI::App* const test = family.add_subcommand(
+      "test-temperature", "Have the driver's thermal control see a temperature");
   auto temperature = std::make_shared<std::string>();
   test->add_option("TEMPERATURE", *temperature, "In the driver's unit")->required()->type_name("");
   test->footer("Examples:\n  zvgctl fan test-temperature 85");

@@ -284,7 +284,8 @@ void add_board_top(CLI::App& application, Context& context) {
   CLI::App* const command =
       application.add_subcommand("top", "Watch clocks, temperatures, loads and rails live");
   auto arguments = std::make_shared<TopArguments>();
-  command->add_option("--csv", arguments->csv, "Log every sample into this file")->type_name("FILE");
+  command->add_option("--csv", arguments->csv, "Log every sample into this file")
+      ->type_name("FILE");
   command->add_option("--chip", arguments->chips, "A power monitor, as for 'power read'")
       ->type_name("CHIP:BUS:ADDRESS[:MILLIOHMS,...]");
   command->add_option("--board", arguments->board, "The [[power_monitors]] of this board file")
@@ -294,7 +295,8 @@ void add_board_top(CLI::App& application, Context& context) {
   command->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
   command->footer(
-      "q quits. Needs 80x24 at least. Without a terminal it only logs. Engine loads and video memory\n"
+      "q quits. Needs 80x24 at least. Without a terminal it only logs. Engine loads and video "
+      "memory\n"
       "are the driver's; past it, a sample takes as long as the sensors' conversions.\n"
       "Examples:\n"
       "  zvgctl --sim busy top\n"

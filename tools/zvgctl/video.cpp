@@ -43,7 +43,8 @@ int parse_port(const std::string& text) {
 }
 
 // Two numbers of 16 bits with a separator between them.
-std::pair<uint32_t, uint32_t> parse_pair(const char* name, const std::string& text, char separator) {
+std::pair<uint32_t, uint32_t> parse_pair(const char* name, const std::string& text,
+                                         char separator) {
   const size_t middle = text.find(separator);
   if (middle == std::string::npos) {
     usage_error("%s: expected two numbers, as 640%c480; found '%s'", name, separator, text.c_str());
@@ -58,7 +59,8 @@ uint64_t control_of(Connection& connection, int port) {
 
 void expect_placed(Connection& connection, int port) {
   if ((control_of(connection, port) & (in_window_a | in_window_b)) != 0) return;
-  fail("video port %d is in no window yet: zvgctl video init %d --channel N sets it up", port, port);
+  fail("video port %d is in no window yet: zvgctl video init %d --channel N sets it up", port,
+       port);
 }
 
 void init_command(const Context& context, const VideoArguments& arguments) {
@@ -88,8 +90,10 @@ void start_command(const Context& context, const VideoArguments& arguments) {
   const auto [width, height] = parse_pair("--size", arguments.size, 'x');
   const auto offset = static_cast<uint32_t>(parse_number("--offset", arguments.offset, UINT32_MAX));
   constexpr unsigned last_format = 3;
-  const auto format_a = static_cast<int>(parse_number("--format-a", arguments.format_a, last_format));
-  const auto format_b = static_cast<int>(parse_number("--format-b", arguments.format_b, last_format));
+  const auto format_a =
+      static_cast<int>(parse_number("--format-a", arguments.format_a, last_format));
+  const auto format_b =
+      static_cast<int>(parse_number("--format-b", arguments.format_b, last_format));
   Connection connection(context, video_deadline);
   expect_placed(connection, port);
   zvgZoomVideoStart(port, x, y, width, height, offset, format_a, format_b, arguments.flag ? 1 : 0);
@@ -171,27 +175,30 @@ void add_video(CLI::App& application, Context& context) {
                                 "  zvgctl video start 0 --at 100,50 --size 720x480\n"
                                 "  zvgctl video status");
   auto arguments = std::make_shared<VideoArguments>();
-  CLI::App* const init =
-      add_command(family, context, arguments, "init", "Set up a port and its video decoder",
-                  "Example:\n  zvgctl video init 1 --channel 2 --alternate --window b", init_command);
+  CLI::App* const init = add_command(
+      family, context, arguments, "init", "Set up a port and its video decoder",
+      "Example:\n  zvgctl video init 1 --channel 2 --alternate --window b", init_command);
   init->add_option("--channel", arguments->channel, "I2C channel of the decoder, 0 to 3")
       ->required()
       ->type_name("N");
   init->add_flag("--alternate", arguments->alternate, "The decoder is at 0x25 instead of 0x24");
-  init->add_option("--window", arguments->window, "Overlay window: a or b [a]")->type_name("WINDOW");
+  init->add_option("--window", arguments->window, "Overlay window: a or b [a]")
+      ->type_name("WINDOW");
 
-  CLI::App* const start =
-      add_command(family, context, arguments, "start", "Capture, and show the window",
-                  "Example:\n  zvgctl video start 0 --at 100,50 --size 720x480 --format-a 1",
-                  start_command);
+  CLI::App* const start = add_command(
+      family, context, arguments, "start", "Capture, and show the window",
+      "Example:\n  zvgctl video start 0 --at 100,50 --size 720x480 --format-a 1", start_command);
   start->add_option("--at", arguments->at, "Place on the screen, pixels [0,0]")->type_name("X,Y");
   start->add_option("--size", arguments->size, "Size on the screen, pixels")
       ->required()
       ->type_name("WxH");
-  start->add_option("--offset", arguments->offset, "Into the frame buffers, in units of 2 bytes [0]")
+  start
+      ->add_option("--offset", arguments->offset, "Into the frame buffers, in units of 2 bytes [0]")
       ->type_name("N");
-  start->add_option("--format-a", arguments->format_a, "Window format A, 0 to 3 [0]")->type_name("N");
-  start->add_option("--format-b", arguments->format_b, "Window format B, 0 to 3 [0]")->type_name("N");
+  start->add_option("--format-a", arguments->format_a, "Window format A, 0 to 3 [0]")
+      ->type_name("N");
+  start->add_option("--format-b", arguments->format_b, "Window format B, 0 to 3 [0]")
+      ->type_name("N");
   start->add_flag("--flag", arguments->flag, "Set the window's flag, bit 13");
 
   add_command(family, context, arguments, "stop", "Stop capturing and hide the window",
