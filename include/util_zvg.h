@@ -13,6 +13,23 @@
  *     results on standard output, unless a function says otherwise.
  *   - Nothing here is thread safe: one caller at a time.
  *   - No function throws or keeps a pointer that it was given.
+ *
+ * What a caller cannot see from a result
+ *   - A board that is gone (off the bus, powered down, a wrong aperture) reads as all ones in
+ *     driver and memory mode, with result 0. A dead serial line reads as 0 with result 0: see
+ *     zvgMmioOperate().
+ *   - Some waits have no bound. On a board that reads all ones, or whose DisplayPort timer cannot
+ *     be written, every DisplayPort function that waits NEVER RETURNS: zvgDpInit(), the DPCD, CDB
+ *     and I2C transfers, link training, zvg_dptx_mode_set() and what calls them. So does
+ *     zvgDdrShowEye() on a connection whose mailbox always reads 0, as a dead serial line does.
+ *     zvgSpiErase(), zvgSpiProtect() and zvg_mcu_handle() say it of themselves. Ask the board
+ *     first: registers of three different blocks that all read as ones are no board.
+ *   - On a dead serial line every read takes 2 seconds and yields 0, so that a poll of N looks
+ *     takes up to 2 N seconds beside its own sleeps: the flash's 22 looks 44 s. Nothing ends
+ *     early; the texts on standard error are the only sign.
+ *   - Functions that write files (zvgDDRReadReg(), zvgMultiVramReadLong(), zvgRunReadReg(), the
+ *     AXI monitor's summaries and tables) do not look whether the bytes got there: on a full disk
+ *     the file is short and the result the same. Compare its size, or write where there is room.
  */
 #ifndef UTIL_ZVG_H
 #define UTIL_ZVG_H
@@ -206,7 +223,8 @@ ZVG_API int zvgVramWriteQuad(uint64_t offset, uint64_t value);
  * not null, into a file (host byte order, buffer unused). A word that cannot be read is tried
  * through the AMBA bridge, three rounds in all; then "Failed to read vram [0x%lx]" is printed on
  * standard error and the next word follows.
- * Returns 0; -1 when the file cannot be opened ("Failed to open file %s" on standard error).
+ * Returns 0, also when words could not be read or the disk is full (the file then is shorter than
+ * 4 x count bytes); -1 when the file cannot be opened ("Failed to open file %s" on standard error).
  */
 ZVG_API int zvgMultiVramReadLong(uint32_t* buffer, uint64_t offset, uint32_t count,
                                  const char* path);
@@ -322,9 +340,9 @@ ZVG_API int zvgSpiOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t 
  * One I2C transfer by the driver.
  *
  * bus: 0 to 5. device: 7-bit address. reg: register offset. op: 1 write, 0 read.
- * length: bytes at data, at most 512.
- * Returns the driver's I2C status, or the result of a failed request, which also prints
- * "ioctl zvg_ioctl_i2c error" on standard output.
+ * length: bytes at data, at most 512: of more, the first 512 are transferred and the rest of data
+ * is left alone, without a sign. Split longer transfers. Returns the driver's I2C status, or the
+ * result of a failed request, which also prints "ioctl zvg_ioctl_i2c error" on standard output.
  */
 ZVG_API int zvgI2cOperate(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op, uint32_t length,
                           void* data);
@@ -503,8 +521,9 @@ ZVG_API int zvg_ddr_phy_write(unsigned channel_mask, uint32_t offset, uint32_t v
  * Appends all the registers of the selected channels to "DDR_Dump_Reg.txt" in the current folder:
  * nine PHY blocks and the controller, about 600,000 lines a channel. Nothing else may use the
  * PHYs meanwhile.
- * Returns 0; -1 when the file does not open (the reason is on standard error); otherwise the
- * result of the last read of the last selected channel.
+ * Returns 0, also when the disk is full and the file therefore short; -1 when the file does not
+ * open (the reason is on standard error); otherwise the result of the last read of the last
+ * selected channel.
  */
 ZVG_API int zvgDDRReadReg(unsigned channel_mask);
 
@@ -598,8 +617,14 @@ ZVG_API uint32_t zvgHdmiModeRead(uint32_t hdmi, uint32_t* mode);
  * register is addressed and the bus is not released.
  * Returns a code of zvgI2cErrString() (as an int): 0; -1 for a channel that is not there; -2 when
  * no device acknowledges the address, or a byte does not end within 3.3 s. In driver mode 4 for a
- * channel that is not there, else what zvgI2cOperate() returns. Other bytes' acknowledges are not
- * looked at. Prints nothing, but for zvgI2cOperate() when the driver refuses the request.
+ * channel that is not there, else what zvgI2cOperate() returns, with its limit of 512 bytes. Other
+ * bytes' acknowledges are not looked at. Prints nothing, but for zvgI2cOperate() when the driver
+ * refuses the request.
+ *
+ * When the library drives the master itself, 0 proves nothing about the wire: results of register
+ * accesses are not looked at, the address is acknowledged as far as a status bit says so, a byte
+ * read over a failed access counts as 0, and data that a device refused is not noticed. Read back
+ * what matters, twice.
  */
 ZVG_API uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
                             uint8_t* buf);
@@ -1369,20 +1394,28 @@ struct zvg_ddr_message {
                        them */
 };
 
+/* How many records the message catalogues have: that depends on the firmware they belong to. */
+#define ZVG_DDR4_LPDDR4X_2D_RECORDS 569
+#define ZVG_DDR4_1D_RECORDS 412
+#define ZVG_LPDDR4X_1D_RECORDS 399
+#define ZVG_DDR4_1D_OLD_RECORDS 379
+
 /*
  * The message catalogues, by ascending identifier, so that findDebugPos() finds them; a last record
- * of identifier 0 may close one. How many records they have depends on the firmware that they
- * belong to: 569, 412, 399 and 379 as delivered.
+ * of identifier 0 may close one.
  */
-extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_lpddr4x_2d[]; /* types 0 and 1 */
-extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d[];         /* type 2 */
-extern ZVG_API const struct zvg_ddr_message ddr_debug_lpddr4x_1d[];      /* type 3 */
-extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d_old[];     /* an earlier firmware */
+/* Training types 0 and 1; type 2; type 3; an earlier firmware's type 2. */
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_lpddr4x_2d[ZVG_DDR4_LPDDR4X_2D_RECORDS];
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d[ZVG_DDR4_1D_RECORDS];
+extern ZVG_API const struct zvg_ddr_message ddr_debug_lpddr4x_1d[ZVG_LPDDR4X_1D_RECORDS];
+extern ZVG_API const struct zvg_ddr_message ddr_debug_ddr4_1d_old[ZVG_DDR4_1D_OLD_RECORDS];
 
 /*
  * Listens to the training firmware of DDR channels and prints its messages on standard output. The
  * rows of its eye scans are collected, and printed as text grids once a channel has been silent for
  * about 1000 polls of 100 us. A channel that never falls silent is listened to for ever.
+ * On a connection that is dead, so that the mailbox reads 0 (a message is there) for ever, it NEVER
+ * RETURNS; a register of the channel's PHY that reads all ones counts as silence.
  *
  * channel_mask: bit i is channel i; bits from the board's channel count on are not looked at.
  * type: enum zvg_ddr_training; also selects the current catalogue.
@@ -1490,7 +1523,12 @@ ZVG_API void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix);
  * RQ302: samples for ever, four times a second, over a serial line as fast as that goes (and with
  * a measuring period of 300,000,000 cycles, which it sets). The body of a thread, for
  * pthread_create(); it never returns. suffix: text, as above, which has to outlive the thread.
- * The connection is used without a lock: until the thread has ended, nobody else may change it.
+ *
+ * The connection, the reused request records and the folder's name are used without a lock: until
+ * the thread has ended, NO OTHER FUNCTION of the library may be called, zvgClose() included. End it
+ * with pthread_cancel() and pthread_join(): the thread is only cancelled between passes, in its
+ * sleep, so that no file stays open and no row is half written. Over a serial line that may take as
+ * long as a pass does.
  */
 ZVG_API void* zvg_thread_rq302monitor(void* suffix);
 
@@ -1503,8 +1541,8 @@ ZVG_API void* zvg_thread_rq302monitor(void* suffix);
  * get_device_id(): 0x202 is RQ302, anything else RQ301. Register access goes to the block at
  * zvg_gpu_hardware[ZVG_HW_CLOCK]; failed accesses are not noticed.
  *
- * A PLL's configuration word: bits 0-3 loop band, 4-6 OD, 8-12 M-1, 16-24 N-1, 28-31 P-1; on RQ302
- * bit 31 is the bypass. Output = 2 x 27 MHz x N / (M x P x 2^OD).
+ * A PLL's configuration word: bits 0-3 loop band, 4-6 OD, 8-12 M-1, 16-24 N-1, 28-31 P-1 on RQ301;
+ * on RQ302 bit 31 is the bypass and there is no P. Output = 2 x 27 MHz x N / (M x P x 2^OD).
  */
 
 /* Clock numbers of zvg_rq300_set_clk_freq() and the read-back functions. */
@@ -1529,11 +1567,11 @@ enum zvg_clock_mode { ZVG_CLOCK_POWER_ON = 0, ZVG_CLOCK_BYPASS = 1, ZVG_CLOCK_OF
  * from 1 GHz on; at exactly this limit only a P below 16 is taken). Among equal errors the smallest
  * P wins, then the smallest N, M and OD.
  *
- * input_khz: the reference, 7000 to 600000; the board's is 27000. max_post_divider: the largest P,
- * normally 16 (the word has room for no more). target_khz: the wanted output.
- * word: the result, 0 when nothing was found; may be null.
- * Returns 0; -2 when no setting comes near enough; -1 for an input out of range, with "input
- * frequency %d is out of range" on standard output and nothing stored.
+ * input_khz: the reference, 7000 to 600000; the board's is 27000. max_post_divider: the largest P:
+ * 16 on RQ301 (the word has room for no more); ALWAYS 1 ON RQ302, whose PLL registers have no P
+ * (see zvg_rq300_set_clk_freq()). target_khz: the wanted output. word: the result, 0 when nothing
+ * was found; may be null. Returns 0; -2 when no setting comes near enough; -1 for an input out of
+ * range, with "input frequency %d is out of range" on standard output and nothing stored.
  */
 ZVG_API int zvg_rq300_pllcalc(int input_khz, unsigned max_post_divider, unsigned target_khz,
                               uint32_t* word);
@@ -1571,6 +1609,13 @@ ZVG_API void zvg_rq300_set_2d_clk_freq(uint32_t word);
 /*
  * Sets any clock that can be set (enum zvg_clock); others are ignored. Prints "axi clk set ok",
  * "apb clk set ok", "pcie/vpu clk set ok" or the messages above.
+ *
+ * Clocks 0 to 4 write the word whole, bits 28 to 31 (P - 1) with it. RQ301 divides by that P. RQ302
+ * does not: its bit 31 is the PLL's bypass, so that a word with P above 8 bypasses the PLL, and the
+ * other bits do nothing, so that the clock runs at P times what the word was found for. The
+ * read-backs do not show either: they take P from the divider register (RQ301 clocks 0 to 2, RQ302
+ * clocks 0 to 4) or count it as 1, never from the word, and for clocks 0 to 4 RQ302's does not look
+ * at the bypass. So ask zvg_rq300_pllcalc() for P = 1 on RQ302 and keep bits 28 to 31 clear.
  */
 ZVG_API void zvg_rq300_set_clk_freq(unsigned clock, uint32_t word);
 

@@ -17,6 +17,13 @@ struct Catalogue {
   uint32_t count;
 };
 
+// A table of another firmware has other counts, and the programs that include the header must know.
+static_assert(ddr_debug_ddr4_lpddr4x_2d_count == ZVG_DDR4_LPDDR4X_2D_RECORDS &&
+                  ddr_debug_ddr4_1d_count == ZVG_DDR4_1D_RECORDS &&
+                  ddr_debug_lpddr4x_1d_count == ZVG_LPDDR4X_1D_RECORDS &&
+                  ddr_debug_ddr4_1d_old_count == ZVG_DDR4_1D_OLD_RECORDS,
+              "write the tables' new record counts into the public header");
+
 // By training type.
 constexpr Catalogue catalogues[] = {
     {ddr_debug_ddr4_lpddr4x_2d, ddr_debug_ddr4_lpddr4x_2d_count},
