@@ -6,6 +6,7 @@
 #include <stdint.h>
 #include <sys/ioctl.h>
 
+#include "core/access_failures.h"
 #include "core/connection.h"
 
 namespace zvg::core {
@@ -166,8 +167,14 @@ static_assert(request_register == 0xC0206401 && request_ddr == 0xC214640C &&
 constexpr uint32_t command_dump_vram_nodes = 5;
 
 // Issues a request on the connection's descriptor, whatever it is. Returns ioctl's result.
-inline int issue(unsigned long request, void* record) {
-  return ioctl(g_connection.fd, request, record);
+//
+// address: what the request is about, where that is an address; for whoever asks what failed.
+inline int issue(unsigned long request, void* record, uint64_t address = 0) {
+  const int result = ioctl(g_connection.fd, request, record);
+  if (result < 0) [[unlikely]] {
+    note_failed_access(FailedAccess::request, request, address);
+  }
+  return result;
 }
 
 }  // namespace zvg::core

@@ -26,7 +26,7 @@ using namespace zvg::core;
 int zvgIoportRead(uint8_t port, uint8_t* value) {
   if (without_driver()) return -EINVAL;
   ioport_record = {port, *value, ZVG_OP_READ};
-  const int result = issue(request_ioport, &ioport_record);
+  const int result = issue(request_ioport, &ioport_record, port);
   if (result == 0) *value = ioport_record.value;
   return result;
 }
@@ -34,5 +34,5 @@ int zvgIoportRead(uint8_t port, uint8_t* value) {
 int zvgIoportWrite(uint8_t port, uint8_t value) {
   if (without_driver()) return -EINVAL;
   ioport_record = {port, value, ZVG_OP_WRITE};
-  return issue(request_ioport, &ioport_record);
+  return issue(request_ioport, &ioport_record, port);
 }

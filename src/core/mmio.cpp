@@ -9,6 +9,7 @@ namespace zvg::core {
 RegisterRecord g_register_record;
 
 int refuse_aperture_access(uint32_t bar, uint32_t op, bool in_range, uint64_t offset) {
+  note_failed_access(FailedAccess::aperture, 0, offset);
   if (bar != ZVG_BAR_MMIO && bar != ZVG_BAR_VRAM) {
     fprintf(stderr, "bar (%d) is out of range\n", static_cast<int>(bar));
   } else if (!in_range) {
@@ -21,6 +22,7 @@ int refuse_aperture_access(uint32_t bar, uint32_t op, bool in_range, uint64_t of
 
 int by_serial_link(uint32_t op, uint32_t width, uint64_t offset, uint64_t* value) {
   if (g_connection.mode != ZVG_MODE_SERIAL) {
+    note_failed_access(FailedAccess::no_connection, 0, offset);
     fprintf(stderr, "s_type (%d) is not supported\n", g_connection.mode);
     return -EINVAL;
   }
