@@ -805,11 +805,18 @@ ZVG_API int zvgDpInit(int port);
  */
 ZVG_API int zvg_dptx_init(zvg_dptx* device, uint8_t* base, uint32_t block_offset, int port);
 
-/* Controller registers. The write returns the result of zvgRegWriteLong(). */
+/*
+ * Controller registers, at base + block_offset + 0x10000 + reg. The sum is not cut to 32 bits: one
+ * beyond the chip's registers is refused as zvgRegReadLong() refuses it. A read that fails prints
+ * "read long from 0x%lx error" on standard output and gives 0; the write returns the result of
+ * zvgRegWriteLong().
+ * A record without base and block_offset prints "%s(%d): invalid dp_dev" on standard error; the
+ * read then gives -22, the write the length of that text.
+ */
 ZVG_API uint32_t zvg_dptx_reg_read(const zvg_dptx* device, uint32_t reg);
 ZVG_API int zvg_dptx_reg_write(const zvg_dptx* device, uint32_t reg, uint32_t value);
 
-/* PHY registers. */
+/* PHY registers, at base + block_offset + reg; otherwise as the controller's. */
 ZVG_API uint32_t zvg_dptx_phy_reg_read(const zvg_dptx* device, uint32_t reg);
 ZVG_API int zvg_dptx_phy_reg_write(const zvg_dptx* device, uint32_t reg, uint32_t value);
 

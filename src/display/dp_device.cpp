@@ -22,13 +22,14 @@ int report_invalid(const char* operation, int line) {
   return fprintf(stderr, "%s(%d): invalid dp_dev\n", operation, line);
 }
 
-uint32_t read(const zvg_dptx* device, uint32_t offset) {
+// Offsets are summed in 64 bits: one that is too large must not come round to another register.
+uint32_t read(const zvg_dptx* device, uint64_t offset) {
   return zvgRegReadLongBase(device->base, device->block_offset + offset);
 }
 
-int write(const zvg_dptx* device, uint32_t offset, uint32_t value) {
+int write(const zvg_dptx* device, uint64_t offset, uint32_t value) {
   const uint64_t base = reinterpret_cast<uintptr_t>(device->base);
-  return zvgRegWriteLong(base + (device->block_offset + offset), value);
+  return zvgRegWriteLong(base + device->block_offset + offset, value);
 }
 
 // What a read through an invalid record gives.
@@ -45,12 +46,12 @@ uint32_t zvg_dptx_reg_read(const zvg_dptx* device, uint32_t reg) {
     report_invalid(__func__, __LINE__);
     return no_value;
   }
-  return read(device, controller_offset + reg);
+  return read(device, uint64_t{controller_offset} + reg);
 }
 
 int zvg_dptx_reg_write(const zvg_dptx* device, uint32_t reg, uint32_t value) {
   if (!valid(device)) return report_invalid(__func__, __LINE__);
-  return write(device, controller_offset + reg, value);
+  return write(device, uint64_t{controller_offset} + reg, value);
 }
 
 uint32_t zvg_dptx_phy_reg_read(const zvg_dptx* device, uint32_t reg) {

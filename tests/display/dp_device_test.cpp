@@ -53,6 +53,35 @@ TEST_F(DpDevice, BasePointerIsAddedToTheAddress) {
   EXPECT_THAT(node_.take(), ElementsAre("r4 0x14080", "w4 0x4050 0x1", "w4 0x114084 0x2"));
 }
 
+// The sum has more than 32 bits: cut to them it would be the register at 0x500128.
+TEST_F(DpDevice, AddressBeyondTheRegistersIsRefused) {
+  const zvg_dptx device = DpNode::device(0);
+  const std::string refused = "Invalid argument: offset is out of range\n";
+  uint32_t value = 1;
+  auto output = capture([&] { value = zvg_dptx_reg_read(&device, 0xFFFF0128); });
+  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(output.out, "read long from 0x100500128 error\n");
+  EXPECT_EQ(output.err, refused);
+  output = capture([&] { value = zvg_dptx_phy_reg_read(&device, 0xFFFFFFFC); });
+  EXPECT_EQ(value, 0u);
+  EXPECT_EQ(output.out, "read long from 0x1004ffffc error\n");
+  EXPECT_EQ(output.err, refused);
+  output = capture([&] {
+    EXPECT_EQ(zvg_dptx_reg_write(&device, 0xFFFF0080, 5), -22);
+    EXPECT_EQ(zvg_dptx_phy_reg_write(&device, 0xFFFFFFFC, 5), -22);
+  });
+  EXPECT_EQ(output.out, "");
+  EXPECT_EQ(output.err, refused + refused);
+  EXPECT_THAT(node_.take(), IsEmpty());
+}
+
+TEST_F(DpDevice, RegisterNumberAloneDoesNotWrap) {
+  const zvg_dptx device = {nullptr, 0x100, 0, 0, 0};
+  const auto output = capture([&] { zvg_dptx_reg_read(&device, 0xFFFF0000); });
+  EXPECT_EQ(output.out, "read long from 0x100000100 error\n");
+  EXPECT_THAT(node_.take(), IsEmpty());
+}
+
 TEST_F(DpDevice, InvalidRecordReachesNothing) {
   const zvg_dptx empty = {};
   const struct {
