@@ -485,7 +485,7 @@ ZVG_API uint32_t zvgHdmiPhyReadReg(uint64_t address, uint32_t value, uint32_t ma
                                    unsigned channel);
 ZVG_API int zvgHdmiPhyWriteReg(uint64_t address, uint32_t value, uint32_t mask, int width,
                                unsigned channel);
-/* CRTC indices: 8 bits; reads and writes know channel 0 alone. */
+/* CRTC indices 0 to 254, any other address fails: 8 bits; reads and writes know channel 0 alone. */
 ZVG_API int zvgVgaCheckReg(uint64_t address, uint32_t value, uint32_t mask, int width,
                            unsigned channel);
 ZVG_API uint32_t zvgVgaReadReg(uint64_t address, uint32_t value, uint32_t mask, int width,

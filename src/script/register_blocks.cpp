@@ -2,6 +2,8 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include <algorithm>
+
 #include "script/reg_width.h"
 #include "util_zvg.h"
 
@@ -84,17 +86,22 @@ int write_phy(const Access& a) {
   return zvgHdmiPhyWrite(a.channel, static_cast<int>(a.address), static_cast<int>(a.value));
 }
 
+// An address with more bits than an index has is too large for one, whatever its low bits are.
+uint32_t crtc_index(uint64_t address) {
+  return static_cast<uint32_t>(std::min(address, uint64_t{UINT32_MAX}));
+}
+
 int read_crtc(const Access& a, uint32_t* value) {
   if (a.width != 8) return unsupported_width(a.width);
   uint8_t byte = 0;
-  const int result = zvgCrtcReadByte(static_cast<uint32_t>(a.address), &byte);
+  const int result = zvgCrtcReadByte(crtc_index(a.address), &byte);
   *value = byte;
   return result;
 }
 
 int write_crtc(const Access& a) {
   if (a.width != 8) return unsupported_width(a.width);
-  return zvgCrtcWriteByte(static_cast<uint32_t>(a.address), static_cast<uint8_t>(a.value));
+  return zvgCrtcWriteByte(crtc_index(a.address), static_cast<uint8_t>(a.value));
 }
 
 int read_long(const Access& a, uint32_t* value) {

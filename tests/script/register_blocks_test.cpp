@@ -215,6 +215,18 @@ TEST_F(Blocks, VgaMessages) {
          [] { return zvgVgaWriteReg(0x8C, 0, 0, 8, 0); });
 }
 
+// Cut to 32 bits it would be index 0x22.
+TEST_F(Blocks, VgaIndexOfMoreThan32BitsIsRefused) {
+  const std::string refused = "Invalid argument: offset is out of range\n";
+  expect({-1, "", refused + "read reg [0x100000022] failed, exit script!\n"},
+         [] { return zvgVgaCheckReg(0x100000022, 0, 0, 8, 0); });
+  expect({0xFFFFFFFF, "", refused + "read [0x100000022] failed, exit script!\n"},
+         [] { return zvgVgaReadReg(0x100000022, 0, 0, 8, 0); });
+  expect({-1, "", refused + "write [100000022] failed, exit script!\n"},
+         [] { return zvgVgaWriteReg(0x100000022, 1, 0, 8, 0); });
+  EXPECT_THAT(node_.take(), IsEmpty());
+}
+
 TEST_F(Blocks, DpAddressesPerGeneration) {
   open(0x201);
   zvgDpReadReg(0x10040, 0, 0, 32, 0);
