@@ -458,7 +458,8 @@ ZVG_API int zvgRunCheckReg(const char* path);
 /*
  * Runs a read file: lines "ADDRESS NAME FIELD WIDTH". Each line is appended with the value read to
  * "out_file.txt" in the current folder; a failed read counts as 0xffffffff.
- * Returns 0; -errno when a file does not open; -1 at once when a line names a writing row.
+ * Returns 0; -errno when a file does not open; -1 at once when a line names a writing row: the file
+ * then has what was read before it, and both files stay open.
  */
 ZVG_API int zvgRunReadReg(const char* path);
 

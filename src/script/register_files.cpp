@@ -81,7 +81,8 @@ int zvgRunReadReg(const char* path) {
     }
     if (block->read == nullptr) {
       // A line that writes has no business in a read file: the run ends here and now, and neither
-      // file is closed.
+      // file is closed. What was read so far is in the output all the same.
+      fflush(output);
       file.abandon();
       return -1;
     }

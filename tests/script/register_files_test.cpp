@@ -148,6 +148,12 @@ TEST_F(RegisterFiles, WritingRowEndsAReadAtOnce) {
   EXPECT_THAT(node_.take(), ElementsAre("r1 0x300"));
 }
 
+TEST_F(RegisterFiles, WhatWasReadBeforeAWritingRowIsInTheFile) {
+  node_.bytes[0x300] = 0x5A;
+  read("# PLL\n300 RM0 0 8\n304 WM0 0 8\n", -1);
+  EXPECT_EQ(scratch_.read("out_file.txt"), "# PLL\n300 RM0 0 8 0x5a\n");
+}
+
 TEST_F(RegisterFiles, ReadDelays) {
   read("ssleep 1\nmsleep 2\nusleep 3\n");
   EXPECT_THAT(node_.take(), ElementsAre("usleep 1000000", "usleep 2000", "usleep 3"));
