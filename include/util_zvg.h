@@ -409,9 +409,11 @@ ZVG_API int zvgDumpVramFree(void);
 
 /*
  * Runs a register script against the open connection. A line is a comment ('#' or '/'), a delay
- * ("ssleep N", "msleep N", "usleep N"), an echo ("echo TEXT", printed as it stands), or a register
- * line "ADDRESS VALUE OPERATION MASK WIDTH": hexadecimal but for the width, 8, 16 or 32 bits.
- * Fields that a line leaves out keep the values of the one before; they start at zero.
+ * ("ssleep N", "msleep N", "usleep N": seconds, milliseconds, microseconds), an echo ("echo TEXT",
+ * printed as it stands), or a register line "ADDRESS VALUE OPERATION MASK WIDTH": hexadecimal but
+ * for the width, 8, 16 or 32 bits. Fields that a line leaves out keep the values of the one before;
+ * they start at zero. A delay without a number right behind its word, or with one of 0 or less,
+ * waits for nothing.
  *
  *   W  write VALUE
  *   C  check once that the register is VALUE in the bits of MASK

@@ -1,12 +1,22 @@
 #include "script/script_file.h"
 
 #include <errno.h>
+#include <limits.h>
 #include <string.h>
 #include <unistd.h>
 
 namespace zvg::script {
 
 namespace {
+
+// A number of milliseconds may be more microseconds than one usleep() takes.
+void wait_milliseconds(unsigned count) {
+  constexpr unsigned most = UINT_MAX / 1000;
+  for (; count > most; count -= most) {
+    if (usleep(most * 1000) != 0) return;  // a signal ends the whole delay, as it does a short one
+  }
+  usleep(count * 1000);
+}
 
 void wait(const Delay& delay) {
   if (delay.count <= 0) return;
@@ -16,7 +26,7 @@ void wait(const Delay& delay) {
       sleep(count);
       break;
     case 'm':
-      usleep(count * 1000);
+      wait_milliseconds(count);
       break;
     default:
       usleep(count);

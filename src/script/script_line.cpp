@@ -2,7 +2,6 @@
 
 #include <ctype.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 namespace zvg::script {
@@ -18,7 +17,7 @@ bool is_blank(const char* text) {
   return strcmp(text, "\n") == 0 || strcmp(text, "\r") == 0 || strcmp(text, "\r\n") == 0;
 }
 
-// Only the word's own length is compared: what follows it is not looked at but for its number.
+// Only the word's own length is compared: the word may go on, "ssleepy" is one as well.
 bool is_delay(const char* text) {
   for (const char* word : delay_words) {
     if (strncmp(text, word, delay_word_length) == 0) return true;
@@ -37,13 +36,11 @@ LineKind classify(const Format& format, const char* text) {
 }
 
 Delay parse_delay(const char* text) {
-  for (const char* at = text + delay_word_length; *at != '\0'; ++at) {
-    const bool has_sign = (*at == '-' || *at == '+') && isdigit(static_cast<uint8_t>(at[1])) != 0;
-    if (has_sign || isdigit(static_cast<uint8_t>(*at)) != 0) {
-      return {text[0], static_cast<int>(strtol(at, nullptr, 10))};
-    }
-  }
-  return {text[0], 0};
+  const char* number = text + delay_word_length;
+  while (isalpha(static_cast<uint8_t>(*number)) != 0) ++number;
+  Delay delay = {text[0], 0};
+  sscanf(number, "%d", &delay.count);
+  return delay;
 }
 
 const char* echo_text(const char* text) {

@@ -32,7 +32,7 @@ LineKind classify(const Format& format, const char* text);
 // The wait that a delay line asks for: a number of seconds, milliseconds or microseconds.
 struct Delay {
   char unit;  // 's', 'm' or 'u', the word's first letter
-  int count;  // the first number after the word, whatever stands between; 0 without one
+  int count;  // the number that follows the word; 0 when something else does
 };
 Delay parse_delay(const char* text);
 

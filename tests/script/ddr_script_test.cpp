@@ -48,6 +48,12 @@ TEST_F(DdrScript, CommonLinesAreThoseOfScripts) {
   EXPECT_THAT(node_.take(), ElementsAre("usleep 4", "usleep 2000", "usleep 1000000"));
 }
 
+TEST_F(DdrScript, LongDelaysAreWaitedFor) {
+  node_.quiet = true;
+  run("msleep 4294968\nmsleep off (was 50)\n");
+  EXPECT_EQ(node_.slept_us, 4294968000u);
+}
+
 TEST_F(DdrScript, OnlyWritesAndPollsExist) {
   const auto output =
       run("3C0010 1 C 1 32\n3C0010 1 N 1 32\n3C0010 1 S 1 32\n3C0010 1 w 0 32\n", 1);

@@ -83,6 +83,16 @@ TEST_F(RegisterFiles, CheckDelays) {
   EXPECT_THAT(node_.take(), ElementsAre("usleep 1000000", "usleep 2000", "usleep 3"));
 }
 
+TEST_F(RegisterFiles, LongDelaysAreWaitedForInBothFiles) {
+  const std::string content = "msleep 4294968\nmsleep off (was 50)\n";
+  node_.quiet = true;
+  check(content);
+  EXPECT_EQ(node_.slept_us, 4294968000u);
+  node_.slept_us = 0;
+  read(content);
+  EXPECT_EQ(node_.slept_us, 4294968000u);
+}
+
 TEST_F(RegisterFiles, EchoIsNotALineOfTheseFiles) {
   const auto output = check("echo hello\n");
   EXPECT_EQ(output.out + output.err, "");

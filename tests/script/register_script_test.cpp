@@ -105,8 +105,24 @@ TEST_F(Script, DelaysOfNothingDoNothing) {
 }
 
 TEST_F(Script, DelayWordsAreComparedByTheirLength) {
-  run("ssleepy 3\nmsleep5\nusleepless -x 9 8\n");
+  run("ssleepy 3\nmsleep5\nusleepless \t+9 8\n");
   EXPECT_THAT(node_.take(), ElementsAre("usleep 3000000", "usleep 5000", "usleep 9"));
+}
+
+TEST_F(Script, DelayNumberStandsBehindTheWord) {
+  run("usleep # was 50\nssleep - 3\nmsleep off (was 3600000)\nusleepless -x 9\nssleep: 3\n"
+      "ssleepy off 3\nusleep -4 5\n");
+  EXPECT_THAT(node_.take(), IsEmpty());
+}
+
+// The product of the last that fits, the first that does not, and the largest number.
+TEST_F(Script, LongDelaysOfMillisecondsAreWaitedFor) {
+  node_.quiet = true;
+  for (const uint64_t count : {4294967u, 4294968u, 2147483647u}) {
+    node_.slept_us = 0;
+    run("msleep " + std::to_string(count) + "\n");
+    EXPECT_EQ(node_.slept_us, count * 1000);
+  }
 }
 
 TEST_F(Script, EchoPrintsTheRestAsItStands) {
