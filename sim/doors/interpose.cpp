@@ -3,16 +3,19 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "doors/fault_signals.h"
 #include "doors/platform.h"
@@ -131,6 +134,16 @@ int change_mask(Function real, int how, const sigset_t* set, sigset_t* old) {
   if (set != nullptr) open_set = kernel_mask(*set);
   const int result = real(how, set != nullptr ? &open_set : nullptr, old);
   if (result == 0 && old != nullptr) *old = program_mask(*old);
+  return result;
+}
+
+// A device's answer to poll(). One that is asked for both has room to write.
+int wait_for(OpenFile* device, pollfd* asked, int timeout_ms) {
+  const timeval limit = {timeout_ms / 1000, timeout_ms % 1000 * 1000};
+  const timeval* const timeout = timeout_ms < 0 ? nullptr : &limit;
+  const bool writing = (asked->events & POLLOUT) != 0;
+  const int result = writing ? device->wait_writable(timeout) : device->wait_readable(timeout);
+  asked->revents = static_cast<short>(result <= 0 ? 0 : writing ? POLLOUT : POLLIN);
   return result;
 }
 
@@ -318,6 +331,23 @@ ZVGSIM_INTERPOSED int select(int count, fd_set* readable, fd_set* writable, fd_s
   }
   FD_CLR(device, readable);
   return ZVGSIM_REAL(select)(count, readable, writable, exceptional, timeout);
+}
+
+// As select().
+ZVGSIM_INTERPOSED int poll(pollfd* files, nfds_t count, int timeout_ms) {
+  pollfd* const end = files + count;
+  pollfd* const device = std::find_if(
+      files, end, [](const pollfd& file) { return device_behind(file.fd) != nullptr; });
+  if (device == end) return ZVGSIM_REAL(poll)(files, count, timeout_ms);
+  const bool others = count > 1;
+  for (pollfd* file = files; file != end; ++file) file->revents = 0;
+  const int result = zvgsim::wait_for(device_behind(device->fd), device, others ? 0 : timeout_ms);
+  if (result != 0 || !others) return result;
+  // What libc would find under the device's number is another file.
+  const int fd = std::exchange(device->fd, -1);
+  const int others_ready = ZVGSIM_REAL(poll)(files, count, timeout_ms);
+  device->fd = fd;
+  return others_ready;
 }
 
 ZVGSIM_INTERPOSED int tcgetattr(int fd, termios* attributes) noexcept {

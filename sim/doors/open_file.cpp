@@ -27,6 +27,9 @@ ssize_t OpenFile::write(const void*, size_t) {
 int OpenFile::wait_readable(const timeval*) {
   return 1;
 }
+int OpenFile::wait_writable(const timeval*) {
+  return 1;
+}
 void* OpenFile::mmap(void*, size_t, int, int, off_t) {
   errno = ENODEV;
   return MAP_FAILED;

@@ -1,8 +1,8 @@
 // The platform calls of a process, with some of its device nodes replaced.
 //
 // A program that is linked with interpose.cpp (or preloads a library that is) has its open, ioctl,
-// read, write, mmap, select, termios and sleep calls come through here. A path that a Node was
-// mounted on is answered by that Node; everything else goes on to libc untouched.
+// read, write, mmap, select, poll, termios and sleep calls come through here. A path that a Node
+// was mounted on is answered by that Node; everything else goes on to libc untouched.
 #ifndef ZVGSIM_DOORS_PLATFORM_H
 #define ZVGSIM_DOORS_PLATFORM_H
 
@@ -29,6 +29,8 @@ class OpenFile {
   virtual ssize_t write(const void* buffer, size_t size);
   // Waits until read() has something to return; 1 readable, 0 timed out, -1 failed.
   virtual int wait_readable(const timeval* timeout);
+  // The same for write(); what a device is sent it takes at once unless it says otherwise.
+  virtual int wait_writable(const timeval* timeout);
   virtual void* mmap(void* address, size_t length, int protection, int flags, off_t offset);
   virtual int tcgetattr(termios* attributes);
   virtual int tcsetattr(int actions, const termios* attributes);

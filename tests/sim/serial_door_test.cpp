@@ -4,6 +4,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/select.h>
 #include <unistd.h>
@@ -202,6 +203,48 @@ TEST_F(SerialDoorTest, SelectMixesWithRealDescriptors) {
   FD_SET(fd_, &set);
   EXPECT_EQ(select(count, &set, nullptr, nullptr, &timeout), 1);
   EXPECT_TRUE(FD_ISSET(fd_, &set)) << "the device's input counts first";
+  close(pipes[0]);
+  close(pipes[1]);
+}
+
+TEST_F(SerialDoorTest, PollWaitsAsSelectDoes) {
+  pollfd line = {fd_, POLLIN, 0};
+  EXPECT_EQ(poll(&line, 1, 0), 0);
+  uint64_t before = clock().now();
+  EXPECT_EQ(poll(&line, 1, 2500), 0);
+  EXPECT_EQ(line.revents, 0);
+  EXPECT_EQ(clock().now() - before, milliseconds(2500));
+  ask();
+  before = clock().now();
+  EXPECT_EQ(poll(&line, 1, -1), 1);
+  EXPECT_EQ(line.revents, POLLIN);
+  EXPECT_LT(clock().now() - before, milliseconds(20));
+  EXPECT_EQ(take(), "11223344");
+}
+
+TEST_F(SerialDoorTest, PollFindsRoomToWriteAtOnce) {
+  pollfd line = {fd_, POLLOUT, 0};
+  const uint64_t before = clock().now();
+  EXPECT_EQ(poll(&line, 1, 2000), 1);
+  EXPECT_EQ(line.revents, POLLOUT);
+  EXPECT_EQ(clock().now(), before);
+}
+
+TEST_F(SerialDoorTest, PollMixesWithRealDescriptors) {
+  int pipes[2];
+  ASSERT_EQ(pipe(pipes), 0);
+  pollfd files[] = {{fd_, POLLIN, 0}, {pipes[0], POLLIN, 0}};
+  EXPECT_EQ(poll(files, 2, 0), 0) << "neither has anything";
+  ASSERT_EQ(::write(pipes[1], "x", 1), 1);
+  EXPECT_EQ(poll(files, 2, 0), 1);
+  EXPECT_EQ(files[0].fd, fd_);
+  EXPECT_EQ(files[0].revents, 0);
+  EXPECT_EQ(files[1].revents, POLLIN);
+  ask();
+  clock().sleep(seconds(1));
+  EXPECT_EQ(poll(files, 2, 0), 1);
+  EXPECT_EQ(files[0].revents, POLLIN) << "the device's input counts first";
+  EXPECT_EQ(files[1].revents, 0);
   close(pipes[0]);
   close(pipes[1]);
 }

@@ -51,6 +51,10 @@ class RecordedFile : public zvgsim::OpenFile {
     platform_.note(format("select %ld.%06ld", timeout->tv_sec, timeout->tv_usec));
     return platform_.on_select ? platform_.on_select() : 1;
   }
+  int wait_writable(const timeval* timeout) override {
+    platform_.note(format("room %ld.%06ld", timeout->tv_sec, timeout->tv_usec));
+    return platform_.on_room ? platform_.on_room() : 1;
+  }
   void* mmap(void*, size_t length, int protection, int flags, off_t offset) override {
     platform_.note(
         format("mmap 0x%zx prot 0x%x flags 0x%x offset 0x%lx", length, protection, flags, offset));

@@ -17,7 +17,8 @@ namespace zvgtest {
 //   "ioctl 0xc0206401 00000000..."   number and the record as it went in, in hex
 //   "write ff00..."                  the bytes
 //   "read 4"                         the size asked for
-//   "select 2.000000"                the time limit in seconds
+//   "select 2.000000"                a wait for input: the time limit in seconds
+//   "room 2.000000"                  the same for room to write
 //   "mmap 0x1000 prot 0x3 flags 0x1 offset 0xe0000000"
 //   "munmap 0x1000"                  the length, for mappings of these nodes
 //   "tcgetattr", "tcsetattr 0", "tcflush 0"
@@ -42,6 +43,7 @@ class RecordedPlatform {
   std::function<ssize_t(const std::vector<uint8_t>& bytes)> on_write;  // result
   std::function<ssize_t(uint8_t* buffer, size_t size)> on_read;        // result
   std::function<int()> on_select;                                      // 1, 0 or -1
+  std::function<int()> on_room;                                        // 1, 0 or -1
   std::function<void*(size_t length, off_t offset)> on_mmap;           // address
   std::function<int()> on_tcgetattr;                                   // result
   std::function<int(const termios& attributes)> on_tcsetattr;          // result
