@@ -114,6 +114,7 @@ ZVG_API int zvgMemOpen(uint64_t mmio_base, uint64_t mmio_length, uint64_t vram_b
  * path: the serial device. baud: 9600, 19200, 38400, 115200 or 460800.
  * Returns the descriptor; -22 for any other baud or when the line cannot be set up; -errno when
  * the device cannot be opened.
+ * A line that takes nothing for 2 seconds fails the frame that is being sent.
  * Prints on standard error "baudrate %d is not supported", "Opening %s failed, %s",
  * "tcgetattr() failed: %s", "tcsetattr() failed: %s" or "write() failed: %s".
  */
@@ -299,7 +300,8 @@ ZVG_API int zvgIoportWrite(uint8_t port, uint8_t value);
  *
  * op: 0 read, anything else a write. width: 1, 2, 4 or 8 bytes (any other is handled as 4).
  * Returns 0; 11 for a 64-bit write; -1 when no reply came within 2 seconds; the failed write()'s
- * result. A 64-bit read yields the word at address + 4 alone, zero-extended.
+ * result, also when the line took nothing of the frame, or of its rest, for 2 seconds. A 64-bit
+ * read yields the word at address + 4 alone, zero-extended.
  * Prints on standard error "write() failed: %s", "select() failed: %s",
  * "uart receive data timeout!", "read() failed: %s" or "serial does not respond".
  */

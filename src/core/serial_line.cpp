@@ -1,10 +1,11 @@
 #include "core/serial_line.h"
 
 #include <errno.h>
-#include <stdint.h>
+#include <poll.h>
 #include <stdio.h>
 #include <string.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "core/connection.h"
@@ -25,6 +26,7 @@ constexpr BaudRate baud_rates[] = {
 constexpr int uart_clock_hz = 27000000;
 constexpr useconds_t baud_settle_us = 200000;
 constexpr int sync_frames = 4;
+constexpr int64_t stall_limit_ms = 2000;
 
 constexpr uint8_t command_lead_in = 0xFF;
 constexpr uint8_t command_set_divisor = 0xFC;
@@ -36,8 +38,34 @@ const BaudRate* find_baud(int baud) {
   return nullptr;
 }
 
-void report_failed_write() {
-  fprintf(stderr, "write() failed: %s\n", strerror(errno));
+int64_t now_ms() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+// Writes a frame to its end. Between the bytes of one frame the board takes nothing for the begin
+// of another, so that half a frame would cost the next one, too: only a line that takes nothing for
+// the whole limit, or fails, is left with it. Returns the frame's size or write()'s failure.
+ssize_t write_frame(int fd, const Frame& frame) {
+  size_t sent = 0;
+  int64_t stalled_since = -1;
+  for (;;) {
+    const ssize_t taken = write(fd, frame + sent, sizeof frame - sent);
+    const bool later = taken < 0 && (errno == EAGAIN || (errno == EINTR && sent > 0));
+    if (taken < 0 && !later) return taken;
+    if (taken > 0) sent += static_cast<size_t>(taken);
+    if (sent == sizeof frame) return static_cast<ssize_t>(sent);
+
+    const int64_t now = now_ms();
+    if (taken > 0 || stalled_since < 0) stalled_since = now;
+    const auto left = static_cast<int>(stalled_since + stall_limit_ms - now);
+    pollfd room = {fd, POLLOUT, 0};
+    if (left <= 0 || poll(&room, 1, left) == 0) {
+      errno = EAGAIN;
+      return -1;
+    }
+  }
 }
 
 // Raw 8N1 without flow control. A read waits for the four bytes of a reply, a tenth of a second
@@ -84,37 +112,28 @@ int set_up_line(int fd, int baud) {
   return result;
 }
 
+ssize_t send_frame(int fd, const Frame& frame) {
+  const ssize_t result = write_frame(fd, frame);
+  if (result < 0) fprintf(stderr, "write() failed: %s\n", strerror(errno));
+  return result;
+}
+
 void send_sync_burst(int fd) {
-  static constexpr uint8_t zeros[serial_frame_size] = {};
+  static constexpr Frame zeros = {};
   for (int i = 0; i < sync_frames; ++i) {
-    if (write(fd, zeros, sizeof zeros) < 0) {
-      report_failed_write();
-      return;
-    }
+    if (send_frame(fd, zeros) < 0) return;
   }
 }
 
 void switch_board_baud(int fd, int baud) {
   if (g_connection.baud != baud) {
-    const uint8_t lead_in[serial_frame_size] = {command_lead_in};
+    const Frame lead_in = {command_lead_in};
     // Whether the lead-in got through shows with the frame after it.
-    [[maybe_unused]] const ssize_t ignored = write(fd, lead_in, sizeof lead_in);
+    write_frame(fd, lead_in);
     const auto divisor = static_cast<uint32_t>(uart_clock_hz / baud);
-    const uint8_t frame[serial_frame_size] = {command_set_divisor,
-                                              0,
-                                              0,
-                                              0,
-                                              0,
-                                              0,
-                                              0,
-                                              static_cast<uint8_t>(divisor >> 24),
-                                              static_cast<uint8_t>(divisor >> 16),
-                                              static_cast<uint8_t>(divisor >> 8),
-                                              static_cast<uint8_t>(divisor)};
-    if (write(fd, frame, sizeof frame) < 0) {
-      report_failed_write();
-      return;
-    }
+    Frame frame = {command_set_divisor};
+    put_big_endian(&frame[7], divisor);
+    if (send_frame(fd, frame) < 0) return;
   }
   usleep(baud_settle_us);
 }

@@ -3,20 +3,34 @@
 #define ZVG_CORE_SERIAL_LINE_H
 
 #include <stddef.h>
+#include <stdint.h>
+#include <sys/types.h>
 
 namespace zvg::core {
 
 // Every frame to the board has this size, commands and padding alike.
 constexpr size_t serial_frame_size = 11;
+using Frame = uint8_t[serial_frame_size];
 
 // The rate that the board's UART starts with.
 constexpr int serial_default_baud = 9600;
 
 bool baud_is_supported(int baud);
 
+inline void put_big_endian(uint8_t* bytes, uint32_t word) {
+  bytes[0] = static_cast<uint8_t>(word >> 24);
+  bytes[1] = static_cast<uint8_t>(word >> 16);
+  bytes[2] = static_cast<uint8_t>(word >> 8);
+  bytes[3] = static_cast<uint8_t>(word);
+}
+
 // Sets the line to raw 8N1 at a rate, remembers that rate, and sends the sync burst (also when the
 // attributes could not be applied). Returns 0, -22 for another rate, or the failed call's result.
 int set_up_line(int fd, int baud);
+
+// Writes a frame, waiting where the line does not take all of it at once. Returns its size; the
+// failed write's result, with the reason on standard error, when the line took nothing for 2 s.
+ssize_t send_frame(int fd, const Frame& frame);
 
 // Writes four frames of zero bytes: whatever the board's receiver was in the middle of ends here.
 void send_sync_burst(int fd);

@@ -17,15 +17,6 @@ constexpr uint8_t command_read = 0xFD;
 constexpr uint8_t command_write = 0xFE;
 constexpr time_t reply_timeout_s = 2;
 
-using Frame = uint8_t[serial_frame_size];
-
-void put_big_endian(uint8_t* bytes, uint32_t word) {
-  bytes[0] = static_cast<uint8_t>(word >> 24);
-  bytes[1] = static_cast<uint8_t>(word >> 16);
-  bytes[2] = static_cast<uint8_t>(word >> 8);
-  bytes[3] = static_cast<uint8_t>(word);
-}
-
 // Where a narrow access lies in its 32-bit word: the lane of its lowest byte.
 unsigned first_lane(int width, uint64_t address) {
   if (width == 1) return address & 3;
@@ -48,13 +39,6 @@ uint32_t in_lanes(int width, uint64_t address, uint64_t value) {
   if (width == 1) value &= 0xFF;
   if (width == 2) value &= 0xFFFF;
   return static_cast<uint32_t>(value) << (8 * first_lane(width, address));
-}
-
-// Returns the write's result; the frame did not go out when it is negative.
-ssize_t send(const Frame& frame) {
-  const ssize_t result = write(g_connection.fd, frame, sizeof frame);
-  if (result < 0) fprintf(stderr, "write() failed: %s\n", strerror(errno));
-  return result;
 }
 
 // Waits until the line has something to read. 1 it has, 0 not in time, -1 the wait failed.
@@ -121,7 +105,7 @@ int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
   Frame frame = {reading ? command_read : command_write, byte_enables(width, address)};
   put_address(frame, address);
   if (!reading) put_big_endian(&frame[7], in_lanes(width, address, *value));
-  ssize_t sent = send(frame);
+  ssize_t sent = send_frame(g_connection.fd, frame);
   if (sent < 0) return static_cast<int>(sent);
 
   uint32_t word = 0;
@@ -134,7 +118,7 @@ int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
   // The board moves 32 bits at a time: a quad is a second frame for the upper word.
   put_address(frame, address + 4);
   if (!reading) put_big_endian(&frame[7], static_cast<uint32_t>(*value >> 32));
-  sent = send(frame);
+  sent = send_frame(g_connection.fd, frame);
   // A quad write ends with what write() returned, not with 0; callers know it.
   if (!reading || sent < 0) return static_cast<int>(sent);
   if (receive(&word) != 0) {

@@ -2,6 +2,7 @@
 #include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <string.h>
 #include <termios.h>
 
 #include "support/capture.h"
@@ -198,6 +199,27 @@ TEST(SerialOpen, BurstStopsAtTheFirstFailedWrite) {
   EXPECT_THAT(platform.take(),
               ElementsAreArray(
                   join({{opened, "tcgetattr", "tcflush 2", "tcsetattr 0", zeros, zeros}, burst})));
+}
+
+// Takes three bytes of every frame, nothing of the rest, and then all of it.
+TEST(SerialOpen, EveryFrameIsFinished) {
+  RecordedPlatform platform;
+  std::string wire;
+  int writes = 0;
+  platform.on_write = [&](const std::vector<uint8_t>& bytes) -> ssize_t {
+    errno = EAGAIN;
+    const size_t taken = ++writes % 3 == 1 ? 3 : writes % 3 == 2 ? 0 : bytes.size();
+    wire += zvgtest::hex(bytes.data(), taken);
+    return taken == 0 ? -1 : static_cast<ssize_t>(taken);
+  };
+  const auto output = capture([] { EXPECT_GE(zvgSerialOpen(device, 19200), 0); });
+  EXPECT_EQ(output.err, "");
+  std::string frames;
+  for (const std::string& call :
+       join({burst, {lead_in, "write fc0000000000000000057e"}, burst, burst})) {
+    frames += call.substr(strlen("write "));
+  }
+  EXPECT_EQ(wire, frames);
 }
 
 TEST(SerialOpen, FailedLeadInIsIgnored) {

@@ -35,6 +35,7 @@ class Uart : public testing::Test {
 };
 
 const std::string wait = "select 2.000000";
+const std::string room = "room 2.000000";
 
 TEST_F(Uart, ByteWriteShiftsTheByteIntoItsLane) {
   EXPECT_EQ(zvgUartWriteByte(0x1000003, 0x5A), 0);
@@ -188,6 +189,81 @@ TEST_F(Uart, FailedWriteReturnsItsResult) {
   });
   EXPECT_EQ(output.err, "write() failed: No such device\nwrite() failed: No such device\n");
   EXPECT_EQ(platform_.take().size(), 2u) << "no wait follows a frame that did not go out";
+}
+
+// What a write returns: bytes taken, or the negative of an errno.
+std::function<ssize_t(const std::vector<uint8_t>&)> takes(std::vector<ssize_t> results) {
+  return [results = std::move(results), call = size_t{0}](const std::vector<uint8_t>&) mutable {
+    const ssize_t result = results.at(call++);
+    if (result >= 0) return result;
+    errno = static_cast<int>(-result);
+    return ssize_t{-1};
+  };
+}
+
+TEST_F(Uart, FrameThatIsTakenInPiecesIsFinished) {
+  platform_.on_write = takes({4, 1, 6});
+  const auto output = capture([] { EXPECT_EQ(zvgUartWriteLong(0x1000000, 0x12345678), 0); });
+  EXPECT_EQ(output.err, "");
+  EXPECT_THAT(platform_.take(), ElementsAre("write fe0f000100000012345678", room,
+                                            "write 00000012345678", room, "write 000012345678"));
+}
+
+TEST_F(Uart, FrameWaitsForAFullLine) {
+  platform_.on_write = takes({-EAGAIN, 11, -EAGAIN, 11});
+  replies_ = {5};
+  uint32_t value = 0;
+  const auto output = capture([&] {
+    EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), 0);
+    EXPECT_EQ(zvgUartReadLong(0x1000000, &value), 0);
+  });
+  EXPECT_EQ(output.err, "");
+  EXPECT_EQ(value, 5u);
+  EXPECT_THAT(platform_.take(),
+              ElementsAre("write fe0f000100000000000001", room, "write fe0f000100000000000001",
+                          "write fd0f000100000000000000", room, "write fd0f000100000000000000",
+                          wait, "read 4"));
+}
+
+TEST_F(Uart, QuadWriteInPiecesReturnsTheFrameSizeToo) {
+  platform_.on_write = takes({11, 5, 6});
+  EXPECT_EQ(zvgUartWriteQuad(0x1000000, 1), 11);
+}
+
+TEST_F(Uart, LineThatStaysFullFailsTheFrame) {
+  platform_.on_write = takes({-EAGAIN});
+  platform_.on_room = [] { return 0; };
+  const auto output = capture([] { EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), -1); });
+  EXPECT_EQ(output.err, "write() failed: Resource temporarily unavailable\n");
+  EXPECT_THAT(platform_.take(), ElementsAre("write fe0f000100000000000001", room));
+}
+
+TEST_F(Uart, LineThatFailsWithinAFrameFailsIt) {
+  platform_.on_write = takes({4, -EIO});
+  const auto output = capture([] { EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), -1); });
+  EXPECT_EQ(output.err, "write() failed: Input/output error\n");
+}
+
+// A signal fails a frame of which nothing is out; one that is half out is finished.
+TEST_F(Uart, SignalLeavesNoHalfFrame) {
+  platform_.on_write = takes({-EINTR, 4, -EINTR, 7});
+  const auto output = capture([] {
+    EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), -1);
+    EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), 0);
+  });
+  EXPECT_EQ(output.err, "write() failed: Interrupted system call\n");
+}
+
+TEST_F(Uart, SignalDoesNotEndTheWaitForRoom) {
+  platform_.on_write = takes({4, 0, 7});
+  int waits = 0;
+  platform_.on_room = [&] {
+    errno = EINTR;
+    return ++waits == 1 ? -1 : 1;
+  };
+  const auto output = capture([] { EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), 0); });
+  EXPECT_EQ(output.err, "");
+  EXPECT_EQ(waits, 2);
 }
 
 TEST_F(Uart, QuadReadSaysWhenTheSecondReplyIsMissing) {
