@@ -68,10 +68,11 @@ ssize_t write_frame(int fd, const Frame& frame) {
   }
 }
 
-// Raw 8N1 without flow control. A read waits for the four bytes of a reply, a tenth of a second
-// from byte to byte.
+// Raw 8N1 without flow control, every byte as it came. A read waits for the four bytes of a reply,
+// a tenth of a second from byte to byte.
 void make_raw(termios& line) {
   line.c_iflag &= ~static_cast<tcflag_t>(IXON | IXANY | IXOFF);
+  line.c_iflag &= ~static_cast<tcflag_t>(ICRNL | INLCR | IGNCR | ISTRIP | PARMRK);
   line.c_oflag &= ~static_cast<tcflag_t>(OPOST);
   line.c_cflag &= ~static_cast<tcflag_t>(CRTSCTS | PARENB | CSTOPB | CSIZE);
   line.c_cflag |= CS8 | CREAD | CLOCAL;

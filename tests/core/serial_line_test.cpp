@@ -136,7 +136,8 @@ TEST(SerialOpen, MakesTheLineRaw) {
   platform.attributes.c_lflag = ~tcflag_t{0};
   zvgSerialOpen(device, 9600);
   const termios& line = platform.attributes;
-  EXPECT_EQ(line.c_iflag, every_input_flag & ~tcflag_t{IXON | IXANY | IXOFF});
+  EXPECT_EQ(line.c_iflag, every_input_flag & ~tcflag_t{IXON | IXANY | IXOFF | ICRNL | INLCR |
+                                                       IGNCR | ISTRIP | PARMRK});
   EXPECT_EQ(line.c_oflag, ~tcflag_t{OPOST});
   EXPECT_EQ(line.c_cflag & ~tcflag_t{CBAUD | CBAUDEX}, tcflag_t{CS8 | CREAD | CLOCAL | HUPCL});
   EXPECT_EQ(line.c_lflag, ~tcflag_t{ISIG | ICANON | ECHO | ECHOE});

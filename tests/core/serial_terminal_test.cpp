@@ -61,6 +61,23 @@ class Terminal : public testing::Test {
   std::string path_;
 };
 
+TEST_F(Terminal, RepliesComeAsTheBoardSentThem) {
+  open_line();
+  // Carriage return, line feed, the byte that marks errors, and one with its upper bit.
+  for (const uint32_t word :
+       {0x0D0D0D0Du, 0x0A0A0A0Au, 0x0A0D0A0Du, 0xFFFFFFFFu, 0x80FF0D00u, 0x11130D11u}) {
+    std::thread board([&] {
+      receive();
+      const uint32_t reply = __builtin_bswap32(word);
+      EXPECT_EQ(::write(board_, &reply, sizeof reply), 4);
+    });
+    uint32_t value = 0;
+    EXPECT_EQ(zvgUartReadLong(0x1000000, &value), 0);
+    EXPECT_EQ(value, word);
+    board.join();
+  }
+}
+
 // Several times what the line holds, taken off it only when it has been full for a while.
 TEST_F(Terminal, BulkWritesLoseNothing) {
   open_line();
