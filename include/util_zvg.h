@@ -112,7 +112,9 @@ ZVG_API int zvgMemOpen(uint64_t mmio_base, uint64_t mmio_length, uint64_t vram_b
  * The board is taken to run at the rate that the process last used, 9600 at first.
  *
  * path: the serial device. baud: 9600, 19200, 38400, 115200 or 460800.
- * Returns the descriptor; -22 for any other baud or when the line cannot be set up; -errno when
+ * Returns the descriptor; -22 for any other baud, when path is no serial line, or when the line
+ * cannot be set up at the new rate; -errno when the device cannot be opened. Nothing is written to
+ * what is no serial line, and the connection stays as it was; so it does at another baud and when
  * the device cannot be opened.
  * A line that takes nothing for 2 seconds fails the frame that is being sent.
  * Prints on standard error "baudrate %d is not supported", "Opening %s failed, %s",

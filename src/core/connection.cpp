@@ -137,10 +137,16 @@ int zvgSerialOpen(const char* path, int baud) {
     fprintf(stderr, "Opening %s failed, %s\n", path, strerror(error));
     return -error;
   }
+  // Before anything is written: this may be any file that the path happens to name.
+  termios line;
+  if (zvg::core::read_attributes(fd, &line) != 0) {
+    close(fd);
+    return -EINVAL;
+  }
   zvg::core::close_connection();
   Connection& c = g_connection;
   // The board still runs at the rate that was last used; it is told there to change.
-  zvg::core::set_up_line(fd, c.baud);
+  zvg::core::set_up_line(fd, line, c.baud);
   if (c.baud != baud) {
     zvg::core::switch_board_baud(fd, baud);
     if (zvg::core::set_up_line(fd, baud) != 0) {

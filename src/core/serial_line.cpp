@@ -4,7 +4,6 @@
 #include <poll.h>
 #include <stdio.h>
 #include <string.h>
-#include <termios.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -87,13 +86,13 @@ bool baud_is_supported(int baud) {
   return find_baud(baud) != nullptr;
 }
 
-int set_up_line(int fd, int baud) {
-  termios line;
-  int result = tcgetattr(fd, &line);
-  if (result != 0) {
-    fprintf(stderr, "tcgetattr() failed: %s\n", strerror(errno));
-    return result;
-  }
+int read_attributes(int fd, termios* line) {
+  const int result = tcgetattr(fd, line);
+  if (result != 0) fprintf(stderr, "tcgetattr() failed: %s\n", strerror(errno));
+  return result;
+}
+
+int set_up_line(int fd, termios line, int baud) {
   const BaudRate* const rate = find_baud(baud);
   if (rate == nullptr) {
     fprintf(stderr, "baudrate %d is not supported\n", baud);
@@ -103,7 +102,7 @@ int set_up_line(int fd, int baud) {
   cfsetospeed(&line, rate->speed);
   make_raw(line);
   tcflush(fd, TCIOFLUSH);
-  result = tcsetattr(fd, TCSANOW, &line);
+  const int result = tcsetattr(fd, TCSANOW, &line);
   if (result != 0) {
     fprintf(stderr, "tcsetattr() failed: %s\n", strerror(errno));
   } else {
@@ -111,6 +110,12 @@ int set_up_line(int fd, int baud) {
   }
   send_sync_burst(fd);
   return result;
+}
+
+int set_up_line(int fd, int baud) {
+  termios line;
+  if (const int result = read_attributes(fd, &line); result != 0) return result;
+  return set_up_line(fd, line, baud);
 }
 
 ssize_t send_frame(int fd, const Frame& frame) {

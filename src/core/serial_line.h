@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <stdint.h>
 #include <sys/types.h>
+#include <termios.h>
 
 namespace zvg::core {
 
@@ -24,8 +25,15 @@ inline void put_big_endian(uint8_t* bytes, uint32_t word) {
   bytes[3] = static_cast<uint8_t>(word);
 }
 
-// Sets the line to raw 8N1 at a rate, remembers that rate, and sends the sync burst (also when the
-// attributes could not be applied). Returns 0, -22 for another rate, or the failed call's result.
+// Reads the attributes of a line. Returns 0; the failed call's result for what is no serial line.
+int read_attributes(int fd, termios* line);
+
+// Sets the line, whose attributes are the given ones, to raw 8N1 at a rate, remembers that rate,
+// and sends the sync burst (also when the attributes could not be applied). Returns 0, -22 for
+// another rate, or the failed call's result.
+int set_up_line(int fd, termios line, int baud);
+
+// The same from the attributes that the line has.
 int set_up_line(int fd, int baud);
 
 // Writes a frame, waiting where the line does not take all of it at once. Returns its size; the

@@ -7,6 +7,7 @@
 
 #include "support/capture.h"
 #include "support/recorded_platform.h"
+#include "support/scratch.h"
 #include "util_zvg.h"
 
 namespace {
@@ -32,7 +33,8 @@ Log join(std::initializer_list<Log> parts) {
 }
 
 // The line set-up with its own burst: attributes, TCIOFLUSH, TCSANOW.
-const Log set_up = join({{"tcgetattr", "tcflush 2", "tcsetattr 0"}, burst});
+const Log apply = join({{"tcflush 2", "tcsetattr 0"}, burst});
+const Log set_up = join({{"tcgetattr"}, apply});
 
 Log baud_switch(const char* divisor) {
   return {lead_in, std::string("write fc000000000000") + divisor, settle};
@@ -93,11 +95,12 @@ TEST(SerialOpen, ReopeningClosesTheOldLineAfterTheNewIsOpen) {
   zvgSerialOpen(device, 115200);
   platform.take();
   zvgSerialOpen(device, 115200);
-  EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened},
+  // The new one's attributes tell that it is a line.
+  EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened, "tcgetattr"},
                                                       baud_switch("00000afc"),
                                                       set_up,
                                                       {"close"},
-                                                      set_up,
+                                                      apply,
                                                       baud_switch("000000ea"),
                                                       set_up,
                                                       burst})));
@@ -145,15 +148,51 @@ TEST(SerialOpen, MakesTheLineRaw) {
   EXPECT_EQ(line.c_cc[VTIME], 1);
 }
 
-TEST(SerialOpen, NoAttributesMeansNoBurstFromTheSetUp) {
+int no_terminal() {
+  errno = ENOTTY;
+  return -1;
+}
+
+TEST(SerialOpen, WhatIsNoLineIsSentNothing) {
+  for (const int baud : {9600, 115200}) {
+    RecordedPlatform platform;
+    platform.on_tcgetattr = no_terminal;
+    int result = 0;
+    const auto output = capture([&] { result = zvgSerialOpen(device, baud); });
+    EXPECT_EQ(result, -22);
+    EXPECT_EQ(output.err, "tcgetattr() failed: Inappropriate ioctl for device\n");
+    EXPECT_EQ(output.out, "");
+    EXPECT_THAT(platform.take(),
+                ElementsAreArray({opened, std::string("tcgetattr"), std::string("close")}));
+    EXPECT_EQ(get_s_type(), 0xFFFFFFFFu);
+  }
+}
+
+TEST(SerialOpen, WhatIsNoLineLeavesTheConnectionAndTheRate) {
   RecordedPlatform platform;
-  platform.on_tcgetattr = [] {
-    errno = ENOTTY;
-    return -1;
-  };
-  const auto output = capture([] { EXPECT_GE(zvgSerialOpen(device, 9600), 0); });
+  zvgSerialOpen(device, 19200);
+  platform.take();
+  platform.on_tcgetattr = no_terminal;
+  capture([] { EXPECT_EQ(zvgSerialOpen(device, 115200), -22); });
+  EXPECT_THAT(platform.take(),
+              ElementsAreArray({opened, std::string("tcgetattr"), std::string("close")}));
+  platform.on_tcgetattr = nullptr;
+  EXPECT_EQ(get_s_type(), 2u);
+  EXPECT_EQ(zvgUartWriteLong(0x1000000, 1), 0);
+  platform.take();
+  zvgClose();
+  EXPECT_THAT(platform.take(),
+              ElementsAreArray(join({baud_switch("00000afc"), set_up, {"close"}})));
+}
+
+TEST(SerialOpen, PlainFileKeepsItsContent) {
+  const zvgtest::Scratch scratch;
+  const std::string path = scratch.file("notes.txt", "nothing of this may be lost");
+  int result = 0;
+  const auto output = capture([&] { result = zvgSerialOpen(path.c_str(), 115200); });
+  EXPECT_EQ(result, -22);
   EXPECT_EQ(output.err, "tcgetattr() failed: Inappropriate ioctl for device\n");
-  EXPECT_THAT(platform.take(), ElementsAreArray(join({{opened, "tcgetattr"}, burst})));
+  EXPECT_EQ(scratch.read("notes.txt"), "nothing of this may be lost");
 }
 
 TEST(SerialOpen, FailedApplyStillSendsTheBurst) {
