@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -102,6 +103,49 @@ TEST_F(Terminal, BulkWritesLoseNothing) {
   if (sent < frames) close(std::exchange(board_, -1));  // or the board would wait for the rest
   board.join();
   EXPECT_EQ(intact, frames);
+}
+
+// A process with so many files open that the line's descriptor is beyond what an fd_set holds.
+class TerminalAmongManyFiles : public Terminal {
+ protected:
+  void SetUp() override {
+    rlimit limit;
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = 2000;
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    Terminal::SetUp();
+    while (others_.empty() || others_.back() < 1023) others_.push_back(dup(board_));
+    open_line();
+    ASSERT_GE(line_, 1024);
+  }
+  void TearDown() override {
+    Terminal::TearDown();
+    for (const int file : others_) close(file);
+  }
+
+ private:
+  std::vector<int> others_;
+};
+
+TEST_F(TerminalAmongManyFiles, RegistersAreRead) {
+  std::thread board([&] {
+    receive();
+    EXPECT_EQ(::write(board_, "\x12\x34\x56\x78", 4), 4);
+  });
+  uint32_t value = 0;
+  const auto output = capture([&] { EXPECT_EQ(zvgUartReadLong(0x1000000, &value), 0); });
+  EXPECT_EQ(output.err, "");
+  EXPECT_EQ(value, 0x12345678u);
+  board.join();
+}
+
+TEST_F(TerminalAmongManyFiles, BoardThatDoesNotAnswerIsATimeout) {
+  const auto before = std::chrono::steady_clock::now();
+  uint32_t value = 5;
+  const auto output = capture([&] { EXPECT_EQ(zvgUartReadLong(0x1000000, &value), -1); });
+  EXPECT_EQ(output.err, "uart receive data timeout!\n");
+  EXPECT_EQ(value, 0u);
+  EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(1990));
 }
 
 }  // namespace
