@@ -667,7 +667,8 @@ ZVG_API int zvgDDCRead(uint32_t channel, uint32_t* result, uint64_t* data_ptr, u
  * Returns 0, also when the chip did not mark results as fresh (each of those is named on standard
  * output as "LTC299x V%d=%x is not valid", followed by "invalid raw voltage is exist") and when the
  * results could not be read in the end (an I2C message and the same line; they count as code 0);
- * else, with no output stored, the I2C master's code, -1 when the chip stays busy for 10 s, or -2
+ * else, with no output stored, the I2C master's code for any other transfer that failed, the writes
+ * that set the mode and start the conversion included, -1 when the chip stays busy for 10 s, or -2
  * when results do not get ready in 10 s. Messages about the LTC2990's transfers and waits go to
  * standard error, all others to standard output.
  * Codes and scale factors are those of the chips' data sheets (Analog Devices LTC2990, LTC2991;

@@ -41,24 +41,33 @@ SensingChip chip_at(uint32_t bus, uint32_t index) {
   return {bus, first_address + index};
 }
 
-// Reads and says when that failed.
-int read(const SensingChip& chip, Register reg, uint8_t* bytes, uint32_t count) {
-  const int result = chip.read(reg, bytes, count);
+// Says when a transfer failed. Returns its code.
+int report(int result) {
   if (result != 0) fprintf(stderr, "error: i2c operation error (%d)\n", result);
   return result;
+}
+
+int read(const SensingChip& chip, Register reg, uint8_t* bytes, uint32_t count) {
+  return report(chip.read(reg, bytes, count));
+}
+
+int write(const SensingChip& chip, Register reg, uint8_t value) {
+  return report(chip.write(reg, value));
 }
 
 // wait: measures once and waits for the end; otherwise the chip measures again and again.
 int measure(const SensingChip& chip, Mode mode, bool wait) {
   uint8_t unused[results_size];
-  if (const int result = read(chip, results_register, unused, sizeof unused)) return result;
-  chip.write(control_register,
-             static_cast<uint8_t>((wait ? control_single_shot : 0) | control_all | mode));
-  chip.write(trigger_register, 0);
+  const auto control = static_cast<uint8_t>((wait ? control_single_shot : 0) | control_all | mode);
+  int result = read(chip, results_register, unused, sizeof unused);
+  // Without either write the chip goes on as it was, and its results are those of another mode.
+  if (result == 0) result = write(chip, control_register, control);
+  if (result == 0) result = write(chip, trigger_register, 0);
+  if (result != 0) return result;
 
   uint8_t status = 0;
   const auto look = [&] { return read(chip, status_register, &status, 1); };
-  int result = look();
+  result = look();
   if (result == 0 && wait) {
     result = zvg::core::poll_before_read(wait_repeats, wait_step_us, busy_timeout, look,
                                          [&] { return (status & status_busy) == 0; });

@@ -255,20 +255,20 @@ TEST_F(Ltc2990, AFailedTransferEndsTheCall) {
   const struct {
     unsigned transfer;
     std::string err;
-  } rows[] = {{1, i2c}, {4, i2c + timeout}};
+  } rows[] = {{1, i2c}, {2, i2c}, {3, i2c}, {4, i2c + timeout}};
   for (const auto& row : rows) {
     fail_transfer(row.transfer, -2);
-    const auto output = capture([this] { EXPECT_EQ(volts(1), -2); });
-    EXPECT_EQ(output.err, row.err);
-    EXPECT_EQ(output.out, "");
+    const auto voltages = capture([this] { EXPECT_EQ(volts(1), -2); });
+    EXPECT_EQ(voltages.err, row.err);
+    EXPECT_EQ(voltages.out, "");
     EXPECT_EQ(i2c_.transfers(), row.transfer);
     EXPECT_THAT(v_, Each(untouched));
-  }
-  // What the two writes give is not looked at.
-  for (const unsigned transfer : {2u, 3u}) {
-    fail_transfer(transfer, -2);
-    const auto output = capture([this] { EXPECT_EQ(volts(1), 0); });
-    EXPECT_EQ(output.out + output.err, "");
+    fail_transfer(row.transfer, -2);
+    const auto pairs = capture([this] { EXPECT_EQ(currents(1, 1, 0), -2); });
+    EXPECT_EQ(pairs.err, row.err);
+    EXPECT_EQ(pairs.out, "");
+    EXPECT_EQ(i2c_.transfers(), row.transfer);
+    EXPECT_THAT(i_, Each(untouched));
   }
 }
 
