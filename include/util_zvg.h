@@ -1280,13 +1280,15 @@ struct board_info_edid_request {
  * Reads the entry after previous, or the first one for NULL. Returns it, newly allocated with its
  * data, both of which the caller frees; NULL at the end of the chain, for an entry whose magic or
  * checksum is wrong, when the flash cannot be read, and without memory ("Failed to malloc
- * header.", "Failed to malloc data." on standard output).
+ * header.", "Failed to malloc data." on standard output). An entry may name itself or one before it
+ * as the next: who walks the chain ends after 127 entries, as many as the area can hold.
  */
 ZVG_API struct board_info_entry* board_info_image_next(const struct board_info_entry* previous);
 
 /*
  * Copies the stored EDID of target->output, of 128 or 256 bytes, to target->edid; without one,
- * leaves it alone. Returns 0. The entries that were read stay allocated.
+ * leaves it alone. Of several the last one counts; 127 entries are read at the most. Returns 0. The
+ * entries that were read stay allocated.
  */
 ZVG_API int board_info_image_handle(struct board_info_edid_request* target);
 

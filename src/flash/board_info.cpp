@@ -17,6 +17,8 @@ using zvg::flash::record_magic;
 constexpr uint32_t area_begin = 0x70200;
 constexpr uint32_t area_end = 0x80000;
 constexpr uint32_t slot_size = 512;
+// No chain is longer. One that leads back to an entry before would have no end otherwise.
+constexpr int most_entries = (area_end - area_begin) / slot_size;
 constexpr uint32_t header_size = 64;
 constexpr uint16_t edid_type = 0x5044;
 
@@ -64,13 +66,14 @@ int write_slot(uint32_t address, uint32_t erased, const board_info_entry& header
 // The chain's entry for an EDID of the output, or else its last one; null when it is empty.
 board_info_entry* find(uint32_t output) {
   board_info_entry* entry = nullptr;
-  for (;;) {
+  for (int i = 0; i < most_entries; ++i) {
     board_info_entry* const next = board_info_image_next(entry);
-    if (next == nullptr) return entry;
+    if (next == nullptr) break;
     release(entry);
     entry = next;
-    if (is_edid_of(*entry, output)) return entry;
+    if (is_edid_of(*entry, output)) break;
   }
+  return entry;
 }
 
 // A new entry, built in the memory of a header that is done with.
@@ -141,8 +144,10 @@ struct board_info_entry* board_info_image_next(const struct board_info_entry* pr
 
 int board_info_image_handle(struct board_info_edid_request* target) {
   // The entries stay allocated: the library's contract.
-  for (const board_info_entry* entry = nullptr;
-       (entry = board_info_image_next(entry)) != nullptr;) {
+  const board_info_entry* entry = nullptr;
+  for (int i = 0; i < most_entries; ++i) {
+    entry = board_info_image_next(entry);
+    if (entry == nullptr) break;
     if (is_edid_of(*entry, target->output) &&
         (entry->data_size == 128 || entry->data_size == 256)) {
       memcpy(target->edid, entry->data, entry->data_size);

@@ -64,7 +64,9 @@ class BoardData : public FlashNode {
         sent_.push_back(frame);
         reads_ += frame == 0x6B ? 1 : 0;
       }
-      return unreadable_ && !write && at == zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + status ? -1 : 0;
+      // Nor can it be read for ever: a walk without an end finds one here.
+      const bool fails = unreadable_ || reads_ > 1000;
+      return fails && !write && at == zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + status ? -1 : 0;
     };
   }
 
@@ -167,6 +169,44 @@ TEST_F(BoardData, AWrongEntryEndsTheWalk) {
   image_[area + 64] ^= 1;
   unreadable_ = true;
   EXPECT_TRUE(walk().empty());
+}
+
+// As many entries as the area has places, one every 512 bytes.
+constexpr unsigned places = 127;
+
+TEST_F(BoardData, AFullAreaIsWalkedToItsEnd) {
+  for (unsigned i = 0; i < places; ++i) {
+    entry(area + 0x200 * i, 0x5044, i, ramp(128, i), i + 1 < places ? 0x200 * (i + 1) : 0);
+  }
+  board_info_edid_request request = {};
+  request.output = places - 1;
+  capture([&] { EXPECT_EQ(board_info_image_handle(&request), 0); });
+  EXPECT_EQ(memcmp(request.edid, ramp(128, places - 1).data(), 128), 0);
+  EXPECT_EQ(reads_, 2 * places) << "a header and its data each";
+}
+
+// An entry names itself, or one before it, as the next.
+TEST_F(BoardData, AChainThatLeadsBackEndsAfterAsManyEntriesAsTheAreaHolds) {
+  const std::vector<uint16_t> words(64, 0x1234);
+  for (const unsigned back_to : {0x400u, 0x200u}) {
+    entry(area, 0x5044, 1, ramp(128, 1), 0x200);
+    entry(area + 0x200, 0x5044, 2, ramp(128, 2), 0x400);
+    entry(area + 0x400, 0x5044, 3, ramp(256, 3), back_to);
+    board_info_edid_request request = {};
+    request.output = 3;
+    reads_ = 0;
+    capture([&] { EXPECT_EQ(board_info_image_handle(&request), 0); });
+    EXPECT_EQ(memcmp(request.edid, ramp(256, 3).data(), 256), 0);
+    EXPECT_EQ(reads_, 2 * places);
+    // An entry that there is ends the search, one that there is not the count.
+    for (const auto& [output, found] : {std::pair{3u, 3u}, {4u, places}}) {
+      reads_ = 0;
+      capture([&, output = output] {
+        EXPECT_EQ(board_info_image_write_edid(output, words.data(), 128), -1);
+      });
+      EXPECT_EQ(reads_, 2 * found);
+    }
+  }
 }
 
 TEST_F(BoardData, HandsOutTheEdidOfAnOutput) {
