@@ -1543,9 +1543,9 @@ ZVG_API void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix);
  *
  * The connection, the reused request records and the folder's name are used without a lock: until
  * the thread has ended, NO OTHER FUNCTION of the library may be called, zvgClose() included. End it
- * with pthread_cancel() and pthread_join(): the thread is only cancelled between passes, in its
- * sleep, so that no file stays open and no row is half written. Over a serial line that may take as
- * long as a pass does.
+ * with pthread_cancel() and pthread_join(): it takes effect between two samples only, in the sleep
+ * before one, so that every table is closed and has whole rows. Over a serial line that may take as
+ * long as a sample does. A thread that was started with cancellation disabled keeps it so.
  */
 ZVG_API void* zvg_thread_rq302monitor(void* suffix);
 
