@@ -1660,7 +1660,8 @@ enum zvg_pvt_type { ZVG_PVT_TEMPERATURE = 0, ZVG_PVT_VOLTAGE = 1, ZVG_PVT_PROCES
  * where another type or sensor than the last one takes 1.1 s.
  *
  * type: 0 to 4. index: the sensor, 0 or 1; not checked here. code: may be null; kept on failure.
- * Returns 0; -22 for a type or chip that the registers do not have; the failed request's result.
+ * Returns 0; -22 for a type or chip that the registers do not have; the failed request's or
+ * register access's negative result, the latter with that access's own message only.
  * Prints on standard output "card %d: Geting Pvt code failed with type %d and index %d",
  * "failed to get Pvt code with error type %d" or "device id 0x%x is not supported!".
  */

@@ -57,18 +57,19 @@ int code_by_registers(uint32_t type, uint32_t index, uint32_t* code) {
     return -EINVAL;
   }
   uint32_t selector = 0;
-  zvgRegReadLong(system_control(pvt_selector), &selector);
+  if (const int result = zvgRegReadLong(system_control(pvt_selector), &selector)) return result;
   if (type >= types) {
     printf("failed to get Pvt code with error type %d\n", static_cast<int>(type));
     return -EINVAL;
   }
   const uint32_t wanted = rq302 ? rq302_selectors[type] : rq301_selectors[type] + index;
   if (selector != wanted) {
-    zvgRegWriteLong(system_control(pvt_selector), wanted);
+    const int result = zvgRegWriteLong(system_control(pvt_selector), wanted);
+    if (result != 0) return result;
     usleep(conversion_us);
   }
   uint32_t data = 0;
-  zvgRegReadLong(system_control(pvt_data), &data);
+  if (const int result = zvgRegReadLong(system_control(pvt_data), &data)) return result;
   const uint32_t shift = rq302 ? bits_per_sensor * index % 32 : 0;
   *code = data >> shift & code_mask;
   return 0;

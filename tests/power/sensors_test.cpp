@@ -157,15 +157,16 @@ TEST(CodeToTemp, FollowsThePolynomial) {
 // Two words of a mapped aperture: the sensor registers of the generation.
 class SensorsByRegisters : public testing::Test {
  protected:
-  void open(uint32_t device_id) {
+  // end: where the aperture ends, as an offset in the sensors' block.
+  void open(uint32_t device_id, uint32_t end = 0x178) {
     platform_.on_ioctl = [device_id](unsigned long, void* record) {
       memcpy(static_cast<uint8_t*>(record) + 8, &device_id, 4);
       return 0;
     };
     ASSERT_GE(zvgRwOpen(0), 0);
     platform_.on_mmap = [this](size_t, off_t) { return aperture_.data(); };
-    ASSERT_GE(zvgMemOpen(0x1000, aperture_.size(), 0, 0), 0);
     base_ = device_id == 0x202 ? 0x288400 : 0x308400;
+    ASSERT_GE(zvgMemOpen(0x1000, base_ + end, 0, 0), 0);
     platform_.take();
   }
 
@@ -246,6 +247,39 @@ TEST_F(SensorsByRegisters, UnknownChipsAreRefused) {
   EXPECT_EQ(code, untouched);
   EXPECT_EQ(value, 1.5);
   EXPECT_EQ(selector(), 0x55u);
+}
+
+// The aperture may end at the sensor block, or in it.
+TEST_F(SensorsByRegisters, RefusedAccessesArePassedOn) {
+  for (const uint32_t id : {0x201u, 0x202u}) {
+    for (const uint32_t end : {0x170u, 0x174u}) {
+      open(id, end);
+      data() = 0x123;
+      uint32_t code = untouched;
+      double value = 1.5;
+      const auto output = capture([&] {
+        EXPECT_EQ(zvgPvtGetCode(3, 0, &code), -22);
+        EXPECT_EQ(zvgPvtGetCode(3, 0, nullptr), -22);
+        EXPECT_EQ(zvgSensorTemp(1, &value), -22);
+        EXPECT_EQ(zvgSensorVolt(0, &value), -22);
+        EXPECT_EQ(zvgSensorProcess(2, 0, &code), -22);
+      });
+      EXPECT_EQ(code, untouched);
+      EXPECT_EQ(value, 1.5);
+      EXPECT_EQ(output.out, "");
+      std::string refusal = "offset (" + std::to_string(base_ + end) + ") is out of range\n";
+      EXPECT_EQ(output.err, refusal + refusal + refusal + refusal + refusal);
+    }
+  }
+}
+
+// Nothing is waited for when the selection did not come about.
+TEST_F(SensorsByRegisters, AnUnreadableSelectorIsLeftAlone) {
+  open(0x201, 0x170);
+  selector() = 0x55;
+  capture([] { EXPECT_EQ(zvgPvtGetCode(0, 0, nullptr), -22); });
+  EXPECT_EQ(selector(), 0x55u);
+  EXPECT_EQ(platform_.take(), Log{});
 }
 
 TEST_F(SensorsByRegisters, CodeIsOptional) {
