@@ -103,6 +103,22 @@ std::optional<Match> find(string_view script, string_view name) {
   return std::nullopt;
 }
 
+// What stands behind the line that a match ends.
+string_view lines_after(string_view script, const Match& match) {
+  const auto end = static_cast<size_t>(match.assignment.end() - script.begin());
+  const size_t line_end = script.find('\n', end);
+  return line_end == string_view::npos ? string_view() : script.substr(line_end + 1);
+}
+
+// How long the script gets by a setting.
+size_t size_after(string_view script, const std::optional<Match>& match, string_view line,
+                  string_view value) {
+  if (!match) return script.size() + line.size();
+  const size_t position = match->value_position;
+  if (match->value.size() == value.size()) return std::max(script.size(), position + value.size());
+  return std::min(script.size(), position) + value.size() + 1 + lines_after(script, *match).size();
+}
+
 // Puts a value of another length in. The value's text gets its line feed in place, and the
 // environment sees it there.
 void rewrite(string_view script, const Match& match, char* value) {
@@ -110,11 +126,8 @@ void rewrite(string_view script, const Match& match, char* value) {
   file.write(script.substr(0, match.value_position));
   strcat(value, "\n");
   file.write(value);
-  const auto after = static_cast<size_t>(match.assignment.end() - script.begin());
-  const size_t line_end = script.find('\n', after);
-  if (line_end != string_view::npos && line_end + 1 < script.size()) {
-    file.write(script.substr(line_end + 1));
-  }
+  const string_view after = lines_after(script, match);
+  if (!after.empty()) file.write(after);
 }
 
 void append(string_view line) {
@@ -134,29 +147,28 @@ bool set(const char* name, char* value) {
   File file = open_to_change("r+");
   char content[capacity] = {};
   const string_view script(content, fread(content, 1, sizeof content, file.get()));
-  if (script.size() == sizeof content) {
-    fprintf(stderr, "%s has %zu bytes or more and was not changed\n", script_path, capacity);
+  const std::optional<Match> match = find(script, name);
+  const bool too_long = script.size() == capacity;
+  // A script that got too long could only be emptied from then on.
+  if (too_long || size_after(script, match, line, value) >= capacity) {
+    fprintf(stderr, "%s %s %zu bytes or more and was not changed\n", script_path,
+            too_long ? "has" : "would have", capacity);
     return false;
   }
   if (script.empty()) {
     rewind(file.get());
     file.write(line);
-    set_in_process(name, value);
-    file.close();
-    reload_profile();
-    return true;
-  }
-  if (const auto match = find(script, name); !match) {
+  } else if (!match) {
     file.close();
     append(line);
   } else if (match->value.size() == strlen(value)) {
     fseek(file.get(), static_cast<long>(match->value_position), SEEK_SET);
     file.write(value);
-    file.close();
   } else {
     file.close();
     rewrite(script, *match, value);
   }
+  file.close();
   set_in_process(name, value);
   reload_profile();
   return true;

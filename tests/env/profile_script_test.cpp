@@ -181,8 +181,11 @@ std::string script_of(size_t size) {
 
 TEST_F(ProfileScript, UpTo1023BytesAreEdited) {
   host_.write_script(script_of(1023));
-  EXPECT_EQ(set("A", "22"), 0);
-  EXPECT_EQ(host_.script(), "export A=22" + script_of(1023).substr(10));
+  EXPECT_EQ(set("A", "2"), 0);
+  EXPECT_EQ(host_.script(), "export A=2" + script_of(1023).substr(10));
+  EXPECT_EQ(output_.out + output_.err, "");
+  EXPECT_EQ(set("A", ""), 0);
+  EXPECT_EQ(host_.script(), "export A=" + script_of(1023).substr(10));
   EXPECT_EQ(output_.out + output_.err, "");
 }
 
@@ -202,6 +205,71 @@ TEST_F(ProfileScript, From1024BytesOnItIsLeftAlone) {
   // Emptying needs no room.
   EXPECT_EQ(set("0", "0"), 0);
   EXPECT_EQ(host_.script(), "");
+}
+
+// Lines that are shorter than their form: each is counted as 11 bytes, all together as 1001.
+std::string short_lines() {
+  std::string script;
+  for (int i = 0; i < 91; ++i) script += "a X=1\n";
+  return script;
+}
+
+TEST_F(ProfileScript, ItDoesNotGrowTo1024Bytes) {
+  struct Case {
+    std::string script, name, value;  // one byte less fits
+  };
+  const Case cases[] = {
+      {"", "A", std::string(1024 - 10, 'x')},                 // the first one
+      {script_of(1000), "B", std::string(24 - 10, 'x')},      // a further one
+      {script_of(1000), "A", std::string(1 + 24, 'x')},       // a longer value
+      {script_of(1000), "LONG", std::string(976 + 24, 'x')},  // in the last line
+      {short_lines() + "a A=" + std::string(14, 'y'), "A",
+       std::string(14, 'x')},  // in place, behind the end
+  };
+  for (const Case& c : cases) {
+    host_.write_script(c.script);
+    host_.take();
+    unsetenv(c.name.c_str());
+    EXPECT_EQ(set(c.name, c.value), 0);
+    EXPECT_EQ(host_.script(), c.script);
+    EXPECT_EQ(output_.err,
+              "/etc/profile.d/zvg_util_env.sh would have 1024 bytes or more and was not changed\n");
+    EXPECT_EQ(output_.out, "");
+    EXPECT_THAT(host_.take(), ElementsAre("fopen r+"));
+    EXPECT_EQ(value_after_, c.value);
+    EXPECT_EQ(getenv(c.name.c_str()), nullptr);
+  }
+}
+
+TEST_F(ProfileScript, ItGrowsTo1023Bytes) {
+  const struct {
+    std::string script, name, value;
+  } cases[] = {
+      {"", "A", std::string(1023 - 10, 'x')},
+      {script_of(1000), "B", std::string(23 - 10, 'x')},
+      {script_of(1000), "A", std::string(1 + 23, 'x')},
+      {script_of(1000), "LONG", std::string(976 + 23, 'x')},
+  };
+  for (const auto& c : cases) {
+    host_.write_script(c.script);
+    EXPECT_EQ(set(c.name, c.value), 0);
+    EXPECT_EQ(host_.script().size(), 1023u);
+    EXPECT_THAT(host_.script(), testing::HasSubstr("export " + c.name + "=" + c.value + "\n"));
+    EXPECT_EQ(output_.out + output_.err, "");
+    // What is as long, or shorter, always fits.
+    EXPECT_EQ(set(c.name, std::string(c.value.size(), 'y')), 0);
+    EXPECT_EQ(set(c.name, ""), 0);
+    EXPECT_EQ(host_.script().size(), 1023 - c.value.size());
+  }
+}
+
+// A position behind the end makes a script longer only when it is written in place.
+TEST_F(ProfileScript, ARewrittenScriptHasNoGap) {
+  const std::string value(40, 'x');
+  host_.write_script(short_lines() + "a A=1");
+  EXPECT_EQ(set("A", value), 0);
+  EXPECT_EQ(host_.script(), short_lines() + "a A=1" + value + "\n");
+  EXPECT_EQ(output_.out + output_.err, "");
 }
 
 TEST_F(ProfileScript, FailedWritesAreReportedAndEndNothing) {
