@@ -1146,7 +1146,7 @@ ZVG_API void colorramp_fill_float(float* red, float* green, float* blue, int32_t
 
 /*
  * Makes the lookup table of a setting: 256 entries a channel. The caller frees the entries (one
- * block, at red) and then the table.
+ * block, at red) and then the table. Returns NULL without memory for both.
  */
 ZVG_API zvg_crtc_lut* zvg_set_color(const zvg_color_setting* setting);
 
@@ -1157,7 +1157,8 @@ ZVG_API zvg_crtc_lut* zvg_set_color(const zvg_color_setting* setting);
  * "0 ga 2.2:2.2:2.2 br 0.9 ct 6500"; less than 256 characters.
  * Returns the request's result; -1 for a command that is too long or a controller above 3; -22
  * for a key without its values or a temperature outside 1000 to 25099. Those are printed on
- * standard output, beginning with "[ERROR]", and nothing is sent.
+ * standard output, beginning with "[ERROR]", and nothing is sent. Without memory for the table
+ * nothing is sent, either: -1 and errno ENOMEM, as of a request that failed.
  */
 ZVG_API int zvg_lut_load(int fd, const char* cmdline);
 

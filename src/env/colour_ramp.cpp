@@ -77,6 +77,11 @@ void colorramp_fill_float(float* red, float* green, float* blue, int32_t size,
 zvg_crtc_lut* zvg_set_color(const zvg_color_setting* setting) {
   auto* const lut = static_cast<zvg_crtc_lut*>(malloc(sizeof(zvg_crtc_lut)));
   auto* const red = static_cast<uint16_t*>(malloc(channels * lut_entries * sizeof(uint16_t)));
+  if (lut == nullptr || red == nullptr) {
+    free(lut);
+    free(red);
+    return nullptr;
+  }
   uint16_t* const green = red + lut_entries;
   uint16_t* const blue = green + lut_entries;
   for (uint32_t i = 0; i < lut_entries; ++i) {

@@ -53,8 +53,10 @@ int refuse_temperature(int32_t kelvin) {
 
 // Sends a request and frees it.
 int send(int fd, zvg_crtc_lut* lut) {
+  // The request reads and writes: where the entries are must be known before.
+  auto* const entries = reinterpret_cast<void*>(static_cast<uintptr_t>(lut->red));
   const int result = ioctl(fd, core::request_lut, lut);
-  free(reinterpret_cast<void*>(static_cast<uintptr_t>(lut->red)));
+  free(entries);
   free(lut);
   return result;
 }
@@ -80,5 +82,6 @@ int zvg_lut_load(int fd, const char* cmdline) {
   if (setting.temperature < lowest_kelvin || setting.temperature > highest_kelvin) {
     return refuse_temperature(setting.temperature);
   }
-  return send(fd, zvg_set_color(&setting));
+  zvg_crtc_lut* const lut = zvg_set_color(&setting);
+  return lut != nullptr ? send(fd, lut) : -1;
 }

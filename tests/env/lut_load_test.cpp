@@ -5,6 +5,7 @@
 
 #include <array>
 
+#include "env/scarce_memory.h"
 #include "support/capture.h"
 #include "support/recorded_platform.h"
 #include "util_zvg.h"
@@ -142,6 +143,57 @@ TEST_F(LutLoad, RequestsResultIsReturnedUnchanged) {
     EXPECT_EQ(output_, "");
   }
 }
+
+// The driver may leave anything in a record that it also writes.
+TEST_F(LutLoad, WhatTheDriverLeavesInTheRecordIsNotFreed) {
+  const auto record_requests = platform_.on_ioctl;
+  std::array<uint16_t, 256> entries_of_nobody{};
+  for (const uint64_t left : {uint64_t{reinterpret_cast<uintptr_t>(entries_of_nobody.data())},
+                              uint64_t{0}, uint64_t{0xFFFFFFFFFFFFFFF0}}) {
+    platform_.on_ioctl = [&](unsigned long number, void* record) {
+      const int result = record_requests(number, record);
+      *static_cast<zvg_crtc_lut*>(record) = {9, 9, left, left, left};
+      return result;
+    };
+    EXPECT_EQ(load("2"), 0);
+    EXPECT_EQ(requests_, 1);
+  }
+}
+
+#if defined(ZVG_SCARCE_MEMORY)
+// Two allocations are needed; none of them may be missing.
+TEST_F(LutLoad, WithoutMemoryNothingIsSent) {
+  using zvgtest::ScarceMemory;
+  constexpr zvg_color_setting setting = {0, 6500, {1, 1, 1}, 1};
+  for (const unsigned failing : {1u, 2u}) {
+    for (const auto lasts : {ScarceMemory::Lasts::once, ScarceMemory::Lasts::for_ever}) {
+      zvg_crtc_lut* lut = nullptr;
+      int result = 0, gamma = 0, error = 0;
+      uint8_t command[] = "1 br 0.5";
+      const auto output = capture([&] {
+        {
+          const ScarceMemory scarce(failing, lasts);
+          lut = zvg_set_color(&setting);
+        }
+        {
+          const ScarceMemory scarce(failing, lasts);
+          result = zvg_lut_load(fd_, "0");
+          error = errno;
+        }
+        const ScarceMemory scarce(failing, lasts);
+        gamma = zvgCrtcGammaSet(command);
+      });
+      EXPECT_EQ(lut, nullptr);
+      EXPECT_EQ(result, -1);
+      EXPECT_EQ(error, ENOMEM);
+      EXPECT_EQ(gamma, -1);
+      EXPECT_EQ(output.out + output.err, "");
+    }
+  }
+  EXPECT_EQ(requests_, 0);
+  EXPECT_THAT(platform_.take(), IsEmpty());
+}
+#endif
 
 TEST_F(LutLoad, GammaOfTheOpenConnection) {
   uint8_t command[] = "1 br 0.5";
