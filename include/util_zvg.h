@@ -1770,8 +1770,8 @@ extern ZVG_API const struct zvgkit_menu_node Indep_child[1];
  * line: the command's name, which is skipped, and the words: labels in any case, aliases or
  * numbers. It is cut up in place.
  * Returns 0; -1 for a wrong word ("wrong choose!"), an incomplete one ("set error") or a script
- * that is too long or would get so. A script that cannot be opened for a setting ENDS THE PROCESS
- * as in zvgEnvSet().
+ * that is too long or would get so, or that cannot be opened, for a setting or for a list, for lack
+ * of memory. One that cannot be opened for a setting otherwise ENDS THE PROCESS as in zvgEnvSet().
  */
 ZVG_API int64_t zvgkit_func(char* line);
 
@@ -1784,7 +1784,8 @@ ZVG_API int64_t zvgkit_func(char* line);
  * for two more bytes, because a value of another length than the old one gets a line feed in place.
  * Always returns 0. A script that cannot be opened prints "can't open file" and ENDS THE PROCESS
  * with status 0. One that has 1024 bytes or more, or would have by this setting, is left alone, and
- * so are the value and the process's environment: a line on standard error says which. Failed
+ * so are the value and the process's environment: a line on standard error says which. So is one
+ * that cannot be opened for lack of memory: "... was not opened: out of memory" there. Failed
  * writes print "file write error!", a refused variable "set tmp env error!".
  */
 ZVG_API int zvgEnvSet(const char* name, char* value);

@@ -5,7 +5,6 @@
 #include <string.h>
 
 #include <span>
-#include <string>
 
 #include "env/profile_script.h"
 #include "util_zvg.h"
@@ -106,27 +105,25 @@ int64_t zvgkit_func(char* line) {
     ask(node);
     return 0;
   }
-  if (is_action(node, list_number)) {
-    list();
-    return 0;
-  }
+  if (is_action(node, list_number)) return list() ? 0 : failure;
   const bool closing = is_action(node, close_number);
   const Node& setting = way.core != nullptr ? Indep_child[0] : node;
   const char* const name = closing ? "0" : setting.env;
-  std::string value = closing ? "0" : setting.value;
+  // A value that is cut off here is too long for the script as well, where that is said.
+  constexpr size_t room = 2;  // an edit may lengthen the text
+  char value[script_capacity + room];
+  snprintf(value, script_capacity, "%s%s", closing ? "0" : setting.value,
+           way.core != nullptr ? way.core : "");
   if (way.core != nullptr) {
-    value += way.core;
     printf("Core Function - INDEPENDENT for %s is open!\n", way.core);
   } else if (!closing) {
     printf("Core Function - %s is open!\n", node.label);
   }
-  if (*name == '\0' || value.empty()) {
+  if (*name == '\0' || *value == '\0') {
     puts("set error");
     return failure;
   }
-  constexpr size_t room = 2;  // an edit may lengthen the text
-  value.append(room, '\0');
-  if (!set(name, value.data())) return failure;
+  if (!set(name, value)) return failure;
   puts("****New shell takes effect!****");
   return 0;
 }

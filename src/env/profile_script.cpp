@@ -2,13 +2,13 @@
 // which they were first made, and nothing else: positions in it are computed from that form.
 #include "env/profile_script.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <utility>
 
@@ -19,8 +19,6 @@ namespace zvg::env {
 namespace {
 
 using std::string_view;
-
-constexpr size_t capacity = 1024;
 
 // What an assignment's line has beside it: "export " and the line feed.
 constexpr size_t around_assignment = 7 + 1;
@@ -50,10 +48,19 @@ class File {
   FILE* file_;
 };
 
-// For changing the script. One that cannot be opened ends the process: no setting can be made.
+// Whether a file that was just to be opened was not for lack of memory, which is said then. That
+// passes, and tells nothing about the script.
+bool lacks_memory(const File& file) {
+  if (file.is_open() || errno != ENOMEM) return false;
+  fprintf(stderr, "%s was not opened: out of memory\n", script_path);
+  return true;
+}
+
+// For changing the script. One that cannot be opened ends the process, since no setting can be
+// made; but for lack of memory it is handed back closed.
 File open_to_change(const char* mode) {
   File file(mode);
-  if (!file.is_open()) {
+  if (!file.is_open() && !lacks_memory(file)) {
     printf("can't open file");
     exit(0);
   }
@@ -111,18 +118,24 @@ string_view lines_after(string_view script, const Match& match) {
 }
 
 // How long the script gets by a setting.
-size_t size_after(string_view script, const std::optional<Match>& match, string_view line,
+size_t size_after(string_view script, const std::optional<Match>& match, string_view name,
                   string_view value) {
-  if (!match) return script.size() + line.size();
+  if (!match) return script.size() + around_assignment + name.size() + 1 + value.size();
   const size_t position = match->value_position;
   if (match->value.size() == value.size()) return std::max(script.size(), position + value.size());
   return std::min(script.size(), position) + value.size() + 1 + lines_after(script, *match).size();
 }
 
+// A further line, which the script has room for.
+void write_line(File& file, const char* name, const char* value) {
+  char line[script_capacity];
+  snprintf(line, sizeof line, "export %s=%s\n", name, value);
+  file.write(line);
+}
+
 // Puts a value of another length in. The value's text gets its line feed in place, and the
 // environment sees it there.
-void rewrite(string_view script, const Match& match, char* value) {
-  File file = open_to_change("w");
+void rewrite(File& file, string_view script, const Match& match, char* value) {
   file.write(script.substr(0, match.value_position));
   strcat(value, "\n");
   file.write(value);
@@ -130,53 +143,64 @@ void rewrite(string_view script, const Match& match, char* value) {
   if (!after.empty()) file.write(after);
 }
 
-void append(string_view line) {
-  File file = open_to_change("a");
-  file.write(line);
+// Makes a setting in a script that is open for reading and writing. Returns whether it was made.
+bool edit(File file, string_view script, const std::optional<Match>& match, const char* name,
+          char* value) {
+  if (script.empty()) {
+    rewind(file.get());
+    write_line(file, name, value);
+    return true;
+  }
+  if (match && match->value.size() == strlen(value)) {
+    fseek(file.get(), static_cast<long>(match->value_position), SEEK_SET);
+    file.write(value);
+    return true;
+  }
+  file.close();
+  File again = open_to_change(match ? "w" : "a");
+  if (!again.is_open()) return false;
+  if (match) {
+    rewrite(again, script, *match, value);
+  } else {
+    write_line(again, name, value);
+  }
+  return true;
+}
+
+// Empties the script, or creates it.
+bool close_all() {
+  File file = open_to_change("w");
+  if (!file.is_open()) return false;
+  puts("All function is close!");
+  return true;
 }
 
 }  // namespace
 
 bool set(const char* name, char* value) {
-  if (strcmp(name, "0") == 0 && strcmp(value, "0") == 0) {
-    open_to_change("w").close();
-    puts("All function is close!");
-    return true;
-  }
-  const std::string line = std::string("export ") + name + "=" + value + "\n";
+  if (strcmp(name, "0") == 0 && strcmp(value, "0") == 0) return close_all();
   File file = open_to_change("r+");
-  char content[capacity] = {};
+  if (!file.is_open()) return false;
+  char content[script_capacity] = {};
   const string_view script(content, fread(content, 1, sizeof content, file.get()));
   const std::optional<Match> match = find(script, name);
-  const bool too_long = script.size() == capacity;
+  const bool too_long = script.size() == script_capacity;
   // A script that got too long could only be emptied from then on.
-  if (too_long || size_after(script, match, line, value) >= capacity) {
+  if (too_long || size_after(script, match, name, value) >= script_capacity) {
     fprintf(stderr, "%s %s %zu bytes or more and was not changed\n", script_path,
-            too_long ? "has" : "would have", capacity);
+            too_long ? "has" : "would have", script_capacity);
     return false;
   }
-  if (script.empty()) {
-    rewind(file.get());
-    file.write(line);
-  } else if (!match) {
-    file.close();
-    append(line);
-  } else if (match->value.size() == strlen(value)) {
-    fseek(file.get(), static_cast<long>(match->value_position), SEEK_SET);
-    file.write(value);
-  } else {
-    file.close();
-    rewrite(script, *match, value);
-  }
-  file.close();
+  if (!edit(std::move(file), script, match, name, value)) return false;
   set_in_process(name, value);
   reload_profile();
   return true;
 }
 
-void list() {
+bool list() {
   constexpr char em_dashes[] = "\u2014\u2014";
   File file("r");
+  if (lacks_memory(file)) return false;
   char line[64];
   bool any = false;
   while (file.is_open() && fgets(line, sizeof line, file.get()) != nullptr) {
@@ -204,6 +228,7 @@ void list() {
     putchar('\n');
   }
   if (!any) puts("No function is open");
+  return true;
 }
 
 }  // namespace zvg::env

@@ -57,7 +57,7 @@ std::vector<std::string> ProfileHost::take() {
 INTERPOSED FILE* fopen(const char* path, const char* mode) {
   static auto* const real = next<FILE*(const char*, const char*)>("fopen");
   if (host == nullptr || strcmp(path, script_path) != 0) return real(path, mode);
-  host->log.push_back(std::string("fopen ") + mode);
+  if (!host->quiet) host->log.push_back(std::string("fopen ") + mode);
   FILE* const file = real("script", mode);
   return file != nullptr && host->writes_fail ? open_full(file) : file;
 }
@@ -65,13 +65,14 @@ INTERPOSED FILE* fopen(const char* path, const char* mode) {
 INTERPOSED int setenv(const char* name, const char* value, int overwrite) noexcept {
   static auto* const real = next<int(const char*, const char*, int)>("setenv");
   if (host == nullptr) return real(name, value, overwrite);
-  host->log.push_back(std::string("setenv ") + name + "=" + value);
+  if (!host->quiet) host->log.push_back(std::string("setenv ") + name + "=" + value);
   return host->setenv_fails ? -1 : real(name, value, overwrite);
 }
 
 INTERPOSED int system(const char* command) {
   static auto* const real = next<int(const char*)>("system");
   if (host == nullptr) return real(command);
+  if (host->quiet) return 0;
   host->log.push_back(std::string("system ") + command);
   host->log.push_back(host->script());
   return 0;

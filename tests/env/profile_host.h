@@ -25,6 +25,8 @@ class ProfileHost {
   std::string script() const { return scratch_.read("script"); }
   std::vector<std::string> take();
 
+  // When set, nothing is written down, and nothing allocated for it.
+  bool quiet = false;
   bool writes_fail = false;
   bool setenv_fails = false;
 
