@@ -54,6 +54,19 @@ TEST(PllSearch, AgreesOnAnyInput) {
   for (int i = 0; i < 1500; ++i) expect_agreement(input(random), max_post(random), target(random));
 }
 
+TEST(PllSearch, AgreesOnTargetsAroundAndBeyondTheReachable) {
+  // The highest output is that of the highest VCO frequency, halved; the tolerance is 2 MHz.
+  std::mt19937 random(7);
+  std::uniform_int_distribution<int> input(7000, 600000);
+  std::uniform_int_distribution<unsigned> max_post(1, 40);
+  std::uniform_int_distribution<unsigned> near(2'990'000, 3'010'000);
+  std::uniform_int_distribution<unsigned> any(0, UINT32_MAX);
+  for (int i = 0; i < 200; ++i) {
+    expect_agreement(input(random), max_post(random), near(random));
+    expect_agreement(input(random), max_post(random), any(random));
+  }
+}
+
 TEST(PllSearch, AgreesOnSmallTargets) {
   std::mt19937 random(6);
   std::uniform_int_distribution<int> input(7000, 80000);
