@@ -17,24 +17,27 @@ void wait_for_lock(uint32_t lock, int rounds) {
       [lock](uint32_t status) { return (status & lock) != 0; });
 }
 
+// How a generation gives a PLL its configuration word, and how often it looks for the lock.
+struct Programming {
+  void (*program)(Register pll, uint32_t word);
+  int lock_rounds;
+};
+
+// Moves a 3D clock to the other of its two PLLs while its own is programmed, and back.
+//
+// moved: the clock's bit in clock_select.
+void set_3d_clock(const Programming& generation, uint32_t moved, uint32_t word) {
+  const uint32_t select = read_clock(clock_select);
+  const bool on_gpu2pll = (select & moved) != 0;
+  write_clock(clock_select, select ^ moved);
+  generation.program(on_gpu2pll ? gpu2pll : gpupll, word);
+  wait_for_lock(on_gpu2pll ? lock_gpu2pll : lock_gpupll, generation.lock_rounds);
+  write_clock(clock_select, select);
+}
+
 namespace rq301 {
 
-constexpr int lock_rounds = 1001;
-
-void set_3d_clock(uint32_t moved, uint32_t word) {
-  const uint32_t select = read_clock(clock_select);
-  if ((select & moved) != 0) {
-    write_clock(clock_select, select & ~moved);
-    write_clock(gpu2pll, word);
-    wait_for_lock(lock_gpu2pll, lock_rounds);
-    write_clock(clock_select, select | moved);
-  } else {
-    write_clock(clock_select, select | moved);
-    write_clock(gpupll, word);
-    wait_for_lock(lock_gpupll, lock_rounds);
-    write_clock(clock_select, select & ~moved);
-  }
-}
+constexpr Programming programming = {write_clock, 1001};
 
 // Here no lock is waited for.
 void set_2d_clock(uint32_t word) {
@@ -78,20 +81,7 @@ void program(Register pll, uint32_t word) {
   write_clock(pll, merged(read_clock(pll), word));
 }
 
-void set_3d_clock(uint32_t moved, uint32_t word) {
-  const uint32_t select = read_clock(clock_select);
-  if ((select & moved) != 0) {
-    write_clock(clock_select, select & ~moved);
-    program(gpu2pll, word);
-    wait_for_lock(lock_gpu2pll, lock_rounds);
-    write_clock(clock_select, select | moved);
-  } else {
-    write_clock(clock_select, select | moved);
-    program(gpupll, word);
-    wait_for_lock(lock_gpupll, lock_rounds);
-    write_clock(clock_select, select & ~moved);
-  }
-}
+constexpr Programming programming = {program, lock_rounds};
 
 void set_2d_clock(uint32_t word) {
   const uint32_t select = read_clock(clock_select);
@@ -143,12 +133,12 @@ constexpr char done_2d[] = "2d clk set ok";
 using namespace zvg::power;
 
 void zvg_rq301_set_3d_clk_freq(uint32_t word) {
-  rq301::set_3d_clock(select_3d_gpu2pll, word);
+  set_3d_clock(rq301::programming, select_3d_gpu2pll, word);
   puts(done_3d);
 }
 
 void zvg_rq301_set_3dsh_clk_freq(uint32_t word) {
-  rq301::set_3d_clock(select_shader_gpu2pll, word);
+  set_3d_clock(rq301::programming, select_shader_gpu2pll, word);
   puts(done_shader);
 }
 
@@ -158,12 +148,12 @@ void zvg_rq301_set_2d_clk_freq(uint32_t word) {
 }
 
 void zvg_rq302_set_3d_clk_freq(uint32_t word) {
-  rq302::set_3d_clock(select_3d_gpu2pll, word);
+  set_3d_clock(rq302::programming, select_3d_gpu2pll, word);
   puts(done_3d);
 }
 
 void zvg_rq302_set_3dsh_clk_freq(uint32_t word) {
-  rq302::set_3d_clock(select_shader_gpu2pll, word);
+  set_3d_clock(rq302::programming, select_shader_gpu2pll, word);
   puts(done_shader);
 }
 
