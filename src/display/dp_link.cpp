@@ -29,33 +29,34 @@ void wait_for_pll(const zvg_dptx* device) {
       });
 }
 
-// The PHY may be reconfigured while one of these lives. Both ends wait for bits to be set; what
-// does not come in time is gone without.
-class Reconfiguration {
- public:
-  explicit Reconfiguration(const zvg_dptx* device) : device_(device) {
-    zvg_dptx_phy_reg_write(device_, phy_run, 0);
-    zvg_dptx_phy_power(device_, 3);
-    zvg_dptx_phy_reg_write(device_, lane_pll_enable, 0);
-    wait_for_phy(device_, lane_pll_acknowledge, bracket_tries);
-    zvg_cdb_write(device_, cdb_pll_enable, 0);
-    wait_for_pll(device_);
-  }
-  ~Reconfiguration() {
-    zvg_cdb_write(device_, cdb_pll_enable, 1);
-    wait_for_pll(device_);
-    zvg_dptx_phy_reg_write(device_, lane_pll_enable, 1);
-    wait_for_phy(device_, lane_pll_acknowledge, bracket_tries);
-    zvg_dptx_phy_power(device_, 2);
-    zvg_dptx_phy_power(device_, 0);
-    zvg_dptx_phy_reg_write(device_, phy_run, 1);
-  }
-  Reconfiguration(const Reconfiguration&) = delete;
-  Reconfiguration& operator=(const Reconfiguration&) = delete;
+// Between these two the PHY may be reconfigured. Both wait for bits to be set; what does not come
+// in time is gone without.
+void take_phy_down(const zvg_dptx* device) {
+  zvg_dptx_phy_reg_write(device, phy_run, 0);
+  zvg_dptx_phy_power(device, 3);
+  zvg_dptx_phy_reg_write(device, lane_pll_enable, 0);
+  wait_for_phy(device, lane_pll_acknowledge, bracket_tries);
+  zvg_cdb_write(device, cdb_pll_enable, 0);
+  wait_for_pll(device);
+}
 
- private:
-  const zvg_dptx* device_;
-};
+void bring_phy_up(const zvg_dptx* device) {
+  zvg_cdb_write(device, cdb_pll_enable, 1);
+  wait_for_pll(device);
+  zvg_dptx_phy_reg_write(device, lane_pll_enable, 1);
+  wait_for_phy(device, lane_pll_acknowledge, bracket_tries);
+  zvg_dptx_phy_power(device, 2);
+  zvg_dptx_phy_power(device, 0);
+  zvg_dptx_phy_reg_write(device, phy_run, 1);
+}
+
+void write_rate(const zvg_dptx* device, const LinkRate& rate) {
+  for (uint32_t lane = 0; lane < max_lanes; ++lane) {
+    zvg_cdb_write(device, static_cast<uint16_t>(cdb_lane_divider + lane * cdb_lane_step),
+                  rate.lane_divider);
+  }
+  write_pll(device, rate, rate_change_order);
+}
 
 uint32_t lane_mask(uint32_t lanes) {
   switch (lanes) {
@@ -102,15 +103,10 @@ uint32_t zvg_dptx_get_clk_divider(const zvg_dptx* device) {
 }
 
 int zvg_dptx_phy_update_link_rate(const zvg_dptx* device, uint32_t code) {
-  const Reconfiguration bracket(device);
+  take_phy_down(device);
   // A rate that the chip does not have leaves the PHY's parameters alone.
-  const LinkRate* const rate = rate_of_code(code);
-  if (rate == nullptr) return 0;
-  for (uint32_t lane = 0; lane < max_lanes; ++lane) {
-    zvg_cdb_write(device, static_cast<uint16_t>(cdb_lane_divider + lane * cdb_lane_step),
-                  rate->lane_divider);
-  }
-  write_pll(device, *rate, rate_change_order);
+  if (const LinkRate* const rate = rate_of_code(code)) write_rate(device, *rate);
+  bring_phy_up(device);
   return 0;
 }
 
@@ -126,10 +122,11 @@ int zvg_dptx_set_link_rate(const zvg_dptx* device, uint32_t code) {
 }
 
 int zvg_dptx_phy_set_lane_count(const zvg_dptx* device, uint32_t lanes) {
-  const Reconfiguration bracket(device);
+  take_phy_down(device);
   const uint32_t mask = lane_mask(lanes);
   zvg_dptx_phy_reg_write(device, lane_enable_4c, mask);
   zvg_dptx_phy_reg_write(device, lane_enable_48, mask);
+  bring_phy_up(device);
   return 0;
 }
 
