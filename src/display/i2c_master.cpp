@@ -25,7 +25,7 @@ constexpr unsigned block_shift = 10;
 constexpr uint32_t data_register = 3;
 constexpr uint32_t command_register = 4;  // status when read
 
-enum Command : uint8_t {
+enum class Command : uint8_t {
   send = 0x10,
   receive = 0x20,
   stop = 0x40,
@@ -45,8 +45,8 @@ class Master {
   explicit Master(uint32_t channel) : block_((channel + first_block) << block_shift) {}
 
   // Has a command carried out. Returns whether it ended in time.
-  bool carry_out(Command command) {
-    zvgRegWriteByte(block_ + command_register, command);
+  bool carry_out(Command what) {
+    command(what);
     return zvg::core::poll_after_sleep(
         busy_repeats, busy_step_us, zvg::core::LastMatch::counts,
         [this] {
@@ -68,15 +68,19 @@ class Master {
   // The common beginning: addresses the slave for writing and sends the register's number. The
   // address is the only byte whose acknowledge is looked at. Returns 0 or the transfer's error.
   int open_register(uint32_t slave, uint32_t reg) {
-    if (!send_byte(static_cast<uint8_t>(slave * 2), start)) return no_device;
+    if (!send_byte(static_cast<uint8_t>(slave * 2), Command::start)) return no_device;
     if ((status_ & status_no_acknowledge) != 0) {
-      zvgRegWriteByte(block_ + command_register, stop);
+      command(Command::stop);
       return no_device;
     }
-    return send_byte(static_cast<uint8_t>(reg), send) ? 0 : no_device;
+    return send_byte(static_cast<uint8_t>(reg), Command::send) ? 0 : no_device;
   }
 
  private:
+  void command(Command what) {
+    zvgRegWriteByte(block_ + command_register, static_cast<uint8_t>(what));
+  }
+
   const uint32_t block_;
   uint8_t status_ = 0;
 };
@@ -85,11 +89,11 @@ int read_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count, ui
   if (channel >= register_channels) return no_channel;
   Master master(channel);
   if (const int result = master.open_register(slave, reg)) return result;
-  if (!master.send_byte(static_cast<uint8_t>(slave * 2 + 1), start)) return no_device;
+  if (!master.send_byte(static_cast<uint8_t>(slave * 2 + 1), Command::start)) return no_device;
   // Without a byte to read, the bus is left as it is: no stop.
   for (int i = 0; i < count; ++i) {
-    const bool last = i == count - 1;
-    if (!master.receive_byte(buffer + i, last ? receive_last : receive)) return no_device;
+    const Command command = i == count - 1 ? Command::receive_last : Command::receive;
+    if (!master.receive_byte(buffer + i, command)) return no_device;
   }
   return 0;
 }
@@ -100,8 +104,8 @@ int write_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count,
   Master master(channel);
   if (const int result = master.open_register(slave, reg)) return result;
   for (int i = 0; i < count; ++i) {
-    const bool last = i == count - 1;
-    if (!master.send_byte(data[i], last ? send_last : send)) return no_device;
+    const Command command = i == count - 1 ? Command::send_last : Command::send;
+    if (!master.send_byte(data[i], command)) return no_device;
   }
   return 0;
 }

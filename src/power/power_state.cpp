@@ -9,7 +9,7 @@ namespace zvg::power {
 
 namespace {
 
-enum Operation : uint32_t { get = 0, set = 1 };
+enum class Operation : uint32_t { get = 0, set = 1 };
 
 constexpr struct {
   int32_t state;
@@ -22,7 +22,7 @@ constexpr struct {
 };
 
 int request(Operation operation, uint32_t* state) {
-  core::PowerRecord record = {operation, *state};
+  core::PowerRecord record = {static_cast<uint32_t>(operation), *state};
   const int result = core::issue(core::request_power, &record);
   *state = record.state;
   return result;
@@ -37,7 +37,7 @@ using namespace zvg::power;
 int zvgPowerGetState(uint32_t* state) {
   uint32_t value = 0;
   if (get_s_type() == ZVG_MODE_DRIVER) {
-    if (const int result = request(get, &value); result != 0) {
+    if (const int result = request(Operation::get, &value); result != 0) {
       fprintf(stderr, "%s: get power state failed\n", __func__);
       return result;
     }
@@ -51,7 +51,7 @@ int zvgPowerSetState(uint32_t state) {
     fprintf(stderr, "%s: error, driver module is not installed!\n", __func__);
     return -1;
   }
-  const int result = request(set, &state);
+  const int result = request(Operation::set, &state);
   if (result != 0) fprintf(stderr, "%s: set power state failed\n", __func__);
   return result;
 }
