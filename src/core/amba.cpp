@@ -41,7 +41,7 @@ constexpr uint8_t status_done_rq302 = 0xA0;
 constexpr uint8_t status_done = 0xE0;
 
 constexpr int address_bytes = 5;
-constexpr int status_repeats = 15;
+constexpr unsigned status_repeats = 15;
 constexpr useconds_t status_step_us = 50;
 
 constexpr int write_timed_out = -1;
@@ -90,14 +90,15 @@ bool run(uint8_t start) {
   strobe(start);
   put(status, 0);
   const uint8_t done = is_rq302() ? status_done_rq302 : status_done;
-  return poll_after_sleep(
-      status_repeats, status_step_us, LastMatch::comes_too_late,
-      [] {
-        uint8_t value = 0;
-        zvgCrtcReadByte(status, &value);
-        return value;
-      },
-      [done](uint8_t value) { return (value & status_mask) == done; });
+  uint8_t value = 0;
+  const auto read = [&] {
+    value = 0;
+    zvgCrtcReadByte(status, &value);
+    return 0;
+  };
+  return read_wait_compare(
+             status_repeats, sleeping(status_step_us), read,
+             [&] { return (value & status_mask) == done; }, LastRead::comes_too_late) == 0;
 }
 
 template <typename Value>

@@ -1,83 +1,84 @@
-// Bounded waits for the hardware, in the shapes that it needs.
+// Waits for the hardware, in the shapes that it needs. Each is named after what it repeats:
+//
+//   look_then_wait     look, wait, look, wait ...
+//   read_wait_compare  read, compare; then read, wait, compare, read, wait, compare ...
+//   wait_read_compare  compare what was read before; then wait, read, compare, wait, read, compare
+//   ...
 #ifndef ZVG_CORE_POLL_H
 #define ZVG_CORE_POLL_H
 
+#include <stdint.h>
 #include <unistd.h>
 
 #include <optional>
 
 namespace zvg::core {
 
-// Probes, and sleeps after every probe that does not end the wait, the last one too.
-//
-// probe: returns the wait's result, or nothing to go on. tries: how many probes at most.
-// Returns the probe's result, or timeout.
-template <typename Probe>
-int poll(int tries, useconds_t step_us, int timeout, Probe probe) {
-  for (int i = 0; i < tries; ++i) {
-    if (const std::optional<int> result = probe()) return *result;
-    usleep(step_us);
-  }
-  return timeout;
+// A count that is never used up.
+constexpr uint64_t endless = UINT64_MAX;
+
+// What is done between two looks: one of these, or the caller's own.
+constexpr auto at_once = [] {};
+inline auto sleeping(useconds_t us) {
+  return [us] { usleep(us); };
 }
 
-// Whether a poll that found nothing to the end also waits after its last probe.
+// Whether a wait that found nothing to the end also waits after its last look.
 enum class LastWait { kept, left_out };
 
-// Probes until the probe finds what it looks for, and waits between probes, by whatever clock.
-//
-// tries: how many probes at most.
-// Returns whether it was found.
-template <typename Wait, typename Probe>
-bool poll_every(int tries, LastWait last, Wait wait, Probe probe) {
-  for (int left = tries; left > 0; --left) {
-    if (probe()) return true;
+// tries: how many looks at most. look: returns what it found, or what counts as false to go on.
+// Returns what the last look did.
+template <typename Wait, typename Look>
+auto look_then_wait(uint64_t tries, Wait wait, Look look, LastWait last = LastWait::kept)
+    -> decltype(look()) {
+  for (uint64_t left = tries; left > 0; --left) {
+    if (auto found = look()) return found;
     if (left > 1 || last == LastWait::kept) wait();
   }
-  return false;
+  return {};
 }
 
-// Whether a match that only the last repeat found still counts.
-enum class LastMatch { counts, comes_too_late };
+// Whether what only the last repeat read is compared at all.
+enum class LastRead { counts, comes_too_late };
 
-// Reads once and, while that is not what is waited for, repeats: read, sleep, compare.
-//
-// repeats: how many reads at most after the first.
-// Returns whether the wait ended in time.
-template <typename Read, typename Done>
-bool poll_after_sleep(int repeats, useconds_t step_us, LastMatch last, Read read, Done done) {
-  if (done(read())) return true;
-  for (int left = repeats; left > 0;) {
-    --left;
-    const auto value = read();
-    usleep(step_us);
-    if (done(value)) return left > 0 || last == LastMatch::counts;
+namespace detail {
+
+template <typename Step, typename Done>
+std::optional<int> repeat_until(uint64_t repeats, LastRead last, Step step, Done done) {
+  for (uint64_t left = repeats; left > 0; --left) {
+    if (done()) return 0;
+    if (const int error = step()) return error;
   }
-  return false;
+  if (last == LastRead::counts && done()) return 0;
+  return std::nullopt;
 }
 
-// Looks at what was read last and, while that does not end the wait, repeats: sleep, read, look.
-//
-// repeats: how many sleeps and reads at most. read: returns 0, or an error that ends the wait.
-// Returns 0, read's error, or timeout.
-template <typename Read, typename Done>
-int poll_before_read(int repeats, useconds_t step_us, int timeout, Read read, Done done) {
-  for (; !done(); --repeats) {
-    if (repeats == 0) return timeout;
-    usleep(step_us);
-    if (const int result = read()) return result;
-  }
-  return 0;
+}  // namespace detail
+
+// repeats: how many reads at most after the first. read: returns 0, or an error that ends the wait
+// at once. done: whether what was read last is what is waited for.
+// Returns 0, read's error, or nothing when the repeats are used up.
+template <typename Wait, typename Read, typename Done>
+std::optional<int> read_wait_compare(uint64_t repeats, Wait wait, Read read, Done done,
+                                     LastRead last = LastRead::counts) {
+  if (const int error = read()) return error;
+  const auto step = [&] {
+    const int error = read();
+    if (error == 0) wait();
+    return error;
+  };
+  return detail::repeat_until(repeats, last, step, done);
 }
 
-// Reads, and reads again at once while that is not what is waited for. What the last read found is
-// not looked at: whoever spins here goes on either way.
-//
-// rounds: how many reads at most after the first.
-template <typename Read, typename Done>
-void spin(int rounds, Read read, Done done) {
-  auto value = read();
-  for (int round = 0; round < rounds && !done(value); ++round) value = read();
+// The same, but for the order and for the first read, which the caller has made.
+template <typename Wait, typename Read, typename Done>
+std::optional<int> wait_read_compare(uint64_t repeats, Wait wait, Read read, Done done,
+                                     LastRead last = LastRead::counts) {
+  const auto step = [&] {
+    wait();
+    return read();
+  };
+  return detail::repeat_until(repeats, last, step, done);
 }
 
 }  // namespace zvg::core

@@ -13,13 +13,13 @@ namespace {
 enum Command : uint32_t { read_command = 2, write_command = 3 };
 
 constexpr uint32_t status_ready = 1;  // the whole word after a good read
-constexpr int ready_tries = 100;
+constexpr unsigned ready_tries = 100;
 constexpr uint32_t ready_step_ticks = 5;
 constexpr int busy = 4;
 
 bool wait_until_ready(const zvg_dptx* device) {
-  return core::poll_every(
-      ready_tries, core::LastWait::kept, [=] { zvg_dptx_tmr_wait(device, ready_step_ticks); },
+  return core::look_then_wait(
+      ready_tries, [=] { zvg_dptx_tmr_wait(device, ready_step_ticks); },
       [=] { return (zvg_dptx_phy_reg_read(device, cdb_status) & status_ready) != 0; });
 }
 

@@ -13,20 +13,21 @@ constexpr uint32_t initial_link_clock = 2;  // 2.7 Gbit/s
 constexpr uint32_t initial_lanes = 2;
 constexpr uint32_t clock_divider = 100;
 
-constexpr int bracket_tries = 100;
+constexpr unsigned bracket_tries = 100;
 constexpr uint32_t rate_change_ticks = 2;
 
 constexpr PllRegister rate_change_order[] = {pll_90, pll_91, pll_93, pll_1a1,
                                              pll_88, pll_95, pll_96};
 
 void wait_for_pll(const zvg_dptx* device) {
-  core::poll_every(
-      bracket_tries, core::LastWait::left_out, [=] { zvg_dptx_tmr_wait(device, 1); },
+  core::look_then_wait(
+      bracket_tries, [=] { zvg_dptx_tmr_wait(device, 1); },
       [=] {
         uint16_t state = 0;
         zvg_cdb_read(device, cdb_pll_state, &state);
         return (state & pll_settled) != 0;
-      });
+      },
+      core::LastWait::left_out);
 }
 
 // Between these two the PHY may be reconfigured. Both wait for bits to be set; what does not come

@@ -10,11 +10,11 @@ namespace {
 
 constexpr uint32_t last_power_state = 3;
 constexpr uint32_t power_states = 0x1F;
-constexpr int power_tries = 50;
+constexpr unsigned power_tries = 50;
 constexpr int bad_power_state = 9;
 constexpr int no_acknowledge = 10;
 
-constexpr int set_up_tries = 500;
+constexpr unsigned set_up_tries = 500;
 constexpr int not_ready = 4;
 
 constexpr int bad_reset = 5;
@@ -96,10 +96,10 @@ void write_raw_levels(const zvg_dptx* device, PhyRegister first, uint32_t value)
 
 }  // namespace
 
-bool wait_for_phy(const zvg_dptx* device, PhyRegister reg, int tries) {
-  return core::poll_every(
-      tries, core::LastWait::left_out, [=] { zvg_dptx_tmr_wait(device, 1); },
-      [=] { return (zvg_dptx_phy_reg_read(device, reg) & 1) != 0; });
+bool wait_for_phy(const zvg_dptx* device, PhyRegister reg, unsigned tries) {
+  return core::look_then_wait(
+      tries, [=] { zvg_dptx_tmr_wait(device, 1); },
+      [=] { return (zvg_dptx_phy_reg_read(device, reg) & 1) != 0; }, core::LastWait::left_out);
 }
 
 }  // namespace zvg::display::dp
@@ -110,8 +110,8 @@ int zvg_dptx_phy_power(const zvg_dptx* device, uint32_t state) {
   if (state > last_power_state) return bad_power_state;
   const uint32_t wanted = 1u << state;
   zvg_dptx_phy_reg_write(device, power_request, wanted);
-  const bool acknowledged = zvg::core::poll_every(
-      power_tries, zvg::core::LastWait::kept, [=] { zvg_dptx_tmr_wait(device, 1); },
+  const bool acknowledged = zvg::core::look_then_wait(
+      power_tries, [=] { zvg_dptx_tmr_wait(device, 1); },
       [=] { return (zvg_dptx_phy_reg_read(device, power_acknowledge) & power_states) == wanted; });
   zvg_dptx_phy_reg_write(device, power_request, 0);
   return acknowledged ? 0 : no_acknowledge;

@@ -47,7 +47,7 @@ void write_pll(const zvg_dptx* device, const LinkRate& rate, const PllRegister (
 }
 
 // Waits until bit 0 of a PHY register is set, a tick between reads.
-bool wait_for_phy(const zvg_dptx* device, PhyRegister reg, int tries);
+bool wait_for_phy(const zvg_dptx* device, PhyRegister reg, unsigned tries);
 
 }  // namespace zvg::display::dp
 

@@ -12,7 +12,7 @@ namespace zvg::display::hdmi {
 
 namespace {
 
-constexpr int status_tries = 65534;
+constexpr unsigned status_tries = 65534;
 constexpr int status_unreadable = -1;
 constexpr int timed_out = -2;
 
@@ -33,7 +33,7 @@ int configure(uint32_t transmitter, const RegisterWrite* writes, size_t count) {
 }
 
 int wait_for_end(uint32_t transmitter, const StatusWait& wait) {
-  return core::poll(status_tries, wait.step_us, timed_out, [&]() -> std::optional<int> {
+  const auto look = [&]() -> std::optional<int> {
     uint8_t status = 0;
     if (zvgRegReadByte(at(transmitter, wait.status), &status) != 0) {
       printf("hdmi %d:i2c read status faield\n", static_cast<int>(transmitter));
@@ -43,7 +43,8 @@ int wait_for_end(uint32_t transmitter, const StatusWait& wait) {
     if ((status & i2c_done) != 0) return 0;
     if ((status & i2c_error) != 0) return -ENODEV;
     return std::nullopt;
-  });
+  };
+  return core::look_then_wait(status_tries, core::sleeping(wait.step_us), look).value_or(timed_out);
 }
 
 }  // namespace zvg::display::hdmi

@@ -3,8 +3,6 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include <optional>
-
 #include "core/poll.h"
 #include "display/hdmi_i2c.h"
 #include "util_zvg.h"
@@ -14,7 +12,7 @@ namespace zvg::display::hdmi {
 namespace {
 
 constexpr useconds_t reset_pulse_us = 1000;
-constexpr int lock_tries = 1000;
+constexpr unsigned lock_tries = 1000;
 constexpr useconds_t lock_step_us = 1000;
 
 // Receiver sense is the high nibble of the PHY status: any bit of it makes the byte exceed this.
@@ -89,13 +87,13 @@ int zvgHdmiPhyEnd(uint32_t hdmi) {
   if (hdmi > last_transmitter) return -EINVAL;
   constexpr int no_lock = -1;
   int result = zvgRegWriteByte(at(hdmi, phy_config), phy_power_on);
-  bool locked = false;
-  zvg::core::poll(lock_tries, lock_step_us, no_lock, [&]() -> std::optional<int> {
+  const auto look = [&] {
     uint8_t status = 0;
     result |= zvgRegReadByte(at(hdmi, phy_status), &status);
-    locked = (status & phy_pll_locked) != 0;
-    return locked ? std::optional<int>(0) : std::nullopt;
-  });
+    return (status & phy_pll_locked) != 0;
+  };
+  const bool locked =
+      zvg::core::look_then_wait(lock_tries, zvg::core::sleeping(lock_step_us), look);
   if (!locked) {
     report_no_lock(hdmi);
     return no_lock;

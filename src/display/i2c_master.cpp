@@ -37,7 +37,7 @@ enum class Command : uint8_t {
 constexpr uint8_t status_busy = 0x02;
 constexpr uint8_t status_no_acknowledge = 0x80;
 
-constexpr int busy_repeats = 65535;
+constexpr unsigned busy_repeats = 65535;
 constexpr useconds_t busy_step_us = 50;
 
 class Master {
@@ -47,13 +47,12 @@ class Master {
   // Has a command carried out. Returns whether it ended in time.
   bool carry_out(Command what) {
     command(what);
-    return zvg::core::poll_after_sleep(
-        busy_repeats, busy_step_us, zvg::core::LastMatch::counts,
-        [this] {
-          zvgRegReadByte(block_ + command_register, &status_);
-          return status_;
-        },
-        [](uint8_t status) { return (status & status_busy) == 0; });
+    const auto read = [this] {
+      zvgRegReadByte(block_ + command_register, &status_);
+      return 0;
+    };
+    return zvg::core::read_wait_compare(busy_repeats, zvg::core::sleeping(busy_step_us), read,
+                                        [this] { return (status_ & status_busy) == 0; }) == 0;
   }
   bool send_byte(uint8_t byte, Command command) {
     zvgRegWriteByte(block_ + data_register, byte);

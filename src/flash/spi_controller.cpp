@@ -9,7 +9,7 @@ namespace zvg::flash {
 
 namespace {
 
-constexpr int look_repeats = 21;
+constexpr unsigned look_repeats = 21;
 
 constexpr uint32_t status_busy = 0x01;
 constexpr uint32_t status_received = 0x08;
@@ -64,9 +64,13 @@ void send(std::initializer_list<uint32_t> frames) {
 }
 
 bool wait_for(Awaited awaited) {
-  return core::poll_after_sleep(
-      look_repeats, look_step_us, core::LastMatch::counts, [] { return read(status); },
-      [awaited](uint32_t value) { return is_there(awaited, value); });
+  uint32_t value = 0;
+  const auto look = [&] {
+    value = read(status);
+    return 0;
+  };
+  return core::read_wait_compare(look_repeats, core::sleeping(look_step_us), look,
+                                 [&] { return is_there(awaited, value); }) == 0;
 }
 
 bool command(std::initializer_list<uint32_t> frames) {

@@ -11,16 +11,14 @@ namespace {
 
 // The hardware is not asked how long a lock takes: whoever waits goes on when the reads are used
 // up.
-void wait_for_lock(uint32_t lock, int rounds) {
-  core::spin(
-      rounds, [] { return read_clock(pll_lock); },
-      [lock](uint32_t status) { return (status & lock) != 0; });
+void wait_for_lock(uint32_t lock, unsigned reads) {
+  core::look_then_wait(reads, core::at_once, [lock] { return (read_clock(pll_lock) & lock) != 0; });
 }
 
 // How a generation gives a PLL its configuration word, and how often it looks for the lock.
 struct Programming {
   void (*program)(Register pll, uint32_t word);
-  int lock_rounds;
+  unsigned lock_reads;
 };
 
 // Moves a 3D clock to the other of its two PLLs while its own is programmed, and back.
@@ -31,13 +29,13 @@ void set_3d_clock(const Programming& generation, uint32_t moved, uint32_t word) 
   const bool on_gpu2pll = (select & moved) != 0;
   write_clock(clock_select, select ^ moved);
   generation.program(on_gpu2pll ? gpu2pll : gpupll, word);
-  wait_for_lock(on_gpu2pll ? lock_gpu2pll : lock_gpupll, generation.lock_rounds);
+  wait_for_lock(on_gpu2pll ? lock_gpu2pll : lock_gpupll, generation.lock_reads);
   write_clock(clock_select, select);
 }
 
 namespace rq301 {
 
-constexpr Programming programming = {write_clock, 1001};
+constexpr Programming programming = {write_clock, 1002};
 
 // Here no lock is waited for.
 void set_2d_clock(uint32_t word) {
@@ -67,7 +65,7 @@ void set_2d_clock(uint32_t word) {
 
 namespace rq302 {
 
-constexpr int lock_rounds = 101;
+constexpr unsigned lock_reads = 102;
 
 // The top bits of a configuration word are not the divider search's: of what it found there this
 // generation keeps nothing, and of what the register holds the bypass bit.
@@ -81,7 +79,7 @@ void program(Register pll, uint32_t word) {
   write_clock(pll, merged(read_clock(pll), word));
 }
 
-constexpr Programming programming = {program, lock_rounds};
+constexpr Programming programming = {program, lock_reads};
 
 void set_2d_clock(uint32_t word) {
   const uint32_t select = read_clock(clock_select);
@@ -92,22 +90,22 @@ void set_2d_clock(uint32_t word) {
     write_clock(gpupll, old);
     write_clock(clock_select, select & ~select_3d_and_shader);
     write_clock(gpu2pll, merged(old, word));
-    wait_for_lock(lock_gpu2pll, lock_rounds);
+    wait_for_lock(lock_gpu2pll, lock_reads);
     write_clock(clock_select, select | select_2d);
   } else if (on_gpu2pll == 0) {
     program(gpu2pll, word);
     // The lock of the other PLL, which the 3D clocks run from; its own is not looked at.
-    wait_for_lock(lock_gpupll, lock_rounds);
+    wait_for_lock(lock_gpupll, lock_reads);
     write_clock(clock_select, select | select_2d);
   } else {
     if ((select & select_2d) != 0) {
       write_clock(clock_select, select & ~select_2d);
       program(gpu2pll, word);
-      wait_for_lock(lock_gpu2pll, lock_rounds);
+      wait_for_lock(lock_gpu2pll, lock_reads);
     } else {
       write_clock(clock_select, select | select_2d);
       program(dev2pll, word);
-      wait_for_lock(lock_dev2pll, lock_rounds);
+      wait_for_lock(lock_dev2pll, lock_reads);
     }
     write_clock(clock_select, select);
   }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "core/poll.h"
 #include "power/sensing_chip.h"
 #include "util_zvg.h"
 
@@ -69,13 +68,11 @@ int measure(const SensingChip& chip, Mode mode, bool wait) {
   const auto look = [&] { return read(chip, status_register, &status, 1); };
   result = look();
   if (result == 0 && wait) {
-    result = zvg::core::poll_before_read(wait_repeats, wait_step_us, busy_timeout, look,
-                                         [&] { return (status & status_busy) == 0; });
+    result = wait_until(look, [&] { return (status & status_busy) == 0; }).value_or(busy_timeout);
   }
   if (result == 0) {
     const uint8_t ready = mode == two_pairs ? ready_pairs : ready_inputs;
-    result = zvg::core::poll_before_read(wait_repeats, wait_step_us, ready_timeout, look,
-                                         [&] { return (status & ready) == ready; });
+    result = wait_until(look, [&] { return (status & ready) == ready; }).value_or(ready_timeout);
   }
   if (result != 0) fprintf(stderr, "error: wait LTC2990 timeout (%d)\n", result);
   return result;

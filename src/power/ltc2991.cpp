@@ -2,7 +2,6 @@
 #include <stdint.h>
 #include <stdio.h>
 
-#include "core/poll.h"
 #include "power/sensing_chip.h"
 #include "util_zvg.h"
 
@@ -73,7 +72,7 @@ int wait_for(const SensingChip& chip, Register reg, uint8_t* value, int timeout,
     if (result != 0) printf("err: i2c operation error (%d)\n", result);
     return result;
   };
-  const int result = zvg::core::poll_before_read(wait_repeats, wait_step_us, timeout, look, done);
+  const int result = wait_until(look, done).value_or(timeout);
   if (result != 0) printf("error: wait LTC2991 timeout (%d)\n", result);
   return result;
 }

@@ -6,6 +6,9 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <optional>
+
+#include "core/poll.h"
 #include "util_zvg.h"
 
 namespace zvg::power {
@@ -24,9 +27,14 @@ struct SensingChip {
   }
 };
 
-// The LTC chips' waits.
-constexpr int wait_repeats = 10000;
-constexpr useconds_t wait_step_us = 1000;
+// The LTC chips' waits, for what a first look has read already. Returns 0, look's error, or nothing
+// in ten seconds.
+template <typename Look, typename Done>
+std::optional<int> wait_until(Look look, Done done) {
+  constexpr uint64_t repeats = 10000;
+  constexpr useconds_t step_us = 1000;
+  return core::wait_read_compare(repeats, core::sleeping(step_us), look, done);
+}
 constexpr int busy_timeout = -1;
 constexpr int ready_timeout = -2;
 
