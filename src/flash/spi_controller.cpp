@@ -2,6 +2,8 @@
 
 #include <stdio.h>
 
+#include <algorithm>
+
 #include "core/connection.h"
 #include "core/poll.h"
 
@@ -87,11 +89,11 @@ void configure_for_one_answer() {
   write({{enable, 0}, {control, bytes_command_receive}, {frame_count, 0}, {enable, 1}});
 }
 
-bool read_flash_status(Opcode opcode, uint32_t* value) {
+int read_flash_status(Opcode opcode, uint32_t* value) {
   write(data, opcode);
-  if (!wait_for(Awaited::received)) return false;
+  if (!wait_for(Awaited::received)) return no_answer;
   *value = read(data) & 0xFF;
-  return true;
+  return 0;
 }
 
 void write_thresholds(uint32_t value) {
@@ -118,25 +120,27 @@ bool enable_quad_mode(int budget) {
   if (!short_command(volatile_status_write_enable)) return false;
   if (!command({write_status, 0, flash_quad_ready})) return false;
 
-  const auto give_up = [] {
-    puts("SPI NOT EXIT XIP MODE");
-    return false;
-  };
+  int left = budget + 1;  // the first look costs nothing
   uint32_t value = 0;
-  configure_for_one_answer();
-  if (!read_flash_status(read_status_1, &value)) return false;
-  while ((value & flash_busy) != 0) {
-    if (!read_flash_status(read_status_1, &value)) return false;
-    // Looked at before it is counted down, and whatever the flash just said.
-    if (budget-- == 0) return give_up();
+  const auto ask_until = [&](Opcode opcode, int repeats, auto right) {
+    configure_for_one_answer();
+    const auto ask = [&] {
+      --left;
+      return read_flash_status(opcode, &value);
+    };
+    // The last answer comes too late, whatever it is.
+    return core::read_wait_compare(
+        static_cast<unsigned>(repeats), core::at_once, ask, [&] { return right(value); },
+        core::LastRead::comes_too_late);
+  };
+  auto end = ask_until(read_status_1, budget + 1, [](uint32_t v) { return (v & flash_busy) == 0; });
+  if (end == 0) {
+    // Asked a second time also when the first register has used the budget up.
+    end = ask_until(read_status_2, std::max(left, 1),
+                    [](uint32_t v) { return v == flash_quad_ready; });
   }
-  configure_for_one_answer();
-  if (!read_flash_status(read_status_2, &value)) return false;
-  while (value != flash_quad_ready) {
-    if (!read_flash_status(read_status_2, &value)) return false;
-    if (--budget <= 0) return give_up();
-  }
-  return true;
+  if (!end) puts("SPI NOT EXIT XIP MODE");
+  return end == 0;
 }
 
 }  // namespace zvg::flash

@@ -103,8 +103,9 @@ bool short_command(Opcode opcode);
 // Ready to send a byte and receive one.
 void configure_for_one_answer();
 
-// Asks for a flash status register while the flash stays selected. Returns whether it came.
-bool read_flash_status(Opcode opcode, uint32_t* value);
+// Asks for a flash status register while the flash stays selected. Returns 0, or no_answer.
+constexpr int no_answer = -1;
+int read_flash_status(Opcode opcode, uint32_t* value);
 
 // The four words of the two FIFOs' thresholds.
 void write_thresholds(uint32_t value);

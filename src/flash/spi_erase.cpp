@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include "core/poll.h"
 #include "flash/spi_modify.h"
 #include "util_zvg.h"
 
@@ -10,7 +11,7 @@ using namespace zvg::flash;
 
 namespace {
 
-constexpr int erase_attempts = 21;
+constexpr unsigned erase_repeats = 20;
 
 struct Erase {
   Opcode opcode;
@@ -58,18 +59,13 @@ int erase(const Erase& kind, uint32_t address) {
   if (!sent) return failed(kind);
   uint32_t flash_status = 0;
   configure_for_one_answer();
-  if (!read_flash_status(read_status_1, &flash_status)) return failed(kind);
-  if ((flash_status & flash_busy) == 0) return succeeded(kind);
-  for (int left = erase_attempts;;) {
-    if (!read_flash_status(read_status_1, &flash_status)) return failed(kind);
-    // The last attempt's answer comes too late, whatever it is.
-    if (--left == 0) {
-      puts("SPI NOT EXIT XIP MODE");
-      return failed(kind);
-    }
-    wait(kind);
-    if ((flash_status & flash_busy) == 0) return succeeded(kind);
-  }
+  const auto ask = [&] { return read_flash_status(read_status_1, &flash_status); };
+  const auto end = zvg::core::read_wait_compare(
+      erase_repeats, [&] { wait(kind); }, ask, [&] { return (flash_status & flash_busy) == 0; });
+  if (end == 0) return succeeded(kind);
+  // Asked once more, but that answer comes too late, whatever it is.
+  if (!end && ask() == 0) puts("SPI NOT EXIT XIP MODE");
+  return failed(kind);
 }
 
 // The largest piece that fits at the address. A range that is the whole chip is the chip's.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "core/poll.h"
 #include "flash/spi_modify.h"
 #include "util_zvg.h"
 
@@ -41,7 +42,7 @@ constexpr int standard_page(bool rq301) {
 }
 
 constexpr int quad_budget = 80;
-constexpr int program_attempts = 21;
+constexpr unsigned program_repeats = 21;
 constexpr useconds_t program_step_us = 700;
 
 int failed() {
@@ -59,16 +60,12 @@ int finished(int verified) {
 bool finish_page() {
   uint32_t flash_status = 0;
   configure_for_one_answer();
-  if (!read_flash_status(read_status_1, &flash_status)) return false;
-  for (int left = program_attempts; (flash_status & flash_busy) != 0; --left) {
-    if (left == 0) {
-      puts("ERROR: FLASH PROGRAM BUSY");
-      return false;
-    }
-    if (!read_flash_status(read_status_1, &flash_status)) return false;
-    usleep(program_step_us);
-  }
-  return enable_write();
+  const auto end = zvg::core::read_wait_compare(
+      program_repeats, zvg::core::sleeping(program_step_us),
+      [&] { return read_flash_status(read_status_1, &flash_status); },
+      [&] { return (flash_status & flash_busy) == 0; });
+  if (!end) puts("ERROR: FLASH PROGRAM BUSY");
+  return end == 0 && enable_write();
 }
 
 bool program_quad_page(const uint32_t* words, int count, uint32_t address) {

@@ -1,7 +1,7 @@
 // Block protection of the flash.
 #include <stdio.h>
-#include <unistd.h>
 
+#include "core/poll.h"
 #include "flash/spi_controller.h"
 #include "util_zvg.h"
 
@@ -29,10 +29,13 @@ int finish(uint32_t status_1, const char* success, const char* error) {
 int zvgSpiProtect(void) {
   begin();
   // A flash without protection is not left behind: this wait has no end.
-  for (uint32_t value = read(status); value != sent_and_idle;) {
+  uint32_t value = 0;
+  const auto look = [&] {
     value = read(status);
-    usleep(look_step_us);
-  }
+    return 0;
+  };
+  zvg::core::read_wait_compare(zvg::core::endless, zvg::core::sleeping(look_step_us), look,
+                               [&] { return value == sent_and_idle; });
   return finish(flash_protected, "SPI protect ok!", "SPI PROTECT ERROR");
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/poll.h"
 #include "flash/spi_controller.h"
 #include "util_zvg.h"
 
@@ -23,7 +24,7 @@ constexpr int standard_chunk(bool rq301) {
 }
 
 constexpr int quad_budget = 800;
-constexpr int busy_attempts = 801;
+constexpr unsigned busy_repeats = 801;
 
 constexpr int words_of(int bytes) {
   return (bytes + 3) / 4;
@@ -91,13 +92,12 @@ int zvgSpiReadBufferStandard(uint8_t* buffer, uint32_t address, int length) {
   send({read_status_1});
   if (!wait_for(Awaited::received)) return failed();
   uint32_t flash_status = read(data);
-  for (int left = busy_attempts; (flash_status & flash_busy) != 0; --left) {
-    if (left == 0) {
-      puts("FLASH BUSY");
-      return failed();
-    }
-    if (!read_flash_status(read_status_1, &flash_status)) return failed();
-  }
+  const auto end = zvg::core::wait_read_compare(
+      busy_repeats, zvg::core::at_once,
+      [&] { return read_flash_status(read_status_1, &flash_status); },
+      [&] { return (flash_status & flash_busy) == 0; });
+  if (!end) puts("FLASH BUSY");
+  if (end != 0) return failed();
   write({{enable, 0}, {control, bytes_command_receive}, {frame_count, 255}, {enable, 1}});
   for (int remaining = length; remaining > 0;) {
     const int n = std::min(remaining, chunk);

@@ -1,6 +1,7 @@
 // Single commands to the flash, and its status registers.
 #include <stdio.h>
 
+#include "core/poll.h"
 #include "flash/spi_controller.h"
 #include "util_zvg.h"
 
@@ -27,16 +28,20 @@ int status_succeeded() {
   return 0;
 }
 
-// Asks again and again until the value is right.
+// Asks again and again until the value is right. What the last time brings comes too late.
 template <typename Right>
-int settle(Opcode opcode, uint32_t value, int attempts, const char* exhausted, Right right) {
-  for (; attempts > 0; --attempts) {
-    if (right(value)) return status_succeeded();
+int settle(Opcode opcode, uint32_t value, unsigned repeats, const char* exhausted, Right right) {
+  const auto ask = [&] {
     send({opcode});
-    if (!wait_for(Awaited::received)) return status_failed();
+    if (!wait_for(Awaited::received)) return no_answer;
     value = read(data) & 0xFF;
-  }
-  puts(exhausted);
+    return 0;
+  };
+  const auto end = zvg::core::wait_read_compare(
+      repeats, zvg::core::at_once, ask, [&] { return right(value); },
+      zvg::core::LastRead::comes_too_late);
+  if (end == 0) return status_succeeded();
+  if (!end) puts(exhausted);
   return status_failed();
 }
 
@@ -86,7 +91,7 @@ int zvgSpiReadStatusReg(uint32_t cmd) {
   send({cmd});
   if (!wait_for(Awaited::received)) return status_failed();
   const uint32_t value = read(data) & 0xFF;
-  // One attempt more for the busy bit than for quad enable.
+  // One time more for the busy bit than for quad enable.
   if (cmd == read_status_1) {
     printf("05H(SR) = 0x%x\n", value);
     return settle(read_status_1, value, 801, "FLASH BUSY",

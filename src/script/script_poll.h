@@ -11,7 +11,7 @@
 
 namespace zvg::script {
 
-constexpr int poll_countdown = 10000;
+constexpr int poll_reads = 9999;
 constexpr int poll_progress_every = 100;
 constexpr useconds_t poll_step_us = 1000;
 
@@ -19,20 +19,23 @@ template <typename Read, typename Done>
 Poll poll_register(int number, const ScriptLine& line, const char* progress, bool give_up,
                    Read read, Done done) {
   uint32_t value = 0;
-  for (int countdown = poll_countdown - 1; countdown > 0; --countdown) {
+  int reads = 0;
+  const auto look = [&]() -> std::optional<Poll> {
     value = 0;
-    if (read(&value) != 0) {
-      report_failed_read(number, line.address);
-      return Poll::read_failed;
-    }
-    if (done(value)) return Poll::matched;
+    ++reads;
+    if (read(&value) != 0) return Poll::read_failed;
+    return done(value) ? std::optional(Poll::matched) : std::nullopt;
+  };
+  const auto wait = [&] {
     usleep(poll_step_us);
-    if (countdown % poll_progress_every == 0) {
-      printf(progress, number, poll_countdown - countdown, line.address, value, line.value,
-             line.mask);
-      if (give_up) return Poll::gave_up;
-    }
-  }
+    if (reads % poll_progress_every != 0) return;
+    printf(progress, number, reads, line.address, value, line.value, line.mask);
+  };
+  const auto most = static_cast<unsigned>(give_up ? poll_progress_every : poll_reads);
+  const std::optional<Poll> end = core::look_then_wait(most, wait, look);
+  if (end == Poll::read_failed) report_failed_read(number, line.address);
+  if (end) return *end;
+  if (give_up) return Poll::gave_up;
   fprintf(stderr, "%d: check reg timeout, read [0x%08lx] out 0x%08x, should be 0x%08x!\n", number,
           line.address, value, line.value);
   return Poll::timed_out;

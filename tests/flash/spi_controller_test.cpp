@@ -286,6 +286,11 @@ TEST_F(Spi, TheQuadBudgetIsWhatBusyLeftOver) {
   const Log log = take();
   EXPECT_EQ(asked(log, 0x05), 1u + 500);
   EXPECT_EQ(asked(log, 0x35), 1u + 300);
+  // Asked twice even when nothing is left.
+  answers = std::deque<uint32_t>(800, 0x01);
+  answers.push_back(0x00);
+  EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiReadBuffer(words, 0, 4), -1); }), no_quad);
+  EXPECT_EQ(asked(take(), 0x35), 1u + 1);
 }
 
 TEST_F(Spi, EveryWaitOfAQuadReadCanTimeOut) {
