@@ -5,7 +5,9 @@
 #include <string.h>
 
 #include <algorithm>
+#include <optional>
 
+#include "core/poll.h"
 #include "display/dp_registers.h"
 
 namespace zvg::display::dp {
@@ -76,13 +78,14 @@ uint32_t zvg_dptx_aux_reply_code(const zvg_dptx* device) {
 
 uint32_t zvg_dptx_aux_wait_reply(const zvg_dptx* device) {
   const uint32_t budget = zvg_dptx_get_clk_divider(device) * polls_per_divider;
-  // A busy wait: replies come within a few hundred microseconds.
-  for (uint32_t polls = 0; polls != budget; ++polls) {
+  const auto look = [=]() -> std::optional<WaitResult> {
     if (zvg_dptx_aux_reply_timeout(device)) return timed_out;
     if (zvg_dptx_aux_reply_error(device)) return in_error;
     if (zvg_dptx_aux_reply_received(device)) return received;
-  }
-  return never_came;
+    return std::nullopt;
+  };
+  // A busy wait: replies come within a few hundred microseconds.
+  return zvg::core::look_then_wait(budget, zvg::core::at_once, look).value_or(never_came);
 }
 
 void zvg_dptx_aux_read_fifo(const zvg_dptx* device, uint8_t* buf, uint32_t n) {
@@ -100,15 +103,14 @@ uint32_t zvg_dptx_aux_dpcd_read_blk(const zvg_dptx* device, uint32_t address, ui
   memset(buf, 0, length);
   if (!zvg_dptx_aux_ready(device)) return 0;
   Reply reply = {};
-  for (int left = aux_tries; left > 0; --left) {
-    reply = exchange(device, native_read, address, length);
-    if (reply.good()) {
-      zvg_dptx_aux_read_fifo(device, buf, length);
-      return transfer_made;
-    }
-    if (reply.code != native_deferred) break;
-    if (left > 1) zvg_dptx_tmr_wait(device, deferral_ticks);
-  }
+  zvg::core::look_then_wait(
+      aux_tries, [=] { zvg_dptx_tmr_wait(device, deferral_ticks); },
+      [&] {
+        reply = exchange(device, native_read, address, length);
+        return reply.code != native_deferred;
+      },
+      zvg::core::LastWait::left_out);
+  if (reply.good()) zvg_dptx_aux_read_fifo(device, buf, length);
   return transfer_made | reply.bits();
 }
 
@@ -117,11 +119,11 @@ uint32_t zvg_dptx_aux_dpcd_write_blk(const zvg_dptx* device, uint32_t address, c
   if (!zvg_dptx_aux_ready(device)) return 0;
   Reply reply = {};
   // Unlike a read, a deferred write is repeated at once: its bytes have to be pushed again anyway.
-  for (int left = aux_tries; left > 0; --left) {
+  zvg::core::look_then_wait(aux_tries, zvg::core::at_once, [&] {
     zvg_dptx_aux_write_fifo(device, buf, length);
     reply = exchange(device, native_write, address, length);
-    if (reply.code != native_deferred) break;
-  }
+    return reply.code != native_deferred;
+  });
   return transfer_made | reply.bits();
 }
 

@@ -9,7 +9,7 @@
 namespace zvg::display::dp {
 
 constexpr uint32_t max_aux_bytes = 16;
-constexpr int aux_tries = 100;
+constexpr unsigned aux_tries = 100;
 constexpr uint32_t deferral_ticks = 10;
 
 // Bits 11 to 8 of the command register; bits 3 to 0 are the length less one.

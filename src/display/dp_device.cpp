@@ -3,6 +3,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "core/poll.h"
 #include "display/dp_registers.h"
 #include "util_zvg.h"
 
@@ -91,8 +92,8 @@ void zvg_dptx_tmr_wait(const zvg_dptx* device, uint32_t ticks) {
   zvg_dptx_tmr_enable(device, 1);
   // Behind a valid record the wait has no bound: nothing but the counter ends it. An invalid record
   // has no counter.
-  while (zvg_dptx_tmr_get_value(device) != 0 && valid(device)) {
-  }
+  zvg::core::look_then_wait(zvg::core::endless, zvg::core::at_once,
+                            [=] { return zvg_dptx_tmr_get_value(device) == 0 || !valid(device); });
 }
 
 int zvg_dptx_hpd_sense(const zvg_dptx* device) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/poll.h"
 #include "display/dp_aux.h"
 #include "display/dp_ports.h"
 #include "display/dp_registers.h"
@@ -44,18 +45,19 @@ class Read {
   template <typename Send>
   Reply repeat_while_deferred(Send send) {
     Reply reply = {};
-    do {
-      send();
-      reply = take_reply(device_);
-      if (reply.code != i2c_deferred) break;
-      --budget_;
-      zvg_dptx_tmr_wait(device_, deferral_ticks);
-    } while (budget_ > 0);
+    core::look_then_wait(
+        budget_, [this] { zvg_dptx_tmr_wait(device_, deferral_ticks); },
+        [&] {
+          send();
+          reply = take_reply(device_);
+          if (reply.code == i2c_deferred) --budget_;
+          return reply.code != i2c_deferred;
+        });
     return reply;
   }
 
   const zvg_dptx* device_;
-  int budget_ = aux_tries;
+  unsigned budget_ = aux_tries;
   uint32_t status_ = transfer_made;  // and the replies of all phases that were not repeated
 };
 
@@ -104,14 +106,16 @@ int zvg_dptx_i2c_raw_write_req(const zvg_dptx* device, uint8_t slave, uint8_t va
   Reply reply = {};
   bool taken = false;
   if (zvg_dptx_aux_ready(device)) {
-    for (int left = aux_tries; left > 0; --left) {
-      zvg_dptx_aux_write_fifo(device, pushed, sizeof pushed);
-      zvg_dptx_reg_write(device, aux_address, slave);
-      zvg_dptx_reg_write(device, aux_command, i2c_write_and_end);
-      reply = take_reply(device);
-      if (reply.code != i2c_deferred) break;
-      if (left > 1) zvg_dptx_tmr_wait(device, deferral_ticks);
-    }
+    zvg::core::look_then_wait(
+        aux_tries, [=] { zvg_dptx_tmr_wait(device, deferral_ticks); },
+        [&] {
+          zvg_dptx_aux_write_fifo(device, pushed, sizeof pushed);
+          zvg_dptx_reg_write(device, aux_address, slave);
+          zvg_dptx_reg_write(device, aux_command, i2c_write_and_end);
+          reply = take_reply(device);
+          return reply.code != i2c_deferred;
+        },
+        zvg::core::LastWait::left_out);
     taken = reply.good();
   }
   if (taken) return 0;

@@ -5,6 +5,7 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "core/poll.h"
 #include "util_zvg.h"
 
 namespace {
@@ -81,11 +82,11 @@ int zvg_mcu_handle(struct zvg_mcu_request* request) {
   zvgRegWriteByte(doorbell, doorbell_ring);
   usleep(first_look_us);
   // The controller always answers in the end; how long a slave may hold its clock is not known.
-  for (uint32_t signature = 0;;) {
+  uint32_t signature = 0;
+  zvg::core::look_then_wait(zvg::core::endless, zvg::core::sleeping(look_step_us), [&] {
     zvgRegReadLong(done, &signature);
-    if (signature == done_signature) break;
-    usleep(look_step_us);
-  }
+    return signature == done_signature;
+  });
   uint8_t status = 0;
   zvgRegReadByte(completion, &status);
   const int result = (status & completion_failed) != 0
