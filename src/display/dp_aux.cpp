@@ -43,6 +43,14 @@ Reply take_reply(const zvg_dptx* device) {
 
 using namespace zvg::display::dp;
 
+void zvg_dptx_set_clk_divider(const zvg_dptx* device, uint32_t divider) {
+  zvg_dptx_reg_write(device, aux_clock_divider, divider);
+}
+
+uint32_t zvg_dptx_get_clk_divider(const zvg_dptx* device) {
+  return zvg_dptx_reg_read(device, aux_clock_divider);
+}
+
 int zvg_dptx_aux_ready(const zvg_dptx* device) {
   return bit_of(device, aux_status, aux_busy_bit) == 0;
 }

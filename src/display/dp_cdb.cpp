@@ -2,7 +2,6 @@
 #include <stdio.h>
 
 #include "core/poll.h"
-#include "display/dp_ports.h"
 #include "display/dp_registers.h"
 #include "util_zvg.h"
 
@@ -58,15 +57,4 @@ int zvg_cdb_read(const zvg_dptx* device, uint16_t addr, uint16_t* data) {
   }
   *data = static_cast<uint16_t>(zvg_dptx_phy_reg_read(device, cdb_read_data));
   return 0;
-}
-
-int zvgDpCdbRead(uint32_t port, int addr, uint16_t* data) {
-  if (port > last_port) return refuse_channel(port);
-  return zvg_cdb_read(&record_for_transfer(port), static_cast<uint16_t>(addr), data);
-}
-
-int zvgDpCdbWrite(uint32_t port, int addr, int data) {
-  if (port > last_port) return refuse_channel(port);
-  return zvg_cdb_write(&record_for_transfer(port), static_cast<uint16_t>(addr),
-                       static_cast<uint16_t>(data));
 }

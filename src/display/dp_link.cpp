@@ -3,6 +3,7 @@
 #include <stdio.h>
 
 #include "core/poll.h"
+#include "display/dp_phy.h"
 #include "display/dp_phy_writes.h"
 
 namespace zvg::display::dp {
@@ -93,14 +94,6 @@ int zvg_dptx_init(zvg_dptx* device, uint8_t* base, uint32_t block_offset, int po
   zvg_dptx_reg_write(device, set_up_110, 0x1B8);
   zvg_dptx_reg_write(device, link_enable, 1);
   return 0;
-}
-
-void zvg_dptx_set_clk_divider(const zvg_dptx* device, uint32_t divider) {
-  zvg_dptx_reg_write(device, aux_clock_divider, divider);
-}
-
-uint32_t zvg_dptx_get_clk_divider(const zvg_dptx* device) {
-  return zvg_dptx_reg_read(device, aux_clock_divider);
 }
 
 int zvg_dptx_phy_update_link_rate(const zvg_dptx* device, uint32_t code) {

@@ -1,4 +1,6 @@
 // The PHY of a transmitter: power states, set-up, reset and drive levels.
+#include "display/dp_phy.h"
+
 #include <stdio.h>
 
 #include "core/poll.h"

@@ -46,9 +46,6 @@ void write_pll(const zvg_dptx* device, const LinkRate& rate, const PllRegister (
   for (const PllRegister reg : order) zvg_cdb_write(device, reg, rate.pll(reg));
 }
 
-// Waits until bit 0 of a PHY register is set, a tick between reads.
-bool wait_for_phy(const zvg_dptx* device, PhyRegister reg, unsigned tries);
-
 }  // namespace zvg::display::dp
 
 #endif  // ZVG_DISPLAY_DP_PHY_WRITES_H

@@ -1,6 +1,5 @@
 #include "display/dp_ports.h"
 
-#include <errno.h>
 #include <stdio.h>
 
 #include "display/dp_registers.h"
@@ -46,16 +45,4 @@ int zvgDpInit(int port) {
   const int result = zvg_dptx_init(&record_of(number), nullptr, block_of(number), port);
   ports.any_set_up = true;
   return result;
-}
-
-int zvgDpPhyRead(uint32_t port, uint32_t reg, uint32_t* value) {
-  if (port > last_port) return -EINVAL;
-  *value = zvg_dptx_reg_read(&record_for_transfer(port), reg);
-  return 0;
-}
-
-int zvgDpPhyWrite(uint32_t port, uint32_t reg, uint32_t value) {
-  if (port > last_port) return -EINVAL;
-  zvg_dptx_reg_write(&record_for_transfer(port), reg, value);
-  return 0;
 }
