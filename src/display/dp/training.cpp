@@ -1,0 +1,222 @@
+// Link training: with the sink's requests, and with fixed timing for the embedded panel. DPCD
+// addresses and values are those of the DisplayPort standard.
+#include "display/dp/training.h"
+
+#include <stdio.h>
+
+#include "display/dp/ports.h"
+#include "display/dp/registers.h"
+
+namespace zvg::display::dp {
+
+namespace {
+
+enum Dpcd : uint32_t {
+  dpcd_capabilities = 0x000,
+  dpcd_link_rate = 0x100,
+  dpcd_lane_count = 0x101,
+  dpcd_pattern = 0x102,
+  dpcd_lane_training = 0x103,  // to 0x106
+  dpcd_psr_enable = 0x170,
+  dpcd_sink_status = 0x200,
+  dpcd_lane_status = 0x202,   // lanes 0 and 1; the next one: lanes 2 and 3
+  dpcd_lane_request = 0x206,  // likewise
+  dpcd_power = 0x600,
+};
+
+// Places in a read of the capabilities, and in one from dpcd_sink_status.
+constexpr uint32_t capability_rate = 1;
+constexpr uint32_t capability_lanes = 2;
+constexpr uint32_t capability_equalisation = 0xE;
+constexpr uint32_t status_lanes_0_1 = 2;
+constexpr uint32_t status_alignment = 4;
+constexpr int block_bytes = 16;
+
+constexpr uint32_t lane_count_bits = 0x1F;
+constexpr uint32_t enhanced_frame = 0x80;
+constexpr uint32_t power_on = 1;
+
+constexpr uint8_t lane_clock_recovered = 0x1;
+constexpr uint8_t both_lanes_recovered = 0x11;
+constexpr uint8_t lane_equalised_and_locked = 0x6;
+constexpr uint8_t lanes_aligned = 0x1;
+
+// What the DPCD takes for each pattern that the transmitter sends: scrambling off.
+enum Pattern : uint32_t { no_pattern = 0, pattern_1 = 1, pattern_2 = 2, pattern_3 = 3 };
+constexpr uint32_t scrambling_off = 0x20;
+constexpr uint32_t dpcd_value(Pattern pattern) {
+  return pattern == no_pattern ? 0 : scrambling_off | pattern;
+}
+
+constexpr int max_passes = 5;
+constexpr uint32_t clock_recovery_ticks = 500;
+constexpr uint32_t fixed_clock_recovery_ticks = 100;
+constexpr uint32_t fixed_equalisation_ticks = 400;
+
+constexpr uint32_t equalisation_ticks_per_unit = 4000;
+constexpr uint32_t shortest_equalisation_ticks = 400;
+constexpr uint32_t fallback_lanes = 4;
+
+struct Drive {
+  uint32_t swing;
+  uint32_t preemphasis;
+
+  uint32_t training_byte() const { return preemphasis * 8 | swing; }
+};
+
+// The highest level carries its maximum-reached mark in the training byte.
+constexpr uint32_t stored_level(uint32_t requested) {
+  return requested == 3 ? 7 : requested;
+}
+
+class Training {
+ public:
+  explicit Training(const zvg_dptx* device) : device_(device) {}
+
+  void run(uint32_t equalisation_ticks) {
+    int passes = 0;
+    bool recovered = false;
+    do {
+      ++passes;
+      recovered = recover_clock();
+      if (!recovered && passes < max_passes) continue;
+      if (equalise(equalisation_ticks) && recovered) break;
+    } while (passes < max_passes);
+  }
+
+ private:
+  // One pass. Returns whether all four lanes have clock recovery, however many are in use.
+  bool recover_clock() {
+    zvg_dptx_set_voltage_swing(device_, lanes_[0].swing, lanes_[1].swing, lanes_[2].swing,
+                               lanes_[3].swing);
+    zvg_dptx_set_preemphasis(device_, lanes_[0].preemphasis, lanes_[1].preemphasis,
+                             lanes_[2].preemphasis, lanes_[3].preemphasis);
+    send(pattern_1, clock_recovery_ticks);
+    const bool first = look_at_pair(0);
+    const bool second = look_at_pair(1);
+    return first && second;
+  }
+
+  // Returns whether the sink can receive, as far as is looked at: lane 0 stands for all of them.
+  bool equalise(uint32_t ticks) {
+    send(pattern_2, ticks);
+    uint8_t status[block_bytes] = {};
+    zvg_dptx_aux_read_blk(device_, dpcd_sink_status, status, block_bytes);
+    return (status[status_alignment] & lanes_aligned) != 0 &&
+           (status[status_lanes_0_1] & lane_equalised_and_locked) == lane_equalised_and_locked;
+  }
+
+  void send(Pattern pattern, uint32_t ticks) {
+    zvg_dptx_aux_write(device_, dpcd_pattern, dpcd_value(pattern));
+    for (uint32_t lane = 0; lane < max_lanes; ++lane) {
+      zvg_dptx_aux_write(device_, dpcd_lane_training + lane, lanes_[lane].training_byte());
+    }
+    zvg_dptx_reg_write(device_, training_pattern, pattern);
+    zvg_dptx_tmr_wait(device_, ticks);
+  }
+
+  // Lanes 0 and 1 or 2 and 3. A lane without clock recovery takes the levels that its sink wants.
+  bool look_at_pair(uint32_t pair) {
+    uint8_t status = 0;
+    zvg_dptx_aux_read(device_, dpcd_lane_status + pair, &status);
+    if ((status & both_lanes_recovered) == both_lanes_recovered) return true;
+    uint8_t request = 0;
+    zvg_dptx_aux_read(device_, dpcd_lane_request + pair, &request);
+    for (uint32_t i = 0; i < 2; ++i) {
+      const uint32_t nibble = i * 4;
+      if ((status >> nibble & lane_clock_recovered) != 0) continue;
+      lanes_[pair * 2 + i] = {stored_level(request >> nibble & 3),
+                              stored_level(request >> (nibble + 2) & 3)};
+    }
+    return false;
+  }
+
+  const zvg_dptx* device_;
+  Drive lanes_[max_lanes] = {};
+};
+
+void finish(const zvg_dptx* device) {
+  zvg_dptx_reg_write(device, training_pattern, no_pattern);
+  zvg_dptx_aux_write(device, dpcd_pattern, dpcd_value(no_pattern));
+  zvg_dptx_reg_write(device, training_active, 0);
+}
+
+void configure_sink(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes) {
+  zvg_dptx_aux_write(device, dpcd_link_rate, rate_code);
+  zvg_dptx_aux_write(device, dpcd_lane_count, lanes | enhanced_frame);
+}
+
+void send_fixed(const zvg_dptx* device, Pattern pattern, uint32_t ticks) {
+  zvg_dptx_aux_write(device, dpcd_pattern, dpcd_value(pattern));
+  zvg_dptx_reg_write(device, training_pattern, pattern);
+  zvg_dptx_tmr_wait(device, ticks);
+}
+
+}  // namespace
+
+SinkCapabilities read_capabilities(zvg_dptx* device, const char* fallback) {
+  uint8_t bytes[block_bytes] = {};
+  const bool known = zvg_dptx_aux_read_blk(device, dpcd_capabilities, bytes, block_bytes) == 0;
+  if (known) {
+    printf("DPCD 0:");
+    for (const uint8_t byte : bytes) printf(" %02x", byte);
+    printf("\n");
+    device->link_clock = zvg_speed_to_link_clk(bytes[capability_rate]);
+    device->lanes = bytes[capability_lanes] & lane_count_bits;
+  } else {
+    puts(fallback);
+    device->link_clock = 0;
+    device->lanes = fallback_lanes;
+  }
+  const uint32_t units = bytes[capability_equalisation];
+  const uint32_t ticks =
+      units == 0 ? shortest_equalisation_ticks : units * equalisation_ticks_per_unit;
+  return {known, bytes[capability_rate], ticks};
+}
+
+}  // namespace zvg::display::dp
+
+using namespace zvg::display::dp;
+
+int zvg_dptx_train_link(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes,
+                        uint32_t equalisation_ticks, int self_refresh) {
+  zvg_dptx_reg_write(device, training_active, 1);
+  zvg_dptx_set_link_rate(device, rate_code);
+  zvg_dptx_set_lane_count(device, lanes);
+  zvg_dptx_reg_write(device, enhanced_framing, 1);
+  configure_sink(device, rate_code, lanes);
+  if (self_refresh != 0) zvg_dptx_aux_write(device, dpcd_psr_enable, 1);
+  uint8_t power = 0;
+  zvg_dptx_aux_read(device, dpcd_power, &power);
+  if (power == 0) zvg_dptx_aux_write(device, dpcd_power, power_on);
+  Training(device).run(equalisation_ticks);
+  finish(device);
+  return 0;
+}
+
+int zvg_dptx_train_link_no_aux(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes, uint32_t,
+                               int) {
+  zvg_dptx_reg_write(device, training_active, 1);
+  zvg_dptx_reg_write(device, enhanced_framing, 1);
+  zvg_dptx_set_link_rate(device, rate_code);
+  zvg_dptx_set_lane_count(device, lanes);
+  configure_sink(device, rate_code, lanes);
+  zvg_dptx_aux_write(device, dpcd_power, power_on);
+  send_fixed(device, pattern_1, fixed_clock_recovery_ticks);
+  send_fixed(device, pattern_3, fixed_equalisation_ticks);
+  uint8_t unused[block_bytes];
+  zvg_dptx_aux_read_blk(device, dpcd_sink_status, unused, block_bytes);
+  finish(device);
+  return 0;
+}
+
+int zvgDpLinkTraining(int port) {
+  const auto number = static_cast<uint32_t>(port);
+  if (number > last_port) return refuse_channel(number);
+  zvg_dptx& device = record_for_link(number);
+  const SinkCapabilities sink = read_capabilities(
+      &device, "aux read linkrate from monitor error, force to 1.62Gbps with lane 4");
+  const auto train = number == panel_port ? zvg_dptx_train_link_no_aux : zvg_dptx_train_link;
+  train(&device, sink.rate_code, device.lanes, sink.equalisation_ticks, 0);
+  return sink.known ? 0 : -1;
+}
