@@ -7,6 +7,7 @@
 #include <sys/select.h>
 #include <unistd.h>
 
+#include "core/access_failures.h"
 #include "core/connection.h"
 #include "core/serial_line.h"
 
@@ -82,6 +83,19 @@ int receive(uint32_t* word) {
   return 0;
 }
 
+// The two ways in which an access gets lost here, noted with its bus address.
+ssize_t send(const Frame& frame, uint64_t address) {
+  const ssize_t result = send_frame(g_connection.fd, frame);
+  if (result < 0) note_failed_access(FailedAccess::frame_lost, 0, address);
+  return result;
+}
+
+int receive_from(uint64_t address, uint32_t* word) {
+  const int result = receive(word);
+  if (result != 0) note_failed_access(FailedAccess::no_reply, 0, address);
+  return result;
+}
+
 template <typename Value>
 int uart_read(uint64_t address, Value* value) {
   uint64_t wide = 0;
@@ -106,12 +120,12 @@ int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
   Frame frame = {reading ? command_read : command_write, byte_enables(width, address)};
   put_address(frame, address);
   if (!reading) put_big_endian(&frame[7], in_lanes(width, address, *value));
-  ssize_t sent = send_frame(g_connection.fd, frame);
+  ssize_t sent = send(frame, address);
   if (sent < 0) return static_cast<int>(sent);
 
   uint32_t word = 0;
   if (reading) {
-    if (receive(&word) != 0) return -1;
+    if (receive_from(address, &word) != 0) return -1;
     *value = word >> (8 * first_lane(width, address));
   }
   if (width != 8) return 0;
@@ -119,10 +133,10 @@ int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
   // The board moves 32 bits at a time: a quad is a second frame for the upper word.
   put_address(frame, address + 4);
   if (!reading) put_big_endian(&frame[7], static_cast<uint32_t>(*value >> 32));
-  sent = send_frame(g_connection.fd, frame);
+  sent = send(frame, address + 4);
   // A quad write ends with what write() returned, not with 0; callers know it.
   if (!reading || sent < 0) return static_cast<int>(sent);
-  if (receive(&word) != 0) {
+  if (receive_from(address + 4, &word) != 0) {
     fprintf(stderr, "serial does not respond\n");
     return -1;
   }
