@@ -1,0 +1,142 @@
+// A board, open: everything that is done with it goes through here.
+#ifndef ZVG_SERVICE_BOARD_BOARD_H
+#define ZVG_SERVICE_BOARD_BOARD_H
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "service/board/error.h"
+#include "service/board/route.h"
+#include "service/seam/output.h"
+#include "service/seam/transport.h"
+
+namespace zvg {
+
+inline constexpr uint64_t last_register = 0xFFFFFF;
+inline constexpr uint64_t last_vram = 0xFFFFFFF;
+
+struct BoardOptions {
+  // Who carries the library's calls; the C library when null. Has to outlive the board.
+  seam::Transport* transport = nullptr;
+  // Whether a driver that does not tell which chip it has is good enough: where its registers are
+  // differs by chip.
+  bool any_chip = false;
+  // Gets what the library prints; dropped where there is none. Must not throw.
+  seam::Sink log = nullptr;
+};
+
+// One a process, as the library has one connection.
+class Board {
+ public:
+  // Opens the board. Throws an Error (not_connected, busy, bad_argument) when there is none.
+  explicit Board(const Route& route, BoardOptions options = {});
+  // Closes it; a serial line and the board behind it go back to 9600 baud.
+  ~Board();
+  Board(const Board&) = delete;
+  Board& operator=(const Board&) = delete;
+
+  const Route& route() const { return route_; }
+  Door door() const { return route_.door; }
+
+  // The descriptor of the node or line; it stays the library's.
+  int descriptor() const { return descriptor_; }
+
+  // What the driver tells, else what the route says. RQ300 behind the driver shows as RQ301.
+  Generation generation() const;
+  bool generation_known() const { return generation() != Generation::unknown; }
+
+  // One access of 1, 2, 4 or 8 bytes at a byte offset. Over a serial line, unaligned ones are made
+  // of bytes, and a 64-bit one of two words, because the board sees words. Throw an Error (access)
+  // when it did not reach the board, or the answer did not come back whole; and when one before it
+  // did not, of which nobody has been told: what follows from a lost answer is worth nothing.
+  uint64_t read_register(uint64_t offset, unsigned width);
+  void write_register(uint64_t offset, unsigned width, uint64_t value);
+  uint64_t read_vram(uint64_t offset, unsigned width);
+  void write_vram(uint64_t offset, unsigned width, uint64_t value);
+
+  // Calls a function of the library, whatever it returns. Throws an Error (access) when an access
+  // failed meanwhile, whether or not the library passed it on.
+  //
+  // deed: what is attempted, as in "cannot DEED".
+  template <typename Call>
+  auto checked(const char* deed, Call&& call) {
+    const uint64_t before = failures();
+    if constexpr (std::is_void_v<std::invoke_result_t<Call>>) {
+      std::forward<Call>(call)();
+      expect_none_since(before, deed);
+    } else {
+      auto result = std::forward<Call>(call)();
+      expect_none_since(before, deed);
+      return result;
+    }
+  }
+
+  // Calls a function that finds out whether something is there: accesses that fail are its answer
+  // and nobody's error. Returns how many they were.
+  template <typename Call>
+  uint64_t probing(Call&& call) {
+    const Probe probe(*this);
+    std::forward<Call>(call)();
+    return probe.failures();
+  }
+
+  // The serial line as messages name it: "DEVICE at BAUD baud".
+  std::string line_name() const;
+
+ private:
+  class LineGuard;
+  class Probe {
+   public:
+    explicit Probe(Board& board);
+    ~Probe();
+    Probe(const Probe&) = delete;
+    Probe& operator=(const Probe&) = delete;
+    uint64_t failures() const;
+
+   private:
+    Board& board_;
+    uint64_t before_;
+  };
+
+  static uint64_t failures();
+  void end_if_lost() const;
+  void expect_none_since(uint64_t before, const char* deed) const;
+  void open_driver(bool any_chip);
+  void open_memory();
+  void open_serial();
+  void tell_generation() const;
+  void probe_line();
+  uint64_t read_bus(uint64_t address, unsigned width);
+  void write_bus(uint64_t address, unsigned width, uint64_t value);
+  uint64_t read_bus_word(uint64_t address, unsigned width);
+  void expect_silence(uint64_t address);
+  [[noreturn]] void fail_access(const char* deed, const char* noun, const Aperture& aperture,
+                                uint64_t offset, unsigned width, int error) const;
+  [[noreturn]] void fail_line(uint64_t address, std::string message) const;
+
+  Route route_;
+  seam::Redirection output_;
+  std::unique_ptr<LineGuard> line_guard_;
+  std::optional<seam::UseTransport> use_transport_;
+  std::optional<seam::UseTransport> use_guard_;
+  int descriptor_ = -1;
+  int probes_ = 0;
+  bool checking_line_ = false;
+};
+
+// The last access of the process that failed outside of checked() and probing(): nobody has told
+// anybody yet. A face asks before it says that all is well.
+std::optional<Error> untold_failure();
+
+// The reason of a request that returned a negative result, from errno or from the result.
+std::string reason(int result, int error);
+
+}  // namespace zvg
+
+#endif  // ZVG_SERVICE_BOARD_BOARD_H
