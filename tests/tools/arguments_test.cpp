@@ -70,12 +70,12 @@ TEST(ConnectionOptionsTest, TheDriverIsTheDefault) {
 TEST(ConnectionOptionsTest, MemoryHasOneApertureOrTwo) {
   const auto two = parse_connection({.memory = "0xE0000000:0x1000000,0xD0000000:0x10000000"});
   EXPECT_EQ(two.door, Door::memory);
-  EXPECT_EQ(two.mmio.base, 0xE0000000u);
-  EXPECT_EQ(two.mmio.length, 0x1000000u);
-  EXPECT_EQ(two.vram.base, 0xD0000000u);
-  EXPECT_EQ(two.vram.length, 0x10000000u);
+  EXPECT_EQ(two.registers.base, 0xE0000000u);
+  EXPECT_EQ(two.registers.length, 0x1000000u);
+  EXPECT_EQ(two.video_memory.base, 0xD0000000u);
+  EXPECT_EQ(two.video_memory.length, 0x10000000u);
   const auto one = parse_connection({.memory = "0xE0000000:0x1000000"});
-  EXPECT_EQ(one.vram.length, 0u);
+  EXPECT_EQ(one.video_memory.length, 0u);
 }
 
 TEST(ConnectionOptionsTest, RefusesBrokenApertures) {

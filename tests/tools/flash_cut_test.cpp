@@ -51,7 +51,7 @@ class FlashCut : public zvgtest::BoardFixture, public testing::WithParamInterfac
     try {
       write();
       return true;
-    } catch (const zvgctl::Failure&) {
+    } catch (const zvg::Error&) {
       return false;
     }
   }

@@ -6,6 +6,9 @@
 
 #include "support/capture.h"
 
+// The library's standard error.
+extern "C" FILE* zvg_seam_stderr;
+
 namespace {
 
 using zvgctl::MessageTap;
@@ -13,9 +16,9 @@ using zvgctl::MessageTap;
 TEST(MessageTapTest, PassesEverythingOnUnchanged) {
   const auto output = zvgtest::capture([] {
     const MessageTap tap({"Failed"});
-    fprintf(stderr, "one %d\n", 1);
-    fprintf(stderr, "no newline");
-    fputs(" yet\n", stderr);
+    fprintf(zvg_seam_stderr, "one %d\n", 1);
+    fprintf(zvg_seam_stderr, "no newline");
+    fputs(" yet\n", zvg_seam_stderr);
   });
   EXPECT_EQ(output.err, "one 1\nno newline yet\n");
   EXPECT_EQ(output.out, "");
@@ -26,10 +29,10 @@ TEST(MessageTapTest, CountsLinesByTheirBeginning) {
   std::string first;
   zvgtest::capture([&] {
     const MessageTap tap({"Failed to read vram [", "other"});
-    fprintf(stderr, "Failed to read vram [0x%lx]\n", 0x10L);
-    fprintf(stderr, "It Failed to read vram [0x20]\n");
-    fprintf(stderr, "oth");
-    fprintf(stderr, "er\n");
+    fprintf(zvg_seam_stderr, "Failed to read vram [0x%lx]\n", 0x10L);
+    fprintf(zvg_seam_stderr, "It Failed to read vram [0x20]\n");
+    fprintf(zvg_seam_stderr, "oth");
+    fprintf(zvg_seam_stderr, "er\n");
     count = tap.count();
     first = tap.first();
   });
@@ -48,31 +51,31 @@ TEST(MessageTapTest, SeesWhatTheLibraryPrints) {
   EXPECT_EQ(output.err, "No file descriptor is opened\n");
 }
 
-TEST(MessageTapTest, NestsAndGivesStderrBack) {
-  FILE* const before = stderr;
+TEST(MessageTapTest, NestsAndGivesTheStreamBack) {
   size_t outer_count = 0;
   size_t inner_count = 0;
   const auto output = zvgtest::capture([&] {
     const MessageTap outer({"x"});
     {
       const MessageTap inner({"x"});
-      fprintf(stderr, "x\n");
+      fprintf(zvg_seam_stderr, "x\n");
       inner_count = inner.count();
     }
-    fprintf(stderr, "x\n");
+    fprintf(zvg_seam_stderr, "x\n");
     outer_count = outer.count();
   });
+  const auto later = zvgtest::capture([] { fprintf(zvg_seam_stderr, "y\n"); });
   EXPECT_EQ(inner_count, 1u);
   EXPECT_EQ(outer_count, 2u);
   EXPECT_EQ(output.err, "x\nx\n");
-  EXPECT_EQ(stderr, before);
+  EXPECT_EQ(later.err, "y\n");
 }
 
 TEST(MessageTapTest, TellsItsHandlerAtOnce) {
   std::string told;
   zvgtest::capture([&] {
     const MessageTap tap({"x"}, [&](const std::string& line) { told = line; });
-    fprintf(stderr, "x marks\n");
+    fprintf(zvg_seam_stderr, "x marks\n");
     EXPECT_EQ(told, "x marks");
   });
 }

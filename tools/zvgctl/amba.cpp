@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint64_t last_bus_address = 0xFFFFFFFFFF;
 
-void check_amba(const ConnectionOptions& options) {
+void check_amba(const Route& options) {
   require_generation(options, "the bridge to the on-chip bus");
 }
 

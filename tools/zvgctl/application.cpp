@@ -1,10 +1,12 @@
 #include "zvgctl/application.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
 
+#include "service/board/board.h"
 #include "zvgctl/arguments.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
@@ -128,11 +130,19 @@ void record(const Context& context) {
   if (context.connection.sim.empty() || on_virtual_board()) start_recording(context.record);
 }
 
+// What else helps whoever has no board.
+std::string advice(const zvg::Error& error) {
+  const int reason = error.system_error;
+  const bool nothing_there = error.kind() == zvg::ErrorKind::not_connected &&
+                             (reason == ENOENT || reason == ENXIO || reason == ENODEV);
+  return nothing_there ? "; to try zvgctl without a board, add --sim" : "";
+}
+
 int finish(Exit exit) {
   try {
     finish_recording();  // also of a command that failed: it may tell why
     finish_output();
-  } catch (const Failure& failure) {
+  } catch (const zvg::Error& failure) {
     print_error(failure.what());
     return static_cast<int>(Exit::failed);
   }
@@ -158,6 +168,7 @@ int run(const std::vector<std::string>& words) {
     catch_interrupts();
     record(context);
     context.action();
+    if (const auto failure = zvg::untold_failure()) throw *failure;
     return finish(Exit::done);
   } catch (const CLI::Success& request) {  // --help or --version
     application.exit(request);
@@ -176,9 +187,15 @@ int run(const std::vector<std::string>& words) {
     std::string message = failure.what();
     if (failure.exit() == Exit::usage) {
       message += "\nTry '" + named_command(application) + " --help'.";
+    } else if (const auto cause = zvg::untold_failure()) {
+      // What the command made of a wrong answer misleads.
+      message = cause->what();
     }
     print_error(message);
     return finish(failure.exit());
+  } catch (const zvg::Error& error) {
+    print_error(error.what() + advice(error));
+    return finish(Exit::failed);
   }
 }
 

@@ -141,7 +141,7 @@ void sample_command(const Context& context, const SampleArguments& arguments) {
     fail("the monitors of %s are not sampled into tables; 'zvgctl axi summary' shows them",
          connection.generation_name().c_str());
   }
-  if (seconds != 0 && connection.serial() == nullptr) {
+  if (seconds != 0 && connection.door() != Door::serial) {
     count = static_cast<uint64_t>(std::ceil(static_cast<double>(seconds) * samples_a_second));
   }
   const fs::path folder = prepare_folder(arguments);

@@ -39,7 +39,7 @@ void sample_axi(std::string suffix, const std::function<bool(uint32_t, uint32_t)
         }
         if (!more) pthread_exit(nullptr);
       },
-      &stdout);
+      zvg::seam::Stream::out);
   pthread_t thread;
   const int error = pthread_create(&thread, nullptr, zvg_thread_rq302monitor, suffix.data());
   if (error != 0) fail("cannot start a thread: %s", strerror(error));

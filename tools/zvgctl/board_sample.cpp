@@ -17,7 +17,7 @@ template <typename Part>
 void try_part(BoardSample& sample, Part part) {
   try {
     part();
-  } catch (const Failure& failure) {
+  } catch (const zvg::Error& failure) {
     if (sample.trouble.empty()) sample.trouble = failure.what();
   }
 }
@@ -56,7 +56,7 @@ BoardSample sample_board(Connection& connection, const std::vector<PowerMonitor>
   });
   try_part(sample, [&] { sample.die = read_die(); });
   try_part(sample, [&] { sample.fan_percent = fan_percent(); });
-  if (connection.options().door == Door::driver) {
+  if (connection.door() == Door::driver) {
     for (unsigned engine = 0; engine < engines; ++engine) {
       uint32_t load = engine;
       if (zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load) != 0) continue;

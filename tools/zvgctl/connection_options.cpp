@@ -43,14 +43,14 @@ Aperture parse_aperture(const std::string& text) {
   return aperture;
 }
 
-void parse_memory(const std::string& text, ConnectionOptions& options) {
+void parse_memory(const std::string& text, Route& options) {
   const size_t comma = text.find(',');
   options.door = Door::memory;
-  options.mmio = parse_aperture(text.substr(0, comma));
-  if (comma != std::string::npos) options.vram = parse_aperture(text.substr(comma + 1));
+  options.registers = parse_aperture(text.substr(0, comma));
+  if (comma != std::string::npos) options.video_memory = parse_aperture(text.substr(comma + 1));
 }
 
-void parse_serial(const std::string& text, ConnectionOptions& options) {
+void parse_serial(const std::string& text, Route& options) {
   options.door = Door::serial;
   options.device = text;
   options.baud = default_baud;
@@ -115,8 +115,8 @@ void add_connection_options(CLI::App& application, ConnectionText& text) {
       ->group(group);
 }
 
-ConnectionOptions parse_connection(const ConnectionText& text) {
-  ConnectionOptions options;
+Route parse_connection(const ConnectionText& text) {
+  Route options;
   const int doors =
       int{!text.driver.empty()} + int{!text.memory.empty()} + int{!text.serial.empty()};
   if (doors > 1) usage_error("give only one of --driver, --mem and --serial");
@@ -134,13 +134,13 @@ ConnectionOptions parse_connection(const ConnectionText& text) {
   return options;
 }
 
-void require_driver(const ConnectionOptions& options, const char* what) {
+void require_driver(const Route& options, const char* what) {
   if (options.door != Door::driver) {
     usage_error("%s can be reached only through the driver: leave --mem and --serial out", what);
   }
 }
 
-void require_generation(const ConnectionOptions& options, const char* what) {
+void require_generation(const Route& options, const char* what) {
   if (options.door != Door::driver && options.generation == Generation::unknown) {
     usage_error(
         "%s differs between the chips, and nothing tells which one this is: add "

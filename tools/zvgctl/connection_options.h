@@ -2,8 +2,9 @@
 #ifndef ZVGCTL_CONNECTION_OPTIONS_H
 #define ZVGCTL_CONNECTION_OPTIONS_H
 
-#include <cstdint>
 #include <string>
+
+#include "service/board/route.h"
 
 namespace CLI {
 class App;
@@ -20,23 +21,10 @@ struct ConnectionText {
   std::string generation = {};
 };
 
-enum class Door { driver, memory, serial };
-enum class Generation { unknown, rq300, rq301, rq302 };
-
-struct Aperture {
-  uint64_t base = 0;    // physical address
-  uint64_t length = 0;  // bytes; 0 leaves it unmapped
-};
-
-struct ConnectionOptions {
-  Door door = Door::driver;
-  int card = 0;
-  Aperture mmio;
-  Aperture vram;
-  std::string device;
-  int baud = 0;
-  Generation generation = Generation::unknown;
-};
+using zvg::Aperture;
+using zvg::Door;
+using zvg::Generation;
+using zvg::Route;
 
 // What stands for "--sim" and "--driver" without a value (see arguments.h).
 inline constexpr char default_board[] = "default";
@@ -45,12 +33,12 @@ inline constexpr char default_card[] = "0";
 void add_connection_options(CLI::App& application, ConnectionText& text);
 
 // Throws a usage Failure for what makes no sense, alone or together.
-ConnectionOptions parse_connection(const ConnectionText& text);
+Route parse_connection(const ConnectionText& text);
 
 // Throw a usage Failure unless the driver is the door, or unless the driver or --generation tells
 // which chip it is. what: the thing that needs it, at the start of a sentence.
-void require_driver(const ConnectionOptions& options, const char* what);
-void require_generation(const ConnectionOptions& options, const char* what);
+void require_driver(const Route& options, const char* what);
+void require_generation(const Route& options, const char* what);
 
 }  // namespace zvgctl
 

@@ -40,7 +40,7 @@ const Space crtc = {
     .last = last_index,
     .fixed_width = 1,
     .aligned = false,
-    .check = [](const ConnectionOptions&) {},
+    .check = [](const Route&) {},
     .read = read_crtc,
     .write = write_crtc,
 };

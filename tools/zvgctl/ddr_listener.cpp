@@ -1,19 +1,17 @@
 #include "zvgctl/ddr_listener.h"
 
-#include <errno.h>
-#include <string.h>
 #include <util_zvg.h>
 
-#include <thread>
-
+#include "service/seam/transport.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/interrupts.h"
+#include "zvgctl/library_messages.h"
 
 namespace zvgctl {
 
 namespace {
 
-using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
 // Messages of the 2D catalogue that eyes come from.
 constexpr uint32_t eye_row_id = 0x14001F;
@@ -23,8 +21,38 @@ constexpr uint32_t write_scan_ids[] = {0x1E0004, 0x280004};
 // What the library prints last before its text grids.
 constexpr char state_line[] = "set_2d_eye: read_write_f:";
 
-constexpr auto look_step = 20ms;
-constexpr auto patience = 2s;  // with a library that was told to stop
+// The library's listener has no end of its own on a channel that talks on. It ends at its next call
+// to the platform, from which a ListeningEnd is thrown: it holds nothing there that would be lost.
+class Ending : public zvg::seam::Forwarding {
+ public:
+  Ending(std::chrono::seconds limit, const bool& complete)
+      : Forwarding(zvg::seam::transport()),
+        until_(limit.count() == 0 ? Clock::time_point::max() : Clock::now() + limit),
+        complete_(complete) {}
+
+  int ioctl(int fd, unsigned long request, void* argument) override {
+    end_if_over();
+    return Forwarding::ioctl(fd, request, argument);
+  }
+  ssize_t write(int fd, const void* bytes, size_t size) override {
+    end_if_over();
+    return Forwarding::write(fd, bytes, size);
+  }
+  int usleep(useconds_t microseconds) override {
+    end_if_over();
+    return Forwarding::usleep(microseconds);
+  }
+
+ private:
+  void end_if_over() const {
+    if (complete_) throw ListeningEnd::silent;
+    if (InterruptNotice::came()) throw ListeningEnd::interrupted;
+    if (Clock::now() >= until_) throw ListeningEnd::too_long;
+  }
+
+  const Clock::time_point until_;
+  const bool& complete_;
+};
 
 PrintedMessage printed(uint32_t id) {
   const zvg_ddr_message* const record = find_message(ddr_catalogues().front(), id);
@@ -59,57 +87,26 @@ DdrListener::DdrListener(unsigned channel, int type)
 }
 
 ListeningEnd DdrListener::listen(std::chrono::seconds limit) {
-  tap_ = std::make_unique<MessageTap>(
-      std::initializer_list<std::string_view>{""},
-      [this](const std::string& line) { notice(line); }, &stdout);
-  if (const int error = pthread_create(&thread_, nullptr, run, this); error != 0) {
-    fail("cannot start a thread: %s", strerror(error));
+  Ending ending(limit, eyes_.complete);
+  // Behind the last message come the library's text grids.
+  const zvg::seam::Redirection until_complete(
+      [this, &until_complete](zvg::seam::Stream stream, std::string_view text) {
+        if (!eyes_.complete) until_complete.pass_on(stream, text);
+      });
+  const MessageTap tap(
+      {""}, [this](const std::string& line) { notice(line); }, zvg::seam::Stream::out);
+  const zvg::seam::UseTransport use(ending);
+  try {
+    zvgDdrShowEye(1u << eyes_.channel, type_);
+    eyes_.complete = true;
+    return ListeningEnd::silent;
+  } catch (const ListeningEnd end) {
+    return end;
   }
-  using Clock = std::chrono::steady_clock;
-  const auto ends = [this](Clock::time_point until, bool until_interrupt) {
-    while (!ended_ && Clock::now() < until && !(until_interrupt && InterruptNotice::came())) {
-      std::this_thread::sleep_for(look_step);
-    }
-    return ended_.load();
-  };
-  if (!ends(limit == 0s ? Clock::time_point::max() : Clock::now() + limit, true)) {
-    stop_ = true;
-    if (!ends(Clock::now() + patience, false)) {
-      tap_->release();  // what the caller prints now is no message
-      return ListeningEnd::stuck;
-    }
-  }
-  pthread_join(thread_, nullptr);
-  tap_.reset();
-  return silent_ ? ListeningEnd::silent : ListeningEnd::stopped;
 }
 
-ChannelEyes DdrListener::eyes() {
-  const std::lock_guard guard(lock_);
-  eyes_.complete = silent_;
-  return eyes_;
-}
-
-void* DdrListener::run(void* self) {
-  auto& listener = *static_cast<DdrListener*>(self);
-  // Also when the thread ends in the middle of the library.
-  struct End {
-    std::atomic<bool>& ended;
-    ~End() { ended = true; }
-  } end{listener.ended_};
-  zvgDdrShowEye(1u << listener.eyes_.channel, listener.type_);
-  listener.silent_ = true;
-  return nullptr;
-}
-
-// Called by the library's prints, on its thread.
 void DdrListener::notice(const std::string& line) {
-  if (line.starts_with(state_line)) {
-    silent_ = true;
-    pthread_exit(nullptr);
-  }
-  if (stop_) pthread_exit(nullptr);
-  const std::lock_guard guard(lock_);
+  if (line.starts_with(state_line)) eyes_.complete = true;
   if (matches(read_scans_, line)) reading_ = true;
   if (matches(write_scans_, line)) reading_ = false;
   if (const auto values = eye_row_.match(line); values && values->size() == Eye::columns) {

@@ -62,14 +62,6 @@ std::chrono::seconds deadline(const Context& context) {
   return std::chrono::seconds(serial ? default_serial_deadline : default_deadline);
 }
 
-// Ends the process although the library is still listening on its thread, which would use the
-// connection after it was closed.
-[[noreturn]] void leave(const Connection& connection) {
-  if (connection.options().door == Door::serial) zvgClose();  // back to 9600 baud
-  fflush(stdout);
-  _exit(static_cast<int>(Exit::failed));
-}
-
 void eye_command(const Context& context, const EyeArguments& arguments) {
   const auto mask =
       static_cast<unsigned>(parse_number("--channel", arguments.mask, every_ddr_channel));
@@ -78,7 +70,11 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
   const auto limit = deadline(context);
   require_generation(parse_connection(context.connection), "where the DDR channels are");
   Connection connection(context);
-  set_deadline(0);  // the listener has it
+  // The listener keeps its own time at every request, frame and sleep. A mapped mailbox that never
+  // empties makes none of them.
+  constexpr unsigned patience = 2;
+  const auto whole = static_cast<unsigned>(limit.count()) * max_ddr_channels + patience;
+  set_deadline(limit.count() == 0 || connection.door() != Door::memory ? 0 : whole);
   const unsigned selected = selected_ddr_channels(mask);
   // Before the listening, which may take a while.
   std::unique_ptr<AtomicFile> file;
@@ -88,18 +84,17 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
   const InterruptNotice ctrl_c;  // what was heard so far is drawn all the same
   std::vector<ChannelEyes> channels;
   std::string cut_short;
-  bool stuck = false;
   for (unsigned channel = 0; channel < max_ddr_channels && cut_short.empty(); ++channel) {
     if ((selected >> channel & 1) == 0) continue;
-    auto listener = std::make_unique<DdrListener>(channel, type);
-    const ListeningEnd end = listener->listen(limit);
-    channels.push_back(listener->eyes());
-    stuck = end == ListeningEnd::stuck;
-    if (stuck) listener.release();  // its thread goes on
-    if (end == ListeningEnd::silent) continue;
-    cut_short = InterruptNotice::came() ? format("listening to channel %u was interrupted", channel)
-                                        : format("channel %u did not fall silent within %lld s",
-                                                 channel, static_cast<long long>(limit.count()));
+    DdrListener listener(channel, type);
+    const ListeningEnd end = listener.listen(limit);
+    channels.push_back(listener.eyes());
+    if (end == ListeningEnd::interrupted) {
+      cut_short = format("listening to channel %u was interrupted", channel);
+    } else if (end == ListeningEnd::too_long) {
+      cut_short = format("channel %u did not fall silent within %lld s", channel,
+                         static_cast<long long>(limit.count()));
+    }
   }
 
   if (file) {
@@ -116,11 +111,7 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
       printf("\n%s: %zu channel%s\n", arguments.output.c_str(), channels.size(),
              channels.size() == 1 ? "" : "s");
   }
-  if (cut_short.empty()) return;
-  const std::string message = cut_short + "; what it had sent is shown";
-  if (!stuck) fail("%s", message.c_str());
-  print_error(message);
-  leave(connection);
+  if (!cut_short.empty()) fail("%s; what it had sent is shown", cut_short.c_str());
 }
 
 struct MessageArguments {

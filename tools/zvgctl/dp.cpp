@@ -74,7 +74,7 @@ std::optional<LinkStatus> ask_sink(DpChannel& channel, bool plugged) {
   if (!plugged) return {};
   try {
     return read_link_status(channel);
-  } catch (const Failure& failure) {
+  } catch (const zvg::Error& failure) {
     warn("%s", failure.what());
     return {};
   }

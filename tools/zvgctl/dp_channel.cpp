@@ -58,7 +58,7 @@ zvg_dptx dp_device(uint32_t port) {
 DpChannel::DpChannel(Connection& connection, uint32_t port, Way way)
     : connection_(connection), port_(port), way_(way), device_(dp_device(port)) {
   if (way == Way::driver) {
-    if (connection.options().door != Door::driver) {
+    if (connection.door() != Door::driver) {
       usage_error("--via-driver: the driver makes transfers for its own boards only; use --driver");
     }
     return;

@@ -158,7 +158,7 @@ void read_command(const Context& context, const ReadArguments& arguments) {
     say_what_is_shown(image);
   }
   // Over a serial line a damaged EDID is more likely a damaged transfer.
-  judge(image, arguments.strict || connection.serial() != nullptr);
+  judge(image, arguments.strict || connection.door() == Door::serial);
 }
 
 void show_command(const Context& context, const ShowArguments& arguments) {

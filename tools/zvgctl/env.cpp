@@ -190,7 +190,7 @@ void menu_command(const Context& context) {
     Way way;
     try {
       for (const std::string& word : words) go(way, word);
-    } catch (const Failure& failure) {
+    } catch (const zvg::Error& failure) {
       puts(failure.what());
       words.clear();
       continue;

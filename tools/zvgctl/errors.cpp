@@ -22,14 +22,6 @@ std::string format_list(const char* pattern, va_list arguments) {
 
 }  // namespace
 
-std::string format(const char* pattern, ...) {
-  va_list arguments;
-  va_start(arguments, pattern);
-  std::string text = format_list(pattern, arguments);
-  va_end(arguments);
-  return text;
-}
-
 void fail(const char* pattern, ...) {
   va_list arguments;
   va_start(arguments, pattern);

@@ -2,28 +2,30 @@
 #ifndef ZVGCTL_ERRORS_H
 #define ZVGCTL_ERRORS_H
 
-#include <exception>
 #include <string>
 
+#include "service/board/error.h"
+
 namespace zvgctl {
+
+using zvg::format;
 
 // The exit status of the process.
 enum class Exit { done = 0, failed = 1, usage = 2 };
 
-// Ends the command; main() prints the message after "zvgctl: " on standard error.
-class Failure : public std::exception {
+// Ends the command, as every zvg::Error does; the message is printed after "zvgctl: " on standard
+// error.
+class Failure : public zvg::Error {
  public:
-  Failure(Exit exit, std::string message) : exit_(exit), message_(std::move(message)) {}
+  Failure(Exit exit, std::string message)
+      : Error(exit == Exit::usage ? zvg::ErrorKind::bad_argument : zvg::ErrorKind::bad_data,
+              std::move(message)),
+        exit_(exit) {}
   Exit exit() const { return exit_; }
-  const char* what() const noexcept override { return message_.c_str(); }
 
  private:
   Exit exit_;
-  std::string message_;
 };
-
-// The text that printf would print.
-[[gnu::format(printf, 1, 2)]] std::string format(const char* pattern, ...);
 
 // Throws a Failure: the board, a file or the system did not do its part.
 [[noreturn, gnu::format(printf, 1, 2)]] void fail(const char* pattern, ...);

@@ -33,7 +33,7 @@ int quietly(const std::function<int()>& call, std::string* said) {
       {"SPI NOT", "SPI BASIC", "SPI READ ERROR", "SPI PROGRAM ERROR", "SPI CHECK DATA ERROR",
        "SPI 2MB", "SPI 4KB ERASE ERROR", "SPI 32KB ERASE ERROR", "SPI 64KB ERASE ERROR", "ERROR",
        "FLASH BUSY", "SPI PROTECT", "SPI UNPROTECT", "Read STATUSREG ERROR"},
-      {}, &stdout);
+      {}, zvg::seam::Stream::out);
   const int result = call();
   fflush(stdout);
   if (said != nullptr) *said = errors.first();
@@ -131,8 +131,8 @@ class Write {
       erase_what_must();
       program_what_differs();
       verify();
-    } catch (const Failure& failure) {
-      throw Failure(failure.exit(), std::string(failure.what()) + "\n" + in_doubt());
+    } catch (const zvg::Error& failure) {
+      throw zvg::Error(failure.kind(), std::string(failure.what()) + "\n" + in_doubt());
     }
     journal_.end();
     return result_;
@@ -312,7 +312,7 @@ uint8_t flash_status(unsigned number) {
   const MessageTap lines(
       {"05H(SR) = ", "35H(SR) = "},
       [&](const std::string& line) { found = sscanf(line.c_str(), "%*2cH(SR) = %x", &value) == 1; },
-      &stdout);
+      zvg::seam::Stream::out);
   zvgSpiReadStatusReg(commands[number - 1]);
   fflush(stdout);
   if (!found) fail("cannot read the flash's status register %u: the flash does not answer", number);

@@ -100,7 +100,7 @@ std::string describe(const zvg_color_setting& s) {
 void set_command(const Context& context, const Arguments& arguments) {
   const zvg_color_setting s = parse_setting(arguments);
   Connection connection(context, gamma_deadline);
-  if (connection.options().door != Door::driver) {
+  if (connection.door() != Door::driver) {
     usage_error("gamma set: the driver loads the table; use --driver");
   }
   // Every digit of a float, so that the table is the one that gamma show draws.

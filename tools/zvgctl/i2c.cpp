@@ -45,7 +45,7 @@ struct Place {
   std::string bus, slave, reg;
 };
 
-unsigned bus_count(const ConnectionOptions& options) {
+unsigned bus_count(const Route& options) {
   return options.door == Door::driver ? 6 : 4;
 }
 
@@ -87,7 +87,7 @@ void print_grid(unsigned bus, const std::vector<unsigned>& found) {
 }
 
 void scan_command(const Context& context, const std::string& bus_text) {
-  const ConnectionOptions options = parse_connection(context.connection);
+  const Route options = parse_connection(context.connection);
   const unsigned buses = bus_count(options);
   std::vector<unsigned> chosen;
   if (!bus_text.empty()) {
@@ -119,7 +119,7 @@ struct Device {
   unsigned bus, slave;
 };
 
-Device parse_device(const ConnectionOptions& options, const Place& place) {
+Device parse_device(const Route& options, const Place& place) {
   return {parse_bus(options, place.bus),
           static_cast<unsigned>(parse_number("ADDRESS", place.slave, any_slave))};
 }
@@ -145,7 +145,7 @@ void print_registers(const Context& context, const Device& device, unsigned reg,
 }
 
 void read_command(const Context& context, const Place& place, const std::string& count_text) {
-  const ConnectionOptions options = parse_connection(context.connection);
+  const Route options = parse_connection(context.connection);
   const Device device = parse_device(options, place);
   const auto reg = static_cast<unsigned>(parse_number("REGISTER", place.reg, register_count - 1));
   const size_t count = parse_number("--count", count_text, longest_transfer);
@@ -288,7 +288,7 @@ void fail_i2c(unsigned bus, unsigned slave, int result, const char* deed) {
   fail("I2C bus %u, address 0x%02x: cannot %s: %s", bus, slave, deed, why.c_str());
 }
 
-unsigned parse_bus(const ConnectionOptions& options, const std::string& text) {
+unsigned parse_bus(const Route& options, const std::string& text) {
   return static_cast<unsigned>(parse_number("BUS", text, bus_count(options) - 1));
 }
 

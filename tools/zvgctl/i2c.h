@@ -14,7 +14,7 @@ namespace zvgctl {
 [[noreturn]] void fail_i2c(unsigned bus, unsigned slave, int result, const char* deed);
 
 // A bus that the door has. Throws a usage Failure.
-unsigned parse_bus(const ConnectionOptions& options, const std::string& text);
+unsigned parse_bus(const Route& options, const std::string& text);
 
 unsigned parse_ddc_channel(const char* name, const std::string& text);
 

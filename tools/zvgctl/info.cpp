@@ -5,6 +5,7 @@
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -50,15 +51,24 @@ constexpr BaseItem bases[] = {
     {"clock", "Clocks and PLLs", ZVG_HW_CLOCK},
 };
 
-std::optional<uint32_t> query_number(unsigned key) {
+// Asks the driver, and once more when the request failed. What it will not tell shows as such.
+bool told(Connection& connection, const std::function<int()>& question) {
+  int result = -1;
+  for (int i = 0; i < 2 && result != 0; ++i) connection.probing([&] { result = question(); });
+  return result == 0;
+}
+
+std::optional<uint32_t> query_number(Connection& connection, unsigned key) {
   uint32_t value = 0;
-  if (zvgQueryInt(key, &value) != 0) return std::nullopt;
+  if (!told(connection, [&] { return zvgQueryInt(key, &value); })) return std::nullopt;
   return value;
 }
 
-std::optional<std::string> query_text(int key) {
+std::optional<std::string> query_text(Connection& connection, int key) {
   char answer[answer_size] = {};
-  if (zvgQueryOperate(key, answer) != 0 || answer[0] == '\0') return std::nullopt;
+  const bool has_text =
+      told(connection, [&] { return zvgQueryOperate(key, answer); }) && answer[0] != '\0';
+  if (!has_text) return std::nullopt;
   return std::string(answer, strnlen(answer, sizeof answer));
 }
 
@@ -89,30 +99,34 @@ struct DriverInfo {
   std::optional<std::string> power_state;
 };
 
-DriverInfo ask_driver() {
+DriverInfo ask_driver(Connection& connection) {
   DriverInfo info;
-  info.cards = query_number(ZVG_QUERY_CARDS);
+  info.cards = query_number(connection, ZVG_QUERY_CARDS);
   uint32_t version[4] = {};
-  if (zvgKrtcoreVer(&version[0], &version[1], &version[2], &version[3]) == 0) {
+  if (told(connection,
+           [&] { return zvgKrtcoreVer(&version[0], &version[1], &version[2], &version[3]); })) {
     info.core_version = format("%u.%u.%u.%u", version[0], version[1], version[2], version[3]);
   }
-  info.gop_version = query_text(ZVG_QUERY_GOP_VERSION);
-  info.firmware_version = query_text(ZVG_QUERY_FIRMWARE_VERSION);
+  info.gop_version = query_text(connection, ZVG_QUERY_GOP_VERSION);
+  info.firmware_version = query_text(connection, ZVG_QUERY_FIRMWARE_VERSION);
   zvg_info memory = {};
-  if (zvgInfoRead(&memory) == 0) info.memory = memory;
+  if (told(connection, [&] { return zvgInfoRead(&memory); })) info.memory = memory;
   uint32_t state = 0;
-  if (zvgPowerGetState(&state) == 0) info.power_state = zvgPowerStateName(state);
+  if (told(connection, [&] { return zvgPowerGetState(&state); }))
+    info.power_state = zvgPowerStateName(state);
   return info;
 }
 
-void print_driver(const Connection& connection, const DriverInfo& info) {
-  line("Card", format("%d of %s", connection.options().card, or_unknown(info.cards).c_str()));
+void print_driver(Connection& connection, const DriverInfo& info) {
+  line("Card", format("%d of %s", connection.route().card, or_unknown(info.cards).c_str()));
   line("Device id", hex(get_device_id(), 3));
   line("Driver core version", or_unknown(info.core_version));
   line("GOP version", or_unknown(info.gop_version));
   line("Firmware version", or_unknown(info.firmware_version));
-  for (const NumberItem& item : clocks) line(item.label, or_unknown(query_number(item.query)));
-  for (const NumberItem& item : engines) line(item.label, or_unknown(query_number(item.query)));
+  for (const NumberItem& item : clocks)
+    line(item.label, or_unknown(query_number(connection, item.query)));
+  for (const NumberItem& item : engines)
+    line(item.label, or_unknown(query_number(connection, item.query)));
   line("Power state", or_unknown(info.power_state));
   if (info.memory) {
     line("Video memory used", std::to_string(info.memory->used));
@@ -122,17 +136,18 @@ void print_driver(const Connection& connection, const DriverInfo& info) {
   }
 }
 
-void add_driver(Json& document, const Connection& connection, const DriverInfo& info) {
-  document["card"] = connection.options().card;
+void add_driver(Json& document, Connection& connection, const DriverInfo& info) {
+  document["card"] = connection.route().card;
   document["cards"] = or_null(info.cards);
   document["device_id"] = hex(get_device_id(), 3);
   document["versions"] = {{"core", or_null(info.core_version)},
                           {"gop", or_null(info.gop_version)},
                           {"firmware", or_null(info.firmware_version)}};
   for (const NumberItem& item : clocks) {
-    document["clocks"][item.key] = or_null(query_number(item.query));
+    document["clocks"][item.key] = or_null(query_number(connection, item.query));
   }
-  for (const NumberItem& item : engines) document[item.key] = or_null(query_number(item.query));
+  for (const NumberItem& item : engines)
+    document[item.key] = or_null(query_number(connection, item.query));
   document["power_state"] = or_null(info.power_state);
   document["video_memory"] = Json();
   if (info.memory) {
@@ -150,18 +165,18 @@ Json aperture_json(const Aperture& aperture) {
 }
 
 void print_info(Connection& connection) {
-  const ConnectionOptions& options = connection.options();
+  const Route& options = connection.route();
   line("Mode", zvgType2Str(get_s_type()));
   if (on_virtual_board()) line("Board", "virtual (" + virtual_board_name() + ")");
   if (options.door == Door::memory) {
-    line("Register aperture", aperture_text(options.mmio));
-    line("Video memory aperture", aperture_text(options.vram));
+    line("Register aperture", aperture_text(options.registers));
+    line("Video memory aperture", aperture_text(options.video_memory));
   }
-  if (options.door == Door::serial) line("Serial line", connection.serial()->name());
+  if (options.door == Door::serial) line("Serial line", connection.line_name());
   line("Generation", connection.generation_known()  ? connection.generation_name()
                      : options.door == Door::driver ? "not told by the driver"
                                                     : "unknown: --generation tells");
-  if (options.door == Door::driver) print_driver(connection, ask_driver());
+  if (options.door == Door::driver) print_driver(connection, ask_driver(connection));
   if (!connection.generation_known()) return;
   for (const BaseItem& item : bases) line(item.label, hex(zvg_gpu_hardware[item.word], 6));
   const uint32_t channels = zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS];
@@ -174,20 +189,20 @@ void print_info(Connection& connection) {
 }
 
 Json info_json(Connection& connection) {
-  const ConnectionOptions& options = connection.options();
+  const Route& options = connection.route();
   Json document;
   document["mode"] = zvgType2Str(get_s_type());
   document["virtual_board"] = on_virtual_board() ? Json(virtual_board_name()) : Json();
   if (options.door == Door::memory) {
-    document["apertures"] = {{"mmio", aperture_json(options.mmio)},
-                             {"vram", aperture_json(options.vram)}};
+    document["apertures"] = {{"mmio", aperture_json(options.registers)},
+                             {"vram", aperture_json(options.video_memory)}};
   }
   if (options.door == Door::serial) {
     document["serial"] = {{"device", options.device}, {"baud", options.baud}};
   }
   document["generation"] =
       connection.generation_known() ? Json(connection.generation_name()) : Json();
-  if (options.door == Door::driver) add_driver(document, connection, ask_driver());
+  if (options.door == Door::driver) add_driver(document, connection, ask_driver(connection));
   if (!connection.generation_known()) return document;
   Json& blocks = document["block_bases"];
   for (const BaseItem& item : bases) blocks[item.key] = hex(zvg_gpu_hardware[item.word], 6);
@@ -201,7 +216,7 @@ Json info_json(Connection& connection) {
 }
 
 void info_command(const Context& context) {
-  Connection connection(context);
+  Connection connection(context, 0, /*any_chip=*/true);
   if (context.json) {
     print_json(info_json(connection));
   } else {

@@ -36,7 +36,7 @@ const Space ports = {
     .last = 0xFF,
     .fixed_width = 1,
     .aligned = false,
-    .check = [](const ConnectionOptions& options) { require_driver(options, "I/O ports"); },
+    .check = [](const Route& options) { require_driver(options, "I/O ports"); },
     .read = read_port,
     .write = write_port,
 };

@@ -67,7 +67,7 @@ const Space kernel_memory = {
     .last = UINT64_MAX,
     .fixed_width = 0,
     .aligned = false,
-    .check = [](const ConnectionOptions& options) { require_driver(options, "kernel memory"); },
+    .check = [](const Route& options) { require_driver(options, "kernel memory"); },
     .read = read_kmem,
     .write = write_kmem,
 };

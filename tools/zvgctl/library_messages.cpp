@@ -1,49 +1,26 @@
 #include "zvgctl/library_messages.h"
 
-#include <errno.h>
-#include <string.h>
-
-#include "zvgctl/errors.h"
-
 namespace zvgctl {
 
 MessageTap::MessageTap(std::initializer_list<std::string_view> beginnings, Handler handler,
-                       FILE** standard_stream)
+                       zvg::seam::Stream stream)
     : beginnings_(beginnings.begin(), beginnings.end()),
       handler_(std::move(handler)),
-      standard_stream_(standard_stream),
-      outer_(*standard_stream) {
-  cookie_io_functions_t functions = {};
-  functions.write = &MessageTap::take;
-  stream_ = fopencookie(this, "w", functions);
-  if (stream_ == nullptr) fail("cannot follow the library's messages: %s", strerror(errno));
-  setvbuf(stream_, nullptr, _IONBF, 0);
-  // The standard streams are variables, here: the library's fprintf(stderr, ...) comes to take().
-  *standard_stream_ = stream_;
-}
+      redirection_([this, stream](zvg::seam::Stream printed_on, std::string_view text) {
+        redirection_.pass_on(printed_on, text);
+        if (printed_on == stream) take(text);
+      }) {}
 
-MessageTap::~MessageTap() {
-  release();
-  fclose(stream_);
-}
-
-void MessageTap::release() {
-  *standard_stream_ = outer_;
-}
-
-ssize_t MessageTap::take(void* self, const char* text, size_t size) {
-  auto& tap = *static_cast<MessageTap*>(self);
-  const size_t written = fwrite(text, 1, size, tap.outer_);
-  for (const char c : std::string_view(text, size)) {
+void MessageTap::take(std::string_view text) {
+  for (const char c : text) {
     if (c != '\n') {
-      tap.line_.push_back(c);
+      line_.push_back(c);
       continue;
     }
-    const std::string line = std::move(tap.line_);
-    tap.line_.clear();
-    tap.notice(line);
+    const std::string line = std::move(line_);
+    line_.clear();
+    notice(line);
   }
-  return static_cast<ssize_t>(written);
 }
 
 void MessageTap::notice(const std::string& line) {

@@ -87,7 +87,7 @@ std::vector<uint8_t> read_mcu_edid(const McuTarget& target) {
   uint32_t length = 0;
   {
     const StdoutOnStderr remarks;
-    const MessageTap failures({"read edid failed", "new is error"}, {}, &stdout);
+    const MessageTap failures({"read edid failed", "new is error"}, {}, zvg::seam::Stream::out);
     mcu_i2c_get_edid(target.first, target.second, bytes.data(), &length);
     fflush(stdout);
     if (failures.count() != 0) {

@@ -66,28 +66,15 @@ void print_json_line(const Json& document) {
   write_json(document.dump() + "\n");
 }
 
-DivertedStdout::DivertedStdout(int fd) {
-  fflush(stdout);
-  saved_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-  if (saved_ < 0 || fd < 0 || dup2(fd, STDOUT_FILENO) < 0) {
-    fail("cannot divert standard output: %s", strerror(errno));
-  }
-}
-
-DivertedStdout::~DivertedStdout() {
-  fflush(stdout);
-  dup2(saved_, STDOUT_FILENO);
-  close(saved_);
-}
-
-// The descriptor stays open for the next time.
 QuietStdout::QuietStdout()
-    : DivertedStdout([] {
-        static const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        return null;
-      }()) {}
+    : redirection_([this](zvg::seam::Stream stream, std::string_view text) {
+        if (stream == zvg::seam::Stream::err) redirection_.pass_on(stream, text);
+      }) {}
 
-StdoutOnStderr::StdoutOnStderr() : DivertedStdout(STDERR_FILENO) {}
+StdoutOnStderr::StdoutOnStderr()
+    : redirection_([this](zvg::seam::Stream, std::string_view text) {
+        redirection_.pass_on(zvg::seam::Stream::err, text);
+      }) {}
 
 void finish_output() {
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {

@@ -8,9 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "service/json.h"
+#include "service/seam/output.h"
+
 namespace zvgctl {
 
-using Json = nlohmann::ordered_json;
+using zvg::Json;
 
 // Colour is for terminals, and for those who did not set NO_COLOR.
 bool use_colour(int fd);
@@ -26,30 +29,22 @@ void give_stdout_back();
 void print_json(const Json& document);
 void print_json_line(const Json& document);
 
-// While one lives, what is printed on standard output goes elsewhere.
-class DivertedStdout {
- public:
-  DivertedStdout(const DivertedStdout&) = delete;
-  DivertedStdout& operator=(const DivertedStdout&) = delete;
-
- protected:
-  explicit DivertedStdout(int fd);
-  ~DivertedStdout();
-
- private:
-  int saved_;
-};
-
-// Nowhere.
-class QuietStdout : public DivertedStdout {
+// While one lives, what the library prints on standard output goes nowhere.
+class QuietStdout {
  public:
   QuietStdout();
+
+ private:
+  zvg::seam::Redirection redirection_;
 };
 
-// To standard error: the library's remarks where a command prints data.
-class StdoutOnStderr : public DivertedStdout {
+// While one lives, it goes to standard error: the library's remarks where a command prints data.
+class StdoutOnStderr {
  public:
   StdoutOnStderr();
+
+ private:
+  zvg::seam::Redirection redirection_;
 };
 
 // Writes out everything that was printed. Throws a Failure when it did not all get there.

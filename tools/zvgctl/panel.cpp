@@ -69,7 +69,7 @@ void self_test_command(const Context& context, const Arguments& arguments) {
     usage_error("STATE: expected on or off, found '%s'", arguments.value.c_str());
   }
   Connection connection(context, dp_deadline);
-  if (connection.options().door != Door::driver) {
+  if (connection.door() != Door::driver) {
     usage_error("panel self-test: the driver makes the transfers; use --driver");
   }
   int result;

@@ -19,7 +19,7 @@ constexpr uint64_t conventional_size = 0x100;
 constexpr uint64_t extended_size = 0x1000;
 
 // The driver's request has a place for the card, but the library always leaves it at 0.
-void check_pci(const ConnectionOptions& options) {
+void check_pci(const Route& options) {
   require_driver(options, "PCI configuration space");
   if (options.card != 0) {
     fail("PCI configuration space can be reached for card 0 only, not for card %d", options.card);

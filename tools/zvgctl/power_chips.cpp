@@ -297,7 +297,7 @@ std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
 std::vector<Rail> measure(const PowerMonitor& monitor) {
   // Results that could not be read are zeros to the library, and no error.
   const MessageTap errors({"error: i2c operation"});
-  const MessageTap lines({"error: i2c operation"}, {}, &stdout);
+  const MessageTap lines({"error: i2c operation"}, {}, zvg::seam::Stream::out);
   std::vector<Rail> list = measure_chip(monitor);
   fflush(stdout);
   if (errors.count() + lines.count() != 0) {

@@ -1,17 +1,13 @@
 #include "zvgctl/recorder.h"
 
-#include <dlfcn.h>
-#include <stdarg.h>
 #include <stdint.h>
 #include <string.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 #include <util_zvg.h>
 
 #include <memory>
 
+#include "service/board/board.h"
 #include "zvgctl/atomic_file.h"
-#include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
 
 namespace zvgctl {
@@ -31,6 +27,9 @@ constexpr size_t reply_size = 4;
 constexpr uint8_t frame_read = 0xFD;
 constexpr uint8_t frame_write = 0xFE;
 
+// Where the bus that the serial link reaches shows the registers.
+constexpr uint64_t bus_mmio_base = 0x1000000;
+
 struct Recording {
   explicit Recording(const std::string& path) : file(path, /*overwrite=*/false) {}
 
@@ -44,14 +43,14 @@ struct Recording {
   size_t replied = 0;
 };
 
-// The one recording of the process: the calls below are those of the whole of it.
+// The one recording of the process.
 std::unique_ptr<Recording> recording;
 
 void put(const std::string& line) {
   if (!recording->failure.empty()) return;
   try {
     recording->file.write(line.data(), line.size());
-  } catch (const Failure& failure) {
+  } catch (const zvg::Error& failure) {
     recording->failure = failure.what();
   }
 }
@@ -83,7 +82,7 @@ void take_word(bool write, uint64_t address, uint8_t enables, uint32_t word) {
   const auto width = static_cast<unsigned>(__builtin_popcount(enables));
   const uint64_t mask = width >= 4 ? UINT32_MAX : (uint64_t{1} << (8 * width)) - 1;
   const uint64_t value = word >> (8 * lane) & mask;
-  if (address >= bus_mmio_base && address - bus_mmio_base <= last_register) {
+  if (address >= bus_mmio_base && address - bus_mmio_base <= zvg::last_register) {
     put_access(write, address - bus_mmio_base + lane, width, value);
   } else {
     put_elsewhere(write, "bus address", address + lane, width, value);
@@ -116,10 +115,40 @@ void take_reply(const uint8_t* bytes, size_t size) {
   take_word(false, r.read_address, r.read_enables, big_endian(r.reply));
 }
 
-template <typename Function>
-Function* next_symbol(const char* name) {
-  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
+// Passes everything on, and writes down what goes through.
+class RecordingTransport : public zvg::seam::Transport {
+ public:
+  int ioctl(int fd, unsigned long request, void* argument) override {
+    const int result = Transport::ioctl(fd, request, argument);
+    if (recording && request == register_request && result == 0) {
+      RegisterRecord record;
+      memcpy(&record, argument, sizeof record);
+      take_request(record);
+    }
+    return result;
+  }
+
+  ssize_t write(int fd, const void* bytes, size_t size) override {
+    const ssize_t result = Transport::write(fd, bytes, size);
+    const auto* const frame = static_cast<const uint8_t*>(bytes);
+    const bool whole = size == frame_size && result == static_cast<ssize_t>(size);
+    if (recording && whole) take_frame(frame);
+    return result;
+  }
+
+  ssize_t read(int fd, void* bytes, size_t size) override {
+    const ssize_t result = Transport::read(fd, bytes, size);
+    if (recording && result > 0) {
+      take_reply(static_cast<const uint8_t*>(bytes), static_cast<size_t>(result));
+    }
+    return result;
+  }
+
+  int usleep(useconds_t microseconds) override {
+    if (recording && microseconds != 0) put(format("usleep %u\n", microseconds));
+    return Transport::usleep(microseconds);
+  }
+};
 
 }  // namespace
 
@@ -135,50 +164,9 @@ void finish_recording() {
   ended->file.commit();
 }
 
+zvg::seam::Transport* recording_transport() {
+  static RecordingTransport transport;
+  return recording ? &transport : nullptr;
+}
+
 }  // namespace zvgctl
-
-using zvgctl::recording;
-
-// The library's calls come here first: the program stands before libc in the search for a symbol.
-#define ZVGCTL_INTERPOSED extern "C" __attribute__((visibility("default")))
-
-ZVGCTL_INTERPOSED int ioctl(int fd, unsigned long request, ...) noexcept {
-  static auto* const next = zvgctl::next_symbol<int(int, unsigned long, ...)>("ioctl");
-  va_list arguments;
-  va_start(arguments, request);
-  void* const argument = va_arg(arguments, void*);
-  va_end(arguments);
-  const int result = next(fd, request, argument);
-  if (recording && request == zvgctl::register_request && result == 0) {
-    zvgctl::RegisterRecord record;
-    memcpy(&record, argument, sizeof record);
-    zvgctl::take_request(record);
-  }
-  return result;
-}
-
-ZVGCTL_INTERPOSED ssize_t write(int fd, const void* bytes, size_t size) {
-  static auto* const next = zvgctl::next_symbol<ssize_t(int, const void*, size_t)>("write");
-  const ssize_t result = next(fd, bytes, size);
-  // Frames have a size that nothing else written here has: the recording's own lines are longer.
-  const auto* const frame = static_cast<const uint8_t*>(bytes);
-  const bool is_frame = size == zvgctl::frame_size && result == static_cast<ssize_t>(size) &&
-                        (frame[0] == zvgctl::frame_read || frame[0] == zvgctl::frame_write);
-  if (recording && is_frame) zvgctl::take_frame(frame);
-  return result;
-}
-
-ZVGCTL_INTERPOSED ssize_t read(int fd, void* bytes, size_t size) {
-  static auto* const next = zvgctl::next_symbol<ssize_t(int, void*, size_t)>("read");
-  const ssize_t result = next(fd, bytes, size);
-  if (recording && result > 0) {
-    zvgctl::take_reply(static_cast<const uint8_t*>(bytes), static_cast<size_t>(result));
-  }
-  return result;
-}
-
-ZVGCTL_INTERPOSED int usleep(useconds_t microseconds) {
-  static auto* const next = zvgctl::next_symbol<int(useconds_t)>("usleep");
-  if (recording && microseconds != 0) zvgctl::put(zvgctl::format("usleep %u\n", microseconds));
-  return next(microseconds);
-}

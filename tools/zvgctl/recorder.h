@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "service/seam/transport.h"
+
 namespace zvgctl {
 
 // Begins a recording for the rest of the process. It is made of what goes through the driver's node
@@ -11,6 +13,9 @@ namespace zvgctl {
 // never fail), sleeps as delays. What a script cannot say, such as video memory or 64 bits, is a
 // comment. Throws a Failure when the file exists or cannot be written.
 void start_recording(const std::string& path);
+
+// What carries the library's calls while there is a recording; null while there is none.
+zvg::seam::Transport* recording_transport();
 
 // Ends it and puts the file in place. Does nothing when there is no recording.
 void finish_recording();

@@ -30,7 +30,7 @@ const Space registers = {
     .last = last_register,
     .fixed_width = 0,
     .aligned = false,
-    .check = [](const ConnectionOptions&) {},
+    .check = [](const Route&) {},
     .read = [](Connection& connection, uint64_t address,
                unsigned width) { return connection.read_register(address, width); },
     .write = [](Connection& connection, uint64_t address, unsigned width,
@@ -52,7 +52,7 @@ void mask_command(const Context& context, const MaskArguments& arguments) {
   const uint64_t mask = parse_number("MASK", arguments.mask, largest(span.width));
   const uint64_t value = parse_number("VALUE", arguments.value, largest(span.width));
   Connection connection(context);
-  if (span.width == 1 && connection.serial() == nullptr) {
+  if (span.width == 1 && connection.door() != Door::serial) {
     const int result =
         zvgRegMskWriteByte(span.first, static_cast<uint8_t>(mask), static_cast<uint8_t>(value));
     if (result != 0) {

@@ -171,7 +171,7 @@ void run_script(const Context& context, const Arguments& arguments) {
   {
     const auto take = [&messages](const std::string& line) { messages.take(line); };
     const MessageTap errors({""}, take);
-    const MessageTap results({""}, take, &stdout);
+    const MessageTap results({""}, take, zvg::seam::Stream::out);
     const int result =
         ddr ? zvgDdrRunScript(arguments.file.c_str(), mask) : zvgRunScript(arguments.file.c_str());
     if (result != 0) fail("cannot run %s: %s", arguments.file.c_str(), strerror(-result));
@@ -207,7 +207,7 @@ void check_file(const Context& context, const Arguments& arguments) {
   BlockMessages messages;
   {
     const MessageTap results(
-        {""}, [&](const std::string& line) { messages.take(line); }, &stdout);
+        {""}, [&](const std::string& line) { messages.take(line); }, zvg::seam::Stream::out);
     const int result = zvgRunCheckReg(arguments.file.c_str());
     if (result != 0) fail("cannot run %s: %s", arguments.file.c_str(), strerror(-result));
   }
@@ -238,7 +238,7 @@ void read_file(const Context& context, const Arguments& arguments) {
   {
     const auto take = [&messages](const std::string& line) { messages.take(line); };
     const MessageTap errors({""}, take);
-    const MessageTap results({""}, take, &stdout);
+    const MessageTap results({""}, take, zvg::seam::Stream::out);
     const int result = zvgRunReadReg(arguments.file.c_str());
     if (result != 0) fail("cannot run %s: %s", arguments.file.c_str(), strerror(-result));
   }

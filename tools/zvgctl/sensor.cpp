@@ -123,7 +123,7 @@ void check_fan_door(const Context& context) {
 void fan_command(const Context& context, int percent) {
   check_fan_door(context);
   const Connection connection(context);
-  if (percent < 0 && connection.options().door != Door::driver) {
+  if (percent < 0 && connection.door() != Door::driver) {
     usage_error("automatic control of the fan is the driver's: there is none over a serial line");
   }
   const StdoutOnStderr remarks;

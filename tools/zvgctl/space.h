@@ -18,14 +18,14 @@ class App;
 namespace zvgctl {
 
 struct Space {
-  const char* name;                         // of the family, and of the space in JSON
-  const char* noun;                         // for messages: "register"
-  const char* argument;                     // what the help calls an address
-  int digits;                               // hex digits of an address
-  uint64_t last;                            // the last address
-  unsigned fixed_width;                     // bytes of every access; 0 when --width chooses
-  bool aligned;                             // an address must be a multiple of the width
-  void (*check)(const ConnectionOptions&);  // throws when they do not lead to the space
+  const char* name;             // of the family, and of the space in JSON
+  const char* noun;             // for messages: "register"
+  const char* argument;         // what the help calls an address
+  int digits;                   // hex digits of an address
+  uint64_t last;                // the last address
+  unsigned fixed_width;         // bytes of every access; 0 when --width chooses
+  bool aligned;                 // an address must be a multiple of the width
+  void (*check)(const Route&);  // throws when they do not lead to the space
   uint64_t (*read)(Connection&, uint64_t address, unsigned width);
   void (*write)(Connection&, uint64_t address, unsigned width, uint64_t value);
 };

@@ -47,7 +47,7 @@ std::vector<PowerMonitor> known_monitors(const TopArguments& arguments) {
   } else if (monitors.empty() && on_virtual_board()) {
     try {
       monitors = load_power_monitors(virtual_board_file());
-    } catch (const Failure&) {
+    } catch (const zvg::Error&) {
     }
   }
   return monitors;
@@ -187,8 +187,8 @@ void draw(Screen& screen, const Connection& connection, const BoardSample& sampl
     screen.show();
     return;
   }
-  const std::string card = connection.options().door == Door::driver
-                               ? format(", card %d", connection.options().card)
+  const std::string card = connection.door() == Door::driver
+                               ? format(", card %d", connection.route().card)
                                : std::string();
   const std::string board = on_virtual_board() ? ", virtual (" + virtual_board_name() + ")" : "";
   screen.put(0, 0, "zvgctl top  " + connection.generation_name() + card + board, Look::title);

@@ -29,7 +29,7 @@ const Space video_memory = {
     .last = last_vram,
     .fixed_width = 0,
     .aligned = false,
-    .check = [](const ConnectionOptions&) {},
+    .check = [](const Route&) {},
     .read = [](Connection& connection, uint64_t address,
                unsigned width) { return connection.read_vram(address, width); },
     .write = [](Connection& connection, uint64_t address, unsigned width,

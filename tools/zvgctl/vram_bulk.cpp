@@ -23,7 +23,7 @@ constexpr uint64_t piece_words = 16384;
 constexpr uint64_t serial_piece_words = 64;  // about a tenth of a second at 115200 baud
 
 uint64_t words_per_piece(Connection& connection) {
-  return connection.serial() != nullptr ? serial_piece_words : piece_words;
+  return connection.door() == Door::serial ? serial_piece_words : piece_words;
 }
 
 // The next piece begins at done. The first is a single word: where nothing works, one complaint of
@@ -34,12 +34,12 @@ uint64_t next_piece(uint64_t done, uint64_t size, uint64_t most) {
 
 // The mapping either has all of it or the library complains about every single word.
 void check_mapped(Connection& connection, uint64_t offset, uint64_t size) {
-  const ConnectionOptions& options = connection.options();
+  const Route& options = connection.route();
   if (options.door != Door::memory) return;
-  if (offset + size > options.vram.length) {
+  if (offset + size > options.video_memory.length) {
     fail("--mem maps only 0x%" PRIx64 " bytes of video memory: 0x%" PRIx64 " from 0x%" PRIx64
          " on are asked for",
-         options.vram.length, size, offset);
+         options.video_memory.length, size, offset);
   }
   connection.read_vram(offset, word_size);
 }
@@ -79,7 +79,7 @@ class MemoryFile {
 
 void write_piece(Connection& connection, MemoryFile& file, uint64_t offset,
                  std::span<const uint32_t> words) {
-  if (connection.serial() != nullptr) {
+  if (connection.door() == Door::serial) {
     for (size_t i = 0; i < words.size(); ++i) {
       connection.write_vram(offset + i * word_size, word_size, words[i]);
     }
@@ -94,7 +94,7 @@ void write_piece(Connection& connection, MemoryFile& file, uint64_t offset,
 }
 
 void read_piece(Connection& connection, uint64_t offset, std::span<uint32_t> words) {
-  if (connection.serial() != nullptr) {
+  if (connection.door() == Door::serial) {
     for (size_t i = 0; i < words.size(); ++i) {
       words[i] = static_cast<uint32_t>(connection.read_vram(offset + i * word_size, word_size));
     }
@@ -146,7 +146,7 @@ void fill_vram(Connection& connection, uint64_t offset, uint64_t size, uint32_t 
   const uint64_t most = words_per_piece(connection);
   for (uint64_t done = 0; done < size;) {
     const uint64_t words = next_piece(done, size, most);
-    if (connection.serial() != nullptr) {
+    if (connection.door() == Door::serial) {
       for (uint64_t i = 0; i < words; ++i) {
         connection.write_vram(offset + done + i * word_size, word_size, value);
       }
