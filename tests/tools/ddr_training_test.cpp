@@ -11,8 +11,8 @@
 
 #include "tools/zvgctl_process.h"
 #include "zvgctl/ddr_eye.h"
-#include "zvgctl/ddr_eye_text.h"
 #include "zvgctl/ddr_message.h"
+#include "zvgctl/pictures/ddr_eye_text.h"
 
 namespace {
 

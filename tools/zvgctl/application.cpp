@@ -8,12 +8,12 @@
 
 #include "service/board/board.h"
 #include "zvgctl/arguments.h"
+#include "zvgctl/commands/families.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/families.h"
-#include "zvgctl/interrupts.h"
-#include "zvgctl/output.h"
 #include "zvgctl/recorder.h"
+#include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
 namespace zvgctl {

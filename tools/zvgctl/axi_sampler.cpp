@@ -9,7 +9,7 @@
 
 #include "zvgctl/errors.h"
 #include "zvgctl/library_messages.h"
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

@@ -3,8 +3,8 @@
 #include <util_zvg.h>
 
 #include "zvgctl/errors.h"
-#include "zvgctl/output.h"
 #include "zvgctl/sampling.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

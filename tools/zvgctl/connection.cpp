@@ -6,10 +6,10 @@
 #include <algorithm>
 
 #include "zvgctl/errors.h"
-#include "zvgctl/interrupts.h"
 #include "zvgctl/number.h"
-#include "zvgctl/output.h"
 #include "zvgctl/recorder.h"
+#include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
 namespace zvgctl {

@@ -4,8 +4,8 @@
 
 #include "service/seam/transport.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/interrupts.h"
 #include "zvgctl/library_messages.h"
+#include "zvgctl/terminal/interrupts.h"
 
 namespace zvgctl {
 

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

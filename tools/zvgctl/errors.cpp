@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

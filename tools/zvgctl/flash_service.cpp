@@ -12,9 +12,9 @@
 #include "zvgctl/atomic_file.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/flash_journal.h"
-#include "zvgctl/interrupts.h"
 #include "zvgctl/library_messages.h"
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/progress.h"
+#include "zvgctl/terminal/progress.h"
 
 namespace zvgctl {
 

@@ -6,7 +6,7 @@
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

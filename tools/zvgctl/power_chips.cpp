@@ -11,11 +11,11 @@
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
 
+#include "zvgctl/commands/i2c.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/i2c.h"
 #include "zvgctl/library_messages.h"
 #include "zvgctl/number.h"
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "zvgctl/errors.h"
-#include "zvgctl/interrupts.h"
+#include "zvgctl/terminal/interrupts.h"
 
 namespace zvgctl {
 

@@ -10,7 +10,7 @@
 
 #include "zvgctl/connection_options.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/output.h"
+#include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 

@@ -1,0 +1,237 @@
+// zvgctl edid: what a monitor says about itself.
+#include <stdio.h>
+#include <util_zvg.h>
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "zvgctl/atomic_file.h"
+#include "zvgctl/commands/families.h"
+#include "zvgctl/commands/i2c.h"
+#include "zvgctl/commands/mcu.h"
+#include "zvgctl/commands/space.h"
+#include "zvgctl/connection.h"
+#include "zvgctl/ddc.h"
+#include "zvgctl/dp_channel.h"
+#include "zvgctl/edid_image.h"
+#include "zvgctl/errors.h"
+#include "zvgctl/hdmi_registers.h"
+#include "zvgctl/number.h"
+#include "zvgctl/terminal/output.h"
+
+namespace zvgctl {
+
+namespace {
+
+// A whole EDID takes seconds at the most; a bus that hangs is given up by the library in time.
+constexpr unsigned edid_deadline = 90;
+
+struct ReadArguments {
+  std::string hdmi;
+  std::string ddc;
+  std::string mcu;
+  std::string dp;
+  std::string raw;
+  bool force = false;
+  bool blind = false;
+  bool no_report = false;
+  bool strict = false;
+};
+
+struct ShowArguments {
+  std::string file;
+  bool strict = false;
+};
+
+// Says what is wrong with an EDID; with strict, that ends the command.
+void judge(const EdidImage& image, bool strict) {
+  if (image.valid()) return;
+  if (strict) fail("the EDID is damaged: %s", image.faults().c_str());
+  warn("the EDID is damaged: %s", image.faults().c_str());
+}
+
+void say_what_is_shown(const EdidImage& image) {
+  if (image.bytes().size() <= edid_report_size) return;
+  warn("the report covers the first %zu of %zu bytes", edid_report_size, image.bytes().size());
+}
+
+void expect_monitor(uint32_t hdmi) {
+  uint8_t plugged = 0;
+  if (zvgHdmiHpdSense(hdmi, &plugged) != 0) fail("HDMI %u: cannot read the PHY's status", hdmi);
+  if (plugged == 0) {
+    fail(
+        "HDMI %u: no monitor is plugged in, or it is off (zvgctl hdmi status shows all ports; "
+        "--blind reads all the same)",
+        hdmi);
+  }
+}
+
+// The library prints the bytes as it fetches them and keeps the first two blocks.
+void fetch(uint32_t hdmi) {
+  if (zvgHdmiDDCInit(hdmi) != 0) fail("HDMI %u: cannot set up the DDC bus", hdmi);
+  if (zvgHdmiEDIDRead(hdmi) != 0) {
+    fail(
+        "HDMI %u: the monitor's EDID could not be read over DDC: the monitor does not answer, or "
+        "stopped in the middle",
+        hdmi);
+  }
+}
+
+// What the library kept of the EDID, and the rest straight from the monitor.
+EdidImage whole_edid(Connection& connection, uint32_t hdmi) {
+  constexpr size_t extensions_offset = 0x7E;
+  const size_t size = (size_t{g_last_edid[extensions_offset]} + 1) * edid_block_size;
+  std::vector<uint8_t> bytes(g_last_edid, g_last_edid + std::min(size, edid_report_size));
+  Ddc ddc(connection, hdmi);
+  while (bytes.size() < size) bytes.push_back(ddc.read_edid(static_cast<uint32_t>(bytes.size())));
+  return EdidImage(std::move(bytes));
+}
+
+// Over a transmitter's DDC bus. The library prints the bytes.
+EdidImage read_hdmi(Connection& connection, uint32_t hdmi, bool blind) {
+  if (!blind) expect_monitor(hdmi);
+  fetch(hdmi);
+  return whole_edid(connection, hdmi);
+}
+
+// Bytes that came another way: printed and kept as the library does with its own.
+EdidImage keep(std::vector<uint8_t> bytes) {
+  if (bytes.empty() || bytes.size() % edid_block_size != 0) {
+    fail("expected whole EDID blocks of %zu bytes, got %zu bytes", edid_block_size, bytes.size());
+  }
+  edid_print_helper(bytes.data(), static_cast<uint32_t>(bytes.size()), 1);
+  return EdidImage(std::move(bytes));
+}
+
+// Over a DisplayPort AUX channel.
+EdidImage read_dp(Connection& connection, uint32_t port, bool blind) {
+  DpChannel channel(connection, port);
+  if (!blind) channel.expect_sink();
+  return keep(channel.edid());
+}
+
+// How to read the EDID, settled before a board is opened.
+using Source = std::function<EdidImage(Connection&)>;
+Source source_of(const Context& context, const ReadArguments& arguments) {
+  if (!arguments.ddc.empty()) {
+    const unsigned channel = parse_ddc_channel("--ddc", arguments.ddc);
+    require_driver(parse_connection(context.connection), "the display data channel request");
+    return [channel](Connection&) { return keep(read_ddc(channel)); };
+  }
+  if (!arguments.mcu.empty()) {
+    const McuTarget target = parse_mcu_target("--mcu", arguments.mcu);
+    return [target](Connection&) { return keep(read_mcu_edid(target)); };
+  }
+  if (!arguments.dp.empty()) {
+    const auto port = static_cast<uint32_t>(parse_number("--dp", arguments.dp, last_dp));
+    return [port, blind = arguments.blind](Connection& connection) {
+      return read_dp(connection, port, blind);
+    };
+  }
+  const auto hdmi = static_cast<uint32_t>(parse_number("--hdmi", arguments.hdmi, last_hdmi));
+  return [hdmi, blind = arguments.blind](Connection& connection) {
+    return read_hdmi(connection, hdmi, blind);
+  };
+}
+
+void read_command(const Context& context, const ReadArguments& arguments) {
+  const Source source = source_of(context, arguments);
+  Connection connection(context, arguments.mcu.empty() ? edid_deadline : mcu_deadline);
+  std::optional<AtomicFile> raw;
+  if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
+  const EdidImage image = [&] {
+    std::optional<QuietStdout> quiet;
+    if (context.json) quiet.emplace();
+    return source(connection);
+  }();
+  if (raw) {
+    raw->write(image.bytes().data(), image.bytes().size());
+    raw->commit();
+  }
+  if (context.json) {
+    print_json(image.json());
+  } else if (!arguments.no_report) {
+    do_edid_parse(nullptr);
+    say_what_is_shown(image);
+  }
+  // Over a serial line a damaged EDID is more likely a damaged transfer.
+  judge(image, arguments.strict || connection.door() == Door::serial);
+}
+
+void show_command(const Context& context, const ShowArguments& arguments) {
+  const EdidImage image = EdidImage::from_file(arguments.file);
+  if (context.json) {
+    print_json(image.json());
+  } else {
+    do_edid_parse(arguments.file.c_str());
+    say_what_is_shown(image);
+  }
+  judge(image, arguments.strict);
+}
+
+void add_read(CLI::App& family, Context& context) {
+  auto arguments = std::make_shared<ReadArguments>();
+  CLI::App* const command =
+      family.add_subcommand("read", "Fetch a monitor's EDID and print its report");
+  CLI::Option_group* const source = command->add_option_group("Source", "Exactly one of these:");
+  source->add_option("--hdmi", arguments->hdmi, "HDMI transmitter, 0 to 3")->type_name("N");
+  source->add_option("--dp", arguments->dp, "DisplayPort transmitter, 0 to 3")->type_name("N");
+  source->add_option("--ddc", arguments->ddc, "Display data channel, 0 to 15 (driver only)")
+      ->type_name("N");
+  source
+      ->add_option("--mcu", arguments->mcu, "The microcontroller's two bus selectors, 0 to 15 each")
+      ->type_name("FIRST:SECOND");
+  source->require_option(1);
+  command->add_option("--raw", arguments->raw, "Save all its blocks to a file as well")
+      ->type_name("FILE");
+  command->add_flag("-f,--force", arguments->force, "Replace the file of --raw if it exists");
+  command->add_flag("--blind", arguments->blind, "Read even if no monitor seems to be plugged in");
+  command->add_flag("--no-report", arguments->no_report, "Print the bytes only");
+  command->add_flag("--strict", arguments->strict,
+                    "Fail on a wrong header, checksum or block count (always over --serial)");
+  command->footer(
+      "The report covers the first two blocks.\n"
+      "Examples:\n"
+      "  zvgctl edid read --hdmi 0\n"
+      "  zvgctl edid read --dp 1\n"
+      "  zvgctl edid read --hdmi 0 --raw monitor.bin --no-report\n"
+      "  zvgctl edid read --ddc 2\n"
+      "  zvgctl edid read --mcu 0:1\n"
+      "  zvgctl edid read --hdmi 1 --json | jq -r .manufacturer");
+  command->callback([&context, arguments] {
+    context.action = [&context, arguments] { read_command(context, *arguments); };
+  });
+}
+
+void add_show(CLI::App& family, Context& context) {
+  auto arguments = std::make_shared<ShowArguments>();
+  CLI::App* const command =
+      family.add_subcommand("show", "Print the report of an EDID in a file; needs no board");
+  command->add_option("FILE", arguments->file, "Raw EDID bytes: 1 to 256 blocks of 128")
+      ->required();
+  command->add_flag("--strict", arguments->strict,
+                    "Fail on a wrong header, checksum or block count");
+  command->footer(
+      "Examples:\n"
+      "  zvgctl edid show monitor.bin\n"
+      "  zvgctl edid show /sys/class/drm/card0-HDMI-A-1/edid --json");
+  command->callback([&context, arguments] {
+    context.action = [&context, arguments] { show_command(context, *arguments); };
+  });
+}
+
+}  // namespace
+
+void add_edid(CLI::App& application, Context& context) {
+  CLI::App& family = add_family(application, "edid", "A monitor's identification data",
+                                "Examples:\n"
+                                "  zvgctl edid read --hdmi 0\n"
+                                "  zvgctl edid show monitor.bin");
+  add_read(family, context);
+  add_show(family, context);
+}
+
+}  // namespace zvgctl

@@ -1,0 +1,169 @@
+// zvgctl reg snapshot and reg diff: the registers of a range at a moment, and what changed.
+#include <stdio.h>
+#include <util_zvg.h>
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "script/script_line.h"
+#include "zvgctl/atomic_file.h"
+#include "zvgctl/commands/families.h"
+#include "zvgctl/connection.h"
+#include "zvgctl/errors.h"
+#include "zvgctl/number.h"
+#include "zvgctl/terminal/output.h"
+
+namespace zvgctl {
+
+namespace {
+
+struct SnapshotArguments {
+  std::vector<std::string> ranges;
+  std::string width = "32";
+  std::string output;
+  bool force = false;
+};
+
+// A snapshot is a register script that checks for its own values.
+std::string check_line(uint64_t address, uint64_t value, unsigned width) {
+  return format("%06lx %0*lx C %lx %u\n", static_cast<unsigned long>(address),
+                static_cast<int>(2 * width), static_cast<unsigned long>(value),
+                static_cast<unsigned long>(largest(width)), 8 * width);
+}
+
+void snapshot_command(const Context& context, const SnapshotArguments& arguments) {
+  const unsigned width = parse_width(arguments.width);
+  if (width > 4) usage_error("--width: a snapshot takes registers of 8, 16 or 32 bits");
+  std::vector<AddressRange> ranges;
+  for (const std::string& text : arguments.ranges) {
+    const AddressRange range = parse_address_range("--range", text);
+    if (range.last > last_register) {
+      usage_error("--range: there is no register above %s", hex(last_register).c_str());
+    }
+    ranges.push_back(range);
+  }
+  Connection connection(context);
+  AtomicFile file(arguments.output, arguments.force);
+  size_t count = 0;
+  for (const AddressRange& range : ranges) {
+    std::string text;
+    for (uint64_t address = range.first; address + width - 1 <= range.last; address += width) {
+      text += check_line(address, connection.read_register(address, width), width);
+      ++count;
+    }
+    file.write(text.data(), text.size());
+  }
+  file.commit();
+  printf("%s: %zu registers\n", arguments.output.c_str(), count);
+}
+
+struct Register {
+  uint32_t value;
+  int width;
+  bool operator==(const Register&) const = default;
+};
+using Snapshot = std::map<uint64_t, Register>;
+
+Snapshot load(const std::string& path) {
+  std::ifstream stream(path);
+  if (!stream) fail("cannot open %s", path.c_str());
+  Snapshot snapshot;
+  std::string text;
+  int number = 0;
+  while (std::getline(stream, text)) {
+    ++number;
+    if (classify(zvg::script::script_format, text.c_str()) != zvg::script::LineKind::registers ||
+        text.empty()) {
+      continue;
+    }
+    zvg::script::ScriptLine line;
+    constexpr int all_fields = 5;
+    if (line.parse(text.c_str()) != all_fields || line.operation != 'C') {
+      fail("%s:%d: this is no line of a snapshot: expected ADDRESS VALUE C MASK WIDTH",
+           path.c_str(), number);
+    }
+    snapshot[line.address] = {line.value, line.width};
+  }
+  if (stream.bad() || (snapshot.empty() && number == 0)) {
+    fail("%s: there is no snapshot in it", path.c_str());
+  }
+  return snapshot;
+}
+
+std::string shown(const Snapshot& snapshot, uint64_t address) {
+  const auto entry = snapshot.find(address);
+  return entry == snapshot.end() ? "-" : hex(entry->second.value, entry->second.width / 4);
+}
+
+struct DiffArguments {
+  std::string before;
+  std::string after;
+};
+
+void diff_command(const Context& context, const DiffArguments& arguments) {
+  const Snapshot before = load(arguments.before);
+  const Snapshot after = load(arguments.after);
+  Snapshot all = before;
+  all.insert(after.begin(), after.end());
+  Json differences = Json::array();
+  Table table({"Register", arguments.before, arguments.after});
+  for (const auto& [address, ignored] : all) {
+    const auto old_entry = before.find(address);
+    const auto new_entry = after.find(address);
+    if (old_entry != before.end() && new_entry != after.end() &&
+        old_entry->second == new_entry->second) {
+      continue;
+    }
+    table.row({hex(address, 6), shown(before, address), shown(after, address)});
+    differences.push_back({{"address", hex(address, 6)},
+                           {"before", shown(before, address)},
+                           {"after", shown(after, address)}});
+  }
+  if (context.json) {
+    print_json({{"registers", all.size()}, {"differences", differences}});
+  } else if (differences.empty()) {
+    printf("no difference in %zu registers\n", all.size());
+  } else {
+    table.print();
+  }
+}
+
+}  // namespace
+
+void add_snapshot(CLI::App& family, Context& context) {
+  auto arguments = std::make_shared<SnapshotArguments>();
+  CLI::App* const command =
+      family.add_subcommand("snapshot", "Keep the registers of a range in a file");
+  command->add_option("-r,--range", arguments->ranges, "The registers, both ends included")
+      ->required()
+      ->type_name("A-B");
+  command->add_option("-w,--width", arguments->width, "Bits of a register: 8, 16 or 32 (default)")
+      ->type_name("BITS");
+  command->add_option("-o,--output", arguments->output, "The file")->required()->type_name("FILE");
+  command->add_flag("-f,--force", arguments->force, "Overwrite the file");
+  command->footer(
+      "The file is a register script that checks for these values: 'zvgctl script run FILE'\n"
+      "tells whether a board still has them.\n"
+      "Examples:\n"
+      "  zvgctl reg snapshot --range 0x288000-0x2880ff -o clocks.txt\n"
+      "  zvgctl reg snapshot --range 0x111001-0x111010 --width 8 -o timing.txt");
+  command->callback([&context, arguments] {
+    context.action = [&context, arguments] { snapshot_command(context, *arguments); };
+  });
+}
+
+void add_diff(CLI::App& family, Context& context) {
+  auto arguments = std::make_shared<DiffArguments>();
+  CLI::App* const command = family.add_subcommand("diff", "Compare two snapshots; needs no board");
+  command->add_option("BEFORE", arguments->before, "A snapshot")->required()->type_name("FILE");
+  command->add_option("AFTER", arguments->after, "Another one")->required()->type_name("FILE");
+  command->footer("Example:\n  zvgctl reg diff good_board.txt this_board.txt");
+  command->callback([&context, arguments] {
+    context.action = [&context, arguments] { diff_command(context, *arguments); };
+  });
+}
+
+}  // namespace zvgctl

@@ -1,0 +1,119 @@
+#include "zvgctl/terminal/output.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <inttypes.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "zvgctl/errors.h"
+
+namespace zvgctl {
+
+namespace {
+
+constexpr unsigned dump_line_bytes = 16;
+
+// Where JSON goes: standard output, or its copy once the library was moved off it.
+int json_fd = STDOUT_FILENO;
+
+void write_json(const std::string& text) {
+  fflush(stdout);
+  size_t written = 0;
+  while (written < text.size()) {
+    const ssize_t size = write(json_fd, text.data() + written, text.size() - written);
+    if (size < 0 && errno == EINTR) continue;
+    if (size < 0) fail("cannot write to standard output: %s", strerror(errno));
+    written += static_cast<size_t>(size);
+  }
+}
+
+}  // namespace
+
+bool use_colour(int fd) {
+  const char* const no_colour = getenv("NO_COLOR");
+  return (no_colour == nullptr || no_colour[0] == '\0') && isatty(fd) == 1;
+}
+
+void reserve_stdout_for_json() {
+  if (json_fd != STDOUT_FILENO) return;
+  fflush(stdout);
+  const int copy = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
+  if (copy < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+    fail("cannot set standard output aside for JSON: %s", strerror(errno));
+  }
+  json_fd = copy;
+}
+
+void give_stdout_back() {
+  fflush(stdout);
+  if (json_fd == STDOUT_FILENO) return;
+  dup2(json_fd, STDOUT_FILENO);
+  close(json_fd);
+  json_fd = STDOUT_FILENO;
+}
+
+void print_json(const Json& document) {
+  write_json(document.dump(2) + "\n");
+}
+
+void print_json_line(const Json& document) {
+  write_json(document.dump() + "\n");
+}
+
+QuietStdout::QuietStdout()
+    : redirection_([this](zvg::seam::Stream stream, std::string_view text) {
+        if (stream == zvg::seam::Stream::err) redirection_.pass_on(stream, text);
+      }) {}
+
+StdoutOnStderr::StdoutOnStderr()
+    : redirection_([this](zvg::seam::Stream, std::string_view text) {
+        redirection_.pass_on(zvg::seam::Stream::err, text);
+      }) {}
+
+void finish_output() {
+  if (fflush(stdout) != 0 || ferror(stdout) != 0) {
+    fail("cannot write to standard output: %s", strerror(errno));
+  }
+}
+
+void Table::print() const {
+  std::vector<size_t> widths;
+  for (const auto& row : rows_) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  for (const auto& row : rows_) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      if (i + 1 == row.size()) {
+        printf("%s", row[i].c_str());
+      } else {
+        printf("%-*s  ", static_cast<int>(widths[i]), row[i].c_str());
+      }
+    }
+    printf("\n");
+  }
+}
+
+void print_hex_dump(uint64_t address, int address_digits, unsigned width,
+                    std::span<const uint64_t> values) {
+  const size_t items = dump_line_bytes / width;
+  for (size_t i = 0; i < values.size(); ++i) {
+    if (i % items == 0) {
+      printf("%s0x%0*" PRIx64 ":", i == 0 ? "" : "\n", address_digits, address + i * width);
+    }
+    printf(" %0*" PRIx64, static_cast<int>(2 * width), values[i]);
+  }
+  if (!values.empty()) printf("\n");
+}
+
+const char* yes_no(bool value) {
+  return value ? "yes" : "no";
+}
+
+}  // namespace zvgctl
