@@ -17,10 +17,6 @@ namespace {
 using core::FailedAccess;
 using core::g_access_failures;
 
-// Where the on-chip bus, which the serial line reaches, shows the two spaces.
-constexpr uint64_t bus_mmio_base = 0x1000000;
-constexpr uint64_t bus_vram_base = 0x8000000000;
-
 // VGA miscellaneous output, read side: no read of it changes anything.
 constexpr uint64_t misc_output_read = 0x103CC;
 
@@ -285,7 +281,7 @@ void Board::open_serial() {
   struct stat status;
   const char* const path = route_.device.c_str();
   if (stat(path, &status) == 0 && !S_ISCHR(status.st_mode)) {
-    throw_error(ErrorKind::bad_argument, "%s is not a serial line", path);
+    throw_error(ErrorKind::not_connected, "%s is not a serial line", path);
   }
   const int result = zvgSerialOpen(path, route_.baud);
   if (result == -EINVAL) {

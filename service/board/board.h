@@ -21,6 +21,10 @@ namespace zvg {
 inline constexpr uint64_t last_register = 0xFFFFFF;
 inline constexpr uint64_t last_vram = 0xFFFFFFF;
 
+// Where the on-chip bus, which the serial line reaches, shows the two spaces.
+inline constexpr uint64_t bus_mmio_base = 0x1000000;
+inline constexpr uint64_t bus_vram_base = 0x8000000000;
+
 struct BoardOptions {
   // Who carries the library's calls; the C library when null. Has to outlive the board.
   seam::Transport* transport = nullptr;

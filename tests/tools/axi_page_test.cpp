@@ -6,8 +6,8 @@
 
 #include <map>
 
+#include "service/axi/axi_tables.h"
 #include "tools/zvgctl_process.h"
-#include "zvgctl/axi_tables.h"
 
 namespace {
 
@@ -98,7 +98,7 @@ TEST_F(AxiPage, HasACurveForEveryPortAndNoError) {
     ASSERT_EQ(dom.exit, 0) << dom.err;
     EXPECT_THAT(dom.err, Not(HasSubstr("CONSOLE"))) << dom.err;
     EXPECT_THAT(dom.out, HasSubstr("data-done=\"66\"")) << "three charts a port";
-    for (const std::string_view port : zvgctl::rq302_axi_ports) {
+    for (const std::string_view port : zvg::rq302_axi_ports) {
       const bool reads_only = port.starts_with("VGA_");
       const std::string id = "id=\"port-" + std::string(port) + "\"";
       const size_t at = dom.out.find(id);
@@ -126,7 +126,7 @@ TEST_F(AxiPage, HasACurveForEveryPortAndNoError) {
     constexpr int row_height = 131;
     const int first_row = samples > 600 ? 256 : 204;
     int row = 0;
-    for (const std::string_view port : zvgctl::rq302_axi_ports) {
+    for (const std::string_view port : zvg::rq302_axi_ports) {
       const int top = first_row + row++ * row_height;
       for (int column = 0; column < 3; ++column) {
         const int left = 150 + column * 410;

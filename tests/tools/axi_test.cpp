@@ -6,8 +6,8 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
+#include "service/axi/axi_tables.h"
 #include "tools/zvgctl_process.h"
-#include "zvgctl/axi_tables.h"
 #include "zvgctl/errors.h"
 
 namespace {
@@ -338,9 +338,9 @@ TEST(AxiTopTool, ShowsEveryPort) {
 // Tables by hand.
 class AxiTables : public testing::Test {
  protected:
-  zvgctl::AxiTable read(const std::string& content) {
+  zvg::AxiTable read(const std::string& content) {
     folder_.put("2D.dat", content);
-    return zvgctl::read_axi_table(folder_.path("."), "2D", &problems_);
+    return zvg::read_axi_table(folder_.path("."), "2D", &problems_);
   }
 
   Folder folder_;

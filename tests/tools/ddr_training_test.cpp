@@ -9,9 +9,9 @@
 #include <set>
 #include <sstream>
 
+#include "service/ddr/ddr_eye.h"
+#include "service/ddr/ddr_message.h"
 #include "tools/zvgctl_process.h"
-#include "zvgctl/ddr_eye.h"
-#include "zvgctl/ddr_message.h"
 #include "zvgctl/pictures/ddr_eye_text.h"
 
 namespace {
@@ -21,7 +21,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
-using zvgctl::Eye;
+using zvg::Eye;
 using zvgtest::Folder;
 using zvgtest::Result;
 using zvgtest::zvgctl_sim;
@@ -254,7 +254,7 @@ TEST(EyeMeasure, ClosedEyes) {
 }
 
 TEST(EyeMaps, HaveALineForTwoSteps) {
-  zvgctl::ChannelEyes eyes;
+  zvg::ChannelEyes eyes;
   eyes.complete = true;
   eyes.read = box(0, 30, 4, 7);
   eyes.write = box(15, 15, 5, 6);
@@ -276,7 +276,7 @@ TEST(EyeMaps, HaveALineForTwoSteps) {
 }
 
 TEST(PrintedMessages, GiveTheirArgumentsBack) {
-  const zvgctl::PrintedMessage row("PMU4: %3d >%3d< %x%%\n");
+  const zvg::PrintedMessage row("PMU4: %3d >%3d< %x%%\n");
   EXPECT_THAT(row.match("PMU4:   1 >128< ff%").value(), ElementsAre(1, 128, 255));
   EXPECT_THAT(row.match("03 PMU4:  -1 >1000< 0%").value(), ElementsAre(0xFFFFFFFF, 1000, 0));
   EXPECT_FALSE(row.match("PMU4:   1 >128< ff% "));

@@ -2,16 +2,17 @@
 
 #include <errno.h>
 #include <stdio.h>
+#include <string.h>
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
+#include <utility>
 
 #include "service/board/board.h"
 #include "zvgctl/arguments.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/recorder.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
@@ -120,14 +121,16 @@ void build(CLI::App& application, Context& context) {
 
 // Begins the recording that --record asks for. On the way to a virtual board there is nothing to
 // record yet.
-void record(const Context& context) {
+void record(Context& context) {
   if (context.record.empty()) return;
   if (parse_connection(context.connection).door == Door::memory) {
     usage_error(
         "--record: loads and stores of mapped memory cannot be seen; use --driver or "
         "--serial");
   }
-  if (context.connection.sim.empty() || on_virtual_board()) start_recording(context.record);
+  if (!context.connection.sim.empty() && !on_virtual_board()) return;
+  context.recording = std::make_unique<OutputFile>(context.record, /*overwrite=*/false);
+  context.recorder = std::make_unique<zvg::Recorder>(*context.recording);
 }
 
 // What else helps whoever has no board.
@@ -138,9 +141,22 @@ std::string advice(const zvg::Error& error) {
   return nothing_there ? "; to try zvgctl without a board, add --sim" : "";
 }
 
-int finish(Exit exit) {
+// A command may have concluded something from an access that failed.
+void add_cause(std::string& message) {
+  const auto cause = untold_failure();
+  if (!cause) return;
+  if (cause->door == Door::serial) {
+    // Nothing that follows from a lost answer is worth telling.
+    message = cause->what();
+  } else if (message.find(strerror(cause->system_error)) == std::string::npos) {
+    message += std::string("\n") + cause->what();
+  }
+}
+
+int finish(Context& context, Exit exit) {
   try {
-    finish_recording();  // also of a command that failed: it may tell why
+    // Also of a command that failed: it may tell why.
+    if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
     finish_output();
   } catch (const zvg::Error& failure) {
     print_error(failure.what());
@@ -169,10 +185,10 @@ int run(const std::vector<std::string>& words) {
     record(context);
     context.action();
     if (const auto failure = zvg::untold_failure()) throw *failure;
-    return finish(Exit::done);
+    return finish(context, Exit::done);
   } catch (const CLI::Success& request) {  // --help or --version
     application.exit(request);
-    return finish(Exit::done);
+    return finish(context, Exit::done);
   } catch (const CLI::ParseError& error) {
     // A word that is no command's name shows up only as a command that is missing.
     const std::vector<std::string> strays = application.remaining(true);
@@ -187,15 +203,16 @@ int run(const std::vector<std::string>& words) {
     std::string message = failure.what();
     if (failure.exit() == Exit::usage) {
       message += "\nTry '" + named_command(application) + " --help'.";
-    } else if (const auto cause = zvg::untold_failure()) {
-      // What the command made of a wrong answer misleads.
-      message = cause->what();
+    } else {
+      add_cause(message);
     }
     print_error(message);
-    return finish(failure.exit());
+    return finish(context, failure.exit());
   } catch (const zvg::Error& error) {
-    print_error(error.what() + advice(error));
-    return finish(Exit::failed);
+    const bool usage = error.kind() == zvg::ErrorKind::bad_argument;
+    print_error(error.what() +
+                (usage ? "\nTry '" + named_command(application) + " --help'." : advice(error)));
+    return finish(context, usage ? Exit::usage : Exit::failed);
   }
 }
 

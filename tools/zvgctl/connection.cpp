@@ -5,9 +5,8 @@
 
 #include <algorithm>
 
+#include "service/number.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
-#include "zvgctl/recorder.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
@@ -50,7 +49,7 @@ void print(zvg::seam::Stream stream, std::string_view text) {
 
 Connection::Connection(const Context& context, unsigned default_deadline, bool any_chip)
     : Board(prepare(context, default_deadline),
-            {.transport = recording_transport(), .any_chip = any_chip, .log = print}) {
+            {.transport = context.recorder.get(), .any_chip = any_chip, .log = print}) {
   // On the virtual board the line ends inside this process and goes with it.
   if (door() == Door::serial && !on_virtual_board()) leave_at_9600_when_interrupted(descriptor());
 }

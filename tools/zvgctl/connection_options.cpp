@@ -5,8 +5,8 @@
 #include <cctype>
 #include <climits>
 
+#include "service/number.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 
 namespace zvgctl {
 

@@ -3,10 +3,13 @@
 #define ZVGCTL_CONTEXT_H
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "service/registers/recorder.h"
 #include "zvgctl/connection_options.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -19,6 +22,10 @@ struct Context {
 
   // The command line without --sim, to run it again on the virtual board.
   std::vector<std::string> arguments_without_sim;
+
+  // What --record asks for; null for none.
+  std::unique_ptr<OutputFile> recording;
+  std::unique_ptr<zvg::Recorder> recorder;
 
   // Set by the command that was named. Runs after the whole command line was understood; throws a
   // Failure when it cannot do its work.

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
+#include "service/number.h"
 #include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 
 namespace zvgctl {
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 
 namespace zvgctl {
 

@@ -2,9 +2,9 @@
 
 #include <bit>
 
+#include "service/number.h"
 #include "zvgctl/dp_link_status.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 
 namespace zvgctl {
 

@@ -8,7 +8,7 @@
 
 namespace zvgctl {
 
-using zvg::format;
+using namespace zvg;  // the tool is made of the service's words
 
 // The exit status of the process.
 enum class Exit { done = 0, failed = 1, usage = 2 };

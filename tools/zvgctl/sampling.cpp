@@ -11,17 +11,6 @@
 
 namespace zvgctl {
 
-std::string timestamp() {
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  tm parts;
-  gmtime_r(&now.tv_sec, &parts);
-  char text[32];
-  const size_t size = strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts);
-  snprintf(text + size, sizeof text - size, ".%03ldZ", now.tv_nsec / 1'000'000);
-  return text;
-}
-
 double parse_interval(const std::string& text) {
   char* end = nullptr;
   const double seconds = strtod(text.c_str(), &end);

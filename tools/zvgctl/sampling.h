@@ -5,10 +5,11 @@
 #include <functional>
 #include <string>
 
+#include "service/text.h"
+
 namespace zvgctl {
 
-// The time as "2026-01-31T12:00:00.000Z".
-std::string timestamp();
+using zvg::timestamp;
 
 // The value of --interval, in seconds. Throws a usage Failure.
 double parse_interval(const std::string& text);

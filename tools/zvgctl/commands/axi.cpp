@@ -11,19 +11,19 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "zvgctl/atomic_file.h"
-#include "zvgctl/axi_sampler.h"
-#include "zvgctl/axi_summary.h"
-#include "zvgctl/axi_tables.h"
+#include "service/axi/axi_sampler.h"
+#include "service/axi/axi_summary.h"
+#include "service/axi/axi_tables.h"
+#include "service/number.h"
 #include "zvgctl/commands/axi_top.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/pictures/axi_report.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -257,7 +257,7 @@ void report_command(const Context& context, const ReportArguments& arguments) {
   }
   if (problems.size() > most_warnings) warn("and %zu more", problems.size() - most_warnings);
   const std::string page = axi_report(tables, folder.string(), problems);
-  AtomicFile file(arguments.output, arguments.force);
+  OutputFile file(arguments.output, arguments.force);
   file.write(page.data(), page.size());
   file.commit();
   size_t samples = 0;

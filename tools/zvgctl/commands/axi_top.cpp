@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/axi_summary.h"
-#include "zvgctl/axi_tables.h"
+#include "service/axi/axi_summary.h"
+#include "service/axi/axi_tables.h"
+#include "service/files/work_folder.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/screen.h"
-#include "zvgctl/work_folder.h"
 
 namespace zvgctl {
 

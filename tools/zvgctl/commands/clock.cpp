@@ -9,13 +9,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "zvgctl/clock_block.h"
+#include "service/number.h"
+#include "service/power/clock_block.h"
+#include "service/power/pll_setting.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
-#include "zvgctl/pll_setting.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/prompt.h"
 
@@ -27,6 +27,27 @@ constexpr unsigned widest_post_divider = 16;
 
 void need_generation(const Context& context) {
   require_generation(parse_connection(context.connection), "the clock block");
+}
+
+// The frequency of a command line, in MHz.
+double parse_mhz(const std::string& name, const std::string& text) {
+  char* end = nullptr;
+  const double mhz = strtod(text.c_str(), &end);
+  if (text.empty() || *end != '\0' || !(mhz > 0) || mhz > 4000) {
+    usage_error("%s: expected MHz above 0, up to 4000, found '%s'", name.c_str(), text.c_str());
+  }
+  return mhz;
+}
+
+void print_plan(const PllPlan& plan, double input_mhz) {
+  const PllSetting& s = plan.setting;
+  printf("word              %s\n", hex(s.word, 8).c_str());
+  printf("N, M, OD, P       %u, %u, %u, %u\n", s.multiplier, s.input_divider, s.output_shift,
+         s.post_divider);
+  printf("phase comparator  %.3f MHz (loop band %u)\n", s.compare_mhz(input_mhz), s.band);
+  printf("VCO               %.3f MHz\n", s.vco_mhz(input_mhz));
+  printf("output            %.3f MHz, %+.0f kHz off %g MHz\n", plan.made_mhz, plan.error_khz(),
+         plan.target_mhz);
 }
 
 // list

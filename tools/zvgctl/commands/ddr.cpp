@@ -15,16 +15,16 @@
 #include <nlohmann/json.hpp>
 #include <thread>
 
+#include "service/ddr/ddr_channels.h"
+#include "service/files/work_folder.h"
+#include "service/number.h"
+#include "service/seam/library_messages.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/ddr_channels.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/library_messages.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/progress.h"
-#include "zvgctl/work_folder.h"
 
 namespace zvgctl {
 
@@ -177,13 +177,6 @@ void add_address(CLI::App& command, Arguments& arguments) {
 }
 
 }  // namespace
-
-unsigned selected_ddr_channels(unsigned mask) {
-  const unsigned count = zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS];
-  const unsigned selected = mask & ((1u << count) - 1);
-  if (selected == 0) fail("the board has no DDR channel of the mask: it has 0 to %u", count - 1);
-  return selected;
-}
 
 void add_ddr(CLI::App& application, Context& context) {
   CLI::App& family =

@@ -8,17 +8,17 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "zvgctl/atomic_file.h"
+#include "service/ddr/ddr_channels.h"
+#include "service/ddr/ddr_listener.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/ddr_channels.h"
-#include "zvgctl/ddr_listener.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/pictures/ddr_eye_picture.h"
 #include "zvgctl/pictures/ddr_eye_text.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -77,9 +77,9 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
   set_deadline(limit.count() == 0 || connection.door() != Door::memory ? 0 : whole);
   const unsigned selected = selected_ddr_channels(mask);
   // Before the listening, which may take a while.
-  std::unique_ptr<AtomicFile> file;
+  std::unique_ptr<OutputFile> file;
   if (kind != FileKind::none)
-    file = std::make_unique<AtomicFile>(arguments.output, arguments.force);
+    file = std::make_unique<OutputFile>(arguments.output, arguments.force);
 
   const InterruptNotice ctrl_c;  // what was heard so far is drawn all the same
   std::vector<ChannelEyes> channels;
@@ -87,7 +87,7 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
   for (unsigned channel = 0; channel < max_ddr_channels && cut_short.empty(); ++channel) {
     if ((selected >> channel & 1) == 0) continue;
     DdrListener listener(channel, type);
-    const ListeningEnd end = listener.listen(limit);
+    const ListeningEnd end = listener.listen(limit, {.cancelled = InterruptNotice::came});
     channels.push_back(listener.eyes());
     if (end == ListeningEnd::interrupted) {
       cut_short = format("listening to channel %u was interrupted", channel);

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
@@ -16,8 +16,8 @@
 #include "zvgctl/dpcd_fields.h"
 #include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -241,7 +241,7 @@ void add_dpcd(CLI::App& family, Context& context) {
 void edid_command(const Context& context, const Arguments& arguments) {
   const uint32_t port = parse_port(arguments.port);
   Connection connection(context, dp_deadline);
-  std::optional<AtomicFile> raw;
+  std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
   DpChannel channel(connection, port, way_of(arguments));
   channel.expect_sink();

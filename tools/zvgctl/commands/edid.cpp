@@ -8,7 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/i2c.h"
 #include "zvgctl/commands/mcu.h"
@@ -19,8 +19,8 @@
 #include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/hdmi_registers.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -140,7 +140,7 @@ Source source_of(const Context& context, const ReadArguments& arguments) {
 void read_command(const Context& context, const ReadArguments& arguments) {
   const Source source = source_of(context, arguments);
   Connection connection(context, arguments.mcu.empty() ? edid_deadline : mcu_deadline);
-  std::optional<AtomicFile> raw;
+  std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
   const EdidImage image = [&] {
     std::optional<QuietStdout> quiet;

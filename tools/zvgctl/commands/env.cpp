@@ -11,16 +11,20 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "service/env/profile_script.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/profile_script.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/prompt.h"
 
 namespace zvgctl {
 
 namespace {
+
+void show_remark(const std::string& remark) {
+  warn("%s", remark.c_str());
+}
 
 using Words = std::vector<std::string>;
 
@@ -85,7 +89,7 @@ bool holds(const std::string& script, const std::string& name, const std::string
 
 // Sets what the words lead to, the way that the library does it.
 void set_by_menu(const Words& words, const Way& way) {
-  ProfileScript script(false);
+  ProfileScript script(false, {.note = show_remark});
   std::string line = "env";
   for (const std::string& word : words) line += " " + word;
   script.edit([&] { zvgkit_func(line.data()); },
@@ -100,7 +104,7 @@ void set_variable(const std::string& name, const std::string& value) {
   if (value.empty() || value.find_first_of(odd) != std::string::npos) {
     usage_error("'%s' cannot be kept in the script: no blank, comma or '='", value.c_str());
   }
-  ProfileScript script(false);
+  ProfileScript script(false, {.note = show_remark});
   // The library goes by the beginning of the name, whosever it is.
   for (const auto& [known, old] : settings_of(script.read())) {
     if (known == name) break;
@@ -118,7 +122,7 @@ void set_variable(const std::string& name, const std::string& value) {
 }
 
 void list_command(const Context& context) {
-  const std::string script = look_at_profile_script();
+  const std::string script = look_at_profile_script({.note = show_remark});
   if (!context.json) {
     char line[] = "env on";
     zvgkit_func(line);
@@ -157,10 +161,10 @@ void set_command(const Context& context, const Words& words) {
 
 void clear_command(const Context& context) {
   if (context.json) reserve_stdout_for_json();
-  if (!settings_of(look_at_profile_script()).empty()) {
+  if (!settings_of(look_at_profile_script({.note = show_remark})).empty()) {
     confirm("remove all settings from " + std::string(profile_script_path), context.yes);
   }
-  ProfileScript script(true);
+  ProfileScript script(true, {.note = show_remark});
   // Emptying is one step that cannot stop in the middle; nothing has to be kept for it.
   char line[] = "env close";
   if (zvgkit_func(line) != 0) fail("cannot empty %s", profile_script_path);

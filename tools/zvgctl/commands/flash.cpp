@@ -11,17 +11,18 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "zvgctl/atomic_file.h"
+#include "service/flash/flash_service.h"
+#include "service/number.h"
 #include "zvgctl/board_info_chain.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/flash_service.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
+#include "zvgctl/terminal/terminal_work.h"
 
 namespace zvgctl {
 
@@ -156,9 +157,10 @@ void read_command(const Context& context, const FlashArguments& arguments) {
   const FlashRegion region =
       arguments.region.empty() ? FlashRegion{0, flash_size} : parse_region(arguments.region);
   const Connection connection(context);
-  std::optional<AtomicFile> file;
+  std::optional<OutputFile> file;
   if (!arguments.output.empty()) file.emplace(arguments.output, arguments.force);
-  const std::vector<uint8_t> bytes = read_flash(region);
+  const TerminalWork terminal;
+  const std::vector<uint8_t> bytes = read_flash(region, terminal.work());
   if (file) {
     file->write(bytes.data(), bytes.size());
     file->commit();
@@ -189,7 +191,8 @@ void erase_command(const Context& context, const FlashArguments& arguments) {
                  region.address, region.address + region.size - 1),
           context.yes);
   const Connection connection(context);
-  erase_flash(region);
+  const TerminalWork terminal;
+  erase_flash(region, terminal.work());
 }
 
 void write_command(const Context& context, const FlashArguments& arguments) {
@@ -197,14 +200,17 @@ void write_command(const Context& context, const FlashArguments& arguments) {
   const uint32_t offset = parse_offset(arguments, bytes.size());
   confirm(format("write %zu bytes to the flash from 0x%06x on", bytes.size(), offset), context.yes);
   const Connection connection(context);
-  report(context, write_flash(offset, bytes, files_of(arguments, offset, bytes.size())));
+  const TerminalWork terminal;
+  report(context,
+         write_flash(offset, bytes, files_of(arguments, offset, bytes.size()), terminal.work()));
 }
 
 void verify_command(const Context& context, const FlashArguments& arguments) {
   const std::vector<uint8_t> bytes = file_content(arguments.file);
   const uint32_t offset = parse_offset(arguments, bytes.size());
   const Connection connection(context);
-  const size_t same = compare_flash(offset, bytes);
+  const TerminalWork terminal;
+  const size_t same = compare_flash(offset, bytes, terminal.work());
   if (context.json) {
     print_json({{"equal", same == bytes.size()},
                 {"first_difference", same == bytes.size() ? Json(nullptr) : Json(offset + same)}});
@@ -259,9 +265,10 @@ void edid_set_command(const Context& context, const FlashArguments& arguments) {
   const Connection connection(context);
   const FlashRegion area = {BoardInfoChain::first_sector, BoardInfoChain::sectors_size};
   const FlashWriteFiles files = files_of(arguments, area.address, area.size);
-  BoardInfoChain chain(settled_content(area, files.journal));
+  const TerminalWork terminal;
+  BoardInfoChain chain(settled_content(area, files.journal, terminal.work()));
   chain.set_edid(output, image.bytes());
-  report(context, write_flash(area.address, chain.bytes(), files));
+  report(context, write_flash(area.address, chain.bytes(), files, terminal.work()));
 }
 
 void serial_command(const Context& context) {

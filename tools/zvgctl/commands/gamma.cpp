@@ -10,14 +10,14 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/pictures/curve_picture.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -122,7 +122,7 @@ void write_picture(const Arguments& arguments, const Curves& curves, const std::
   if (!ends_with(".svg") && !ends_with(".png")) {
     usage_error("-o: expected a file name that ends in .svg or .png, found '%s'", path.c_str());
   }
-  AtomicFile file(path, arguments.force);
+  OutputFile file(path, arguments.force);
   const std::string content =
       ends_with(".svg") ? curves_svg(curves, title) : curves_png(curves, title);
   file.write(content.data(), content.size());

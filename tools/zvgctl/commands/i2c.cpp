@@ -13,13 +13,13 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
 
 namespace zvgctl {
@@ -258,7 +258,7 @@ void ddc_command(const Context& context, const DdcArguments& arguments) {
   const auto channel = parse_ddc_channel("CHANNEL", arguments.channel);
   require_driver(parse_connection(context.connection), "the display data channel request");
   Connection connection(context, i2c_deadline);
-  std::optional<AtomicFile> raw;
+  std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
   const std::vector<uint8_t> bytes = read_ddc(channel);
   if (raw) {
@@ -273,20 +273,6 @@ void ddc_command(const Context& context, const DdcArguments& arguments) {
 }
 
 }  // namespace
-
-void fail_i2c(unsigned bus, unsigned slave, int result, const char* deed) {
-  const int error = errno;
-  // A code of the I2C master, or a request that failed altogether.
-  std::string why = zvgI2cErrString(result);
-  if (result == no_device) {
-    why = "no device answers there, or the bus hangs (zvgctl i2c scan shows who does)";
-  } else if (result == not_acknowledged) {
-    why = "the device did not acknowledge a byte in the middle of the transfer";
-  } else if (result == -1) {
-    why = error != 0 ? reason(result, error) : "there is no such bus";
-  }
-  fail("I2C bus %u, address 0x%02x: cannot %s: %s", bus, slave, deed, why.c_str());
-}
 
 unsigned parse_bus(const Route& options, const std::string& text) {
   return static_cast<unsigned>(parse_number("BUS", text, bus_count(options) - 1));

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "service/i2c/i2c_error.h"
 #include "zvgctl/connection_options.h"
 
 namespace zvgctl {
 
-// Throws a Failure that says in words what an I2C code means. deed: "read", "write"...
-[[noreturn]] void fail_i2c(unsigned bus, unsigned slave, int result, const char* deed);
+using zvg::fail_i2c;
 
 // A bus that the door has. Throws a usage Failure.
 unsigned parse_bus(const Route& options, const std::string& text);

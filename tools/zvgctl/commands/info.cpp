@@ -9,10 +9,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 

@@ -10,14 +10,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
+#include "service/seam/library_messages.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/library_messages.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
 
 namespace zvgctl {
@@ -37,7 +37,7 @@ struct EdidArguments {
 void edid_command(const Context& context, const EdidArguments& arguments) {
   const McuTarget target = parse_mcu_target("SELECTORS", arguments.selectors);
   Connection connection(context, mcu_deadline);
-  std::optional<AtomicFile> raw;
+  std::optional<OutputFile> raw;
   if (!arguments.raw.empty()) raw.emplace(arguments.raw, arguments.force);
   const std::vector<uint8_t> bytes = read_mcu_edid(target);
   if (raw) {

@@ -6,11 +6,11 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {

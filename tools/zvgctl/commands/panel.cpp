@@ -7,12 +7,12 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/dp_channel.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {

@@ -6,12 +6,12 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
+#include "service/power/power_chips.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
-#include "zvgctl/power_chips.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"

@@ -9,11 +9,11 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {

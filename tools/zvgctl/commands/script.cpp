@@ -9,13 +9,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
+#include "service/script/script_plan.h"
+#include "service/seam/library_messages.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/library_messages.h"
-#include "zvgctl/number.h"
-#include "zvgctl/script_plan.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {

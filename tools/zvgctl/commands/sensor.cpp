@@ -8,23 +8,18 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/number.h"
+#include "service/power/sensors.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/sampling.h"
-#include "zvgctl/sensors.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 
 namespace {
-
-void expect_done(int result, const char* what, uint32_t sensor) {
-  if (result == 0) return;
-  fail("cannot read the %s of sensor %u: %s", what, sensor, reason(result, errno).c_str());
-}
 
 void need_generation(const Context& context) {
   require_generation(parse_connection(context.connection), "the sensor block");
@@ -76,7 +71,7 @@ void read_command(const Context& context, bool process) {
       for (uint32_t sensor = 0; sensor < sensors; ++sensor) {
         const StdoutOnStderr remarks;
         uint32_t code = 0;
-        expect_done(zvgSensorProcess(type, sensor, &code), "process code", sensor);
+        zvg::expect_sensor_read(zvgSensorProcess(type, sensor, &code), "process code", sensor);
         table.row({std::to_string(type), std::to_string(sensor), std::to_string(code)});
         document["process"].push_back({{"type", type}, {"sensor", sensor}, {"code", code}});
       }
@@ -144,19 +139,6 @@ void test_temperature_command(const Context& context, const std::string& text) {
 }
 
 }  // namespace
-
-DieReadings read_die() {
-  const StdoutOnStderr remarks;
-  DieReadings readings;
-  // A type at a time: over the registers, another one takes a conversion.
-  for (uint32_t i = 0; i < die_sensors; ++i) {
-    expect_done(zvgSensorTemp(i, &readings.celsius[i]), "temperature", i);
-  }
-  for (uint32_t i = 0; i < die_sensors; ++i) {
-    expect_done(zvgSensorVolt(i, &readings.volts[i]), "voltage", i);
-  }
-  return readings;
-}
 
 void add_sensor(CLI::App& application, Context& context) {
   CLI::App& family = add_family(application, "sensor", "Temperatures and voltages on the die",

@@ -9,12 +9,12 @@
 #include <nlohmann/json.hpp>
 
 #include "script/script_line.h"
-#include "zvgctl/atomic_file.h"
+#include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 
 namespace zvgctl {
 
@@ -46,7 +46,7 @@ void snapshot_command(const Context& context, const SnapshotArguments& arguments
     ranges.push_back(range);
   }
   Connection connection(context);
-  AtomicFile file(arguments.output, arguments.force);
+  OutputFile file(arguments.output, arguments.force);
   size_t count = 0;
   for (const AddressRange& range : ranges) {
     std::string text;

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "service/number.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/context.h"
-#include "zvgctl/number.h"
 
 namespace CLI {
 class App;

@@ -9,11 +9,11 @@
 #include <algorithm>
 #include <memory>
 
-#include "zvgctl/board_sample.h"
+#include "service/number.h"
+#include "service/station/board_sample.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/number.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"

@@ -8,11 +8,11 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "zvgctl/atomic_file.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/commands/vram_bulk.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
 
 namespace zvgctl {
@@ -74,7 +74,7 @@ Stretch parse_stretch(const BulkArguments& arguments) {
 void dump_command(const Context& context, const BulkArguments& arguments) {
   const Stretch stretch = parse_stretch(arguments);
   Connection connection(context);
-  AtomicFile file(arguments.file, arguments.force);
+  OutputFile file(arguments.file, arguments.force);
   read_vram_bulk(connection, stretch.offset, stretch.length, [&](std::span<const uint32_t> words) {
     file.write(words.data(), words.size_bytes());
   });

@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "service/seam/library_messages.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/library_messages.h"
 #include "zvgctl/terminal/progress.h"
 
 namespace zvgctl {

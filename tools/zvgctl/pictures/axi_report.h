@@ -5,13 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/axi_tables.h"
+#include "service/axi/axi_tables.h"
 
 namespace zvgctl {
 
 // One HTML page that needs nothing else: curves of every port, totals, the ports with timeouts.
 // source: where the tables are from. problems: what is wrong with them, for the page to say.
-std::string axi_report(const std::vector<AxiTable>& tables, const std::string& source,
+std::string axi_report(const std::vector<zvg::AxiTable>& tables, const std::string& source,
                        const std::vector<std::string>& problems);
 
 }  // namespace zvgctl

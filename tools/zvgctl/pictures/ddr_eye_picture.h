@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/ddr_eye.h"
+#include "service/ddr/ddr_eye.h"
 
 namespace zvgctl {
 
@@ -13,7 +13,7 @@ enum class PictureFormat { svg, png };
 
 // The file's content: a row of read and write eye for every channel, with the opening's width and
 // height drawn in. Throws a Failure when it cannot be made.
-std::string eyes_picture(const std::vector<ChannelEyes>& channels, PictureFormat format);
+std::string eyes_picture(const std::vector<zvg::ChannelEyes>& channels, PictureFormat format);
 
 }  // namespace zvgctl
 

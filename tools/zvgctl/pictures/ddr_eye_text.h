@@ -6,21 +6,21 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/ddr_eye.h"
+#include "service/ddr/ddr_eye.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 
 // "22 delay steps wide, 41 voltage steps high", or that there is no opening.
-std::string describe(const Eye& eye);
+std::string describe(const zvg::Eye& eye);
 
 // Read and write eye side by side, in 256 colours or, without, in plain characters.
-std::string heat_maps(const ChannelEyes& eyes, bool colour);
+std::string heat_maps(const zvg::ChannelEyes& eyes, bool colour);
 
 // A line a voltage step that was met: channel, eye, step, then 31 counts.
-std::string eyes_csv(const std::vector<ChannelEyes>& channels);
+std::string eyes_csv(const std::vector<zvg::ChannelEyes>& channels);
 
-Json eyes_json(const std::vector<ChannelEyes>& channels);
+Json eyes_json(const std::vector<zvg::ChannelEyes>& channels);
 
 }  // namespace zvgctl
 

@@ -66,16 +66,6 @@ void print_json_line(const Json& document) {
   write_json(document.dump() + "\n");
 }
 
-QuietStdout::QuietStdout()
-    : redirection_([this](zvg::seam::Stream stream, std::string_view text) {
-        if (stream == zvg::seam::Stream::err) redirection_.pass_on(stream, text);
-      }) {}
-
-StdoutOnStderr::StdoutOnStderr()
-    : redirection_([this](zvg::seam::Stream, std::string_view text) {
-        redirection_.pass_on(zvg::seam::Stream::err, text);
-      }) {}
-
 void finish_output() {
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     fail("cannot write to standard output: %s", strerror(errno));

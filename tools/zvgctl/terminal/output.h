@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "service/json.h"
-#include "service/seam/output.h"
+#include "service/seam/library_messages.h"
 
 namespace zvgctl {
 
@@ -29,23 +29,8 @@ void give_stdout_back();
 void print_json(const Json& document);
 void print_json_line(const Json& document);
 
-// While one lives, what the library prints on standard output goes nowhere.
-class QuietStdout {
- public:
-  QuietStdout();
-
- private:
-  zvg::seam::Redirection redirection_;
-};
-
-// While one lives, it goes to standard error: the library's remarks where a command prints data.
-class StdoutOnStderr {
- public:
-  StdoutOnStderr();
-
- private:
-  zvg::seam::Redirection redirection_;
-};
+using zvg::QuietStdout;
+using zvg::StdoutOnStderr;
 
 // Writes out everything that was printed. Throws a Failure when it did not all get there.
 void finish_output();
