@@ -21,13 +21,13 @@ std::string value_text(uint64_t value, unsigned width) {
   return text;
 }
 
-std::string bytes_text(const uint8_t* bytes, size_t size) {
+std::string bytes_text(std::span<const uint8_t> bytes) {
   constexpr char digits[] = "0123456789abcdef";
   std::string text;
-  text.reserve(2 * size);
-  for (size_t i = 0; i < size; ++i) {
-    text += digits[bytes[i] >> 4];
-    text += digits[bytes[i] & 0xF];
+  text.reserve(2 * bytes.size());
+  for (const uint8_t byte : bytes) {
+    text += digits[byte >> 4];
+    text += digits[byte & 0xF];
   }
   return text;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <nlohmann/json_fwd.hpp>
+#include <span>
 #include <string>
 
 namespace zvg {
@@ -21,7 +22,7 @@ std::string address_text(uint64_t address);
 std::string value_text(uint64_t value, unsigned width);
 
 // Bytes as one hexadecimal text: "00ffff".
-std::string bytes_text(const uint8_t* bytes, size_t size);
+std::string bytes_text(std::span<const uint8_t> bytes);
 
 // A number rounded to so many decimals: what the sensor resolves, and not what a double holds.
 double rounded(double value, int decimals);

@@ -43,6 +43,8 @@ const char* error_kind_name(ErrorKind kind) {
       return "dead_board";
     case ErrorKind::cancelled:
       return "cancelled";
+    case ErrorKind::internal:
+      return "internal";
   }
   return "unknown";
 }

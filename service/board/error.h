@@ -23,6 +23,7 @@ enum class ErrorKind {
   file,           // a file could not be read or written
   dead_board,     // everything reads as ones
   cancelled,      // the caller wanted no more
+  internal,       // a mistake in this software
 };
 
 // The kind's name in documents: "access", "dead_board" ...

@@ -24,8 +24,8 @@ TEST(Json, WritesAddressesShortAndValuesToTheirWidth) {
 
 TEST(Json, WritesBytesAsOneText) {
   const uint8_t bytes[] = {0x00, 0xFF, 0x1A};
-  EXPECT_EQ(zvg::bytes_text(bytes, sizeof bytes), "00ff1a");
-  EXPECT_EQ(zvg::bytes_text(bytes, 0), "");
+  EXPECT_EQ(zvg::bytes_text(bytes), "00ff1a");
+  EXPECT_EQ(zvg::bytes_text({}), "");
 }
 
 TEST(Json, RoundsToWhatTheSensorResolves) {

@@ -87,16 +87,16 @@ TEST_F(BoardChips, ScanDrawsTheGrid) {
 
 TEST_F(BoardChips, ScanOfAllBusesAsJson) {
   const Result result = on(board(), "i2c scan --json");
-  EXPECT_EQ(Json::parse(result.out),
-            Json::parse(R"([{"bus": 0, "devices": [84]}, {"bus": 1, "devices": [73, 77]},
-                            {"bus": 2, "devices": [64]}, {"bus": 3, "devices": [37]},
-                            {"bus": 4, "devices": []}, {"bus": 5, "devices": []}])"));
+  EXPECT_EQ(Json::parse(result.out), Json::parse(R"({"schema": "zvg/i2c-scan/1", "buses": [
+                            {"bus": 0, "devices": ["0x54"]}, {"bus": 1, "devices": ["0x49", "0x4d"]},
+                            {"bus": 2, "devices": ["0x40"]}, {"bus": 3, "devices": ["0x25"]},
+                            {"bus": 4, "devices": []}, {"bus": 5, "devices": []}]})"));
 }
 
 TEST_F(BoardChips, ScanGivesADeviceThatRefusesBytes) {
   const Result result =
       on(board("[[faults.i2c]]\nbus = 0\naddress = 0x54\nnack_at_byte = 1\n"), "i2c scan 0 --json");
-  EXPECT_EQ(Json::parse(result.out)[0]["devices"], Json({84}));
+  EXPECT_EQ(Json::parse(result.out)["buses"][0]["devices"], Json({"0x54"}));
 }
 
 TEST_F(BoardChips, ReadsDumpsAndWritesRegisters) {
@@ -104,7 +104,8 @@ TEST_F(BoardChips, ReadsDumpsAndWritesRegisters) {
   EXPECT_EQ(on(file, "i2c read 0 0x54 1").out, "0x01: 0x20\n");
   EXPECT_EQ(on(file, "i2c read 0 0x54 0 --count 4").out, "0x00: 10 20 30 00\n");
   EXPECT_EQ(Json::parse(on(file, "i2c read 0 84 0 -c 2 --json").out),
-            Json::parse(R"({"bus": 0, "address": 84, "register": 0, "values": [16, 32]})"));
+            Json::parse(R"({"schema": "zvg/i2c-read/1", "bus": 0, "address": "0x54",
+                            "register": "0x0", "bytes": "1020"})"));
   const Result dump = on(file, "i2c dump 0 0x54");
   EXPECT_THAT(dump.out, testing::StartsWith("0x00: 10 20 30 00 00"));
   EXPECT_EQ(std::count(dump.out.begin(), dump.out.end(), '\n'), 16);
@@ -373,12 +374,12 @@ TEST_F(BoardChips, VideoFromSetUpToStop) {
   EXPECT_THAT(serial("video status").out,
               HasSubstr("1     yes      b       704x576  10,20  704x576  0x100   2/1      yes"));
   EXPECT_EQ(serial("video stop 1").exit, 0);
-  const Json status = Json::parse(serial("video status 1 --json").out);
+  const Json status = Json::parse(serial("video status 1 --json").out)["ports"];
   EXPECT_EQ(status[0]["capturing"], false);
   EXPECT_EQ(status[0]["window"], "b");
   EXPECT_EQ(status[0]["source"]["width"], 0);
   EXPECT_EQ(serial("video restart 1").exit, 0);
-  EXPECT_EQ(Json::parse(serial("video status 1 --json").out)[0]["capturing"], true);
+  EXPECT_EQ(Json::parse(serial("video status 1 --json").out)["ports"][0]["capturing"], true);
   const Result unplaced = serial("video start 0 --size 1x1");
   EXPECT_EQ(unplaced.exit, 1);
   EXPECT_THAT(unplaced.err, HasSubstr("video port 0 is in no window yet"));

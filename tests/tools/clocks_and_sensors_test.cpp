@@ -116,7 +116,7 @@ TEST_F(OnBoard, ClockListShowsWhatIsOffAndUnlocked) {
 TEST_F(OnBoard, ClockGetReadsOne) {
   EXPECT_EQ(on(exact_board, "clock get 3d").out, "3d: 999 MHz\n");
   EXPECT_EQ(Json::parse(on(exact_board, "clock get apb --json").out),
-            Json({{"clock", "apb"}, {"mhz", 149}}));
+            Json({{"schema", "zvg/clock-get/1"}, {"clock", "apb"}, {"mhz", 149}}));
   EXPECT_EQ(on(exact_board, "clock get pll5 --serial /dev/ttyZVG0 --generation rq302").out,
             "pll5: 1593 MHz\n");
 }
@@ -224,7 +224,7 @@ TEST_F(OnBoard, ClockModeSwitches) {
   EXPECT_EQ(on(exact_board, "clock mode 3d bypass").out, "");
   EXPECT_EQ(writes("0x28800c"), std::vector<std::string>{"0x80490023"});
   EXPECT_EQ(Json::parse(on(exact_board, "clock mode gpu2pll off --yes --json").out),
-            Json({{"target", "gpu2pll"}, {"mode", "off"}}));
+            Json({{"schema", "zvg/clock-mode/1"}, {"target", "gpu2pll"}, {"mode", "off"}}));
   EXPECT_EQ(writes("0x288000"), std::vector<std::string>{"0x1000000f"});
   const Result asked = on(exact_board, "clock mode devpll off");
   EXPECT_EQ(asked.exit, 2);
@@ -353,7 +353,7 @@ TEST(Query, PrintsTheDriversReport) {
   const Result all = zvgctl_sim("query");
   EXPECT_THAT(all.out, AllOf(StartsWith("Query DEVICE ID: 0x202\n"),
                              HasSubstr("Query load[4]\uFF1A27%\nQuery firmware: FW 2.7.1\n")));
-  EXPECT_EQ(Json::parse(zvgctl_sim("query BAND --json").out),
+  EXPECT_EQ(Json::parse(zvgctl_sim("query BAND --json").out)["items"],
             Json({{{"item", "bandwidth"}, {"value", "6400Mbps"}}}));
 }
 
@@ -375,7 +375,7 @@ TEST(Query, SaysWhatItDoesNotKnow) {
 TEST(PowerStateCommand, GetsAndSets) {
   EXPECT_EQ(zvgctl_sim("power-state get").out, "0 (Performance)\n");
   EXPECT_EQ(Json::parse(zvgctl_sim("power-state get --json").out),
-            Json({{"state", 0}, {"name", "Performance"}}));
+            Json({{"schema", "zvg/power-state-get/1"}, {"state", 0}, {"name", "Performance"}}));
   for (const std::string state : {"performance", "Save", "STANDBY", "0", "2"}) {
     EXPECT_EQ(zvgctl_sim("power-state set " + state).exit, 0) << state;
   }

@@ -44,7 +44,7 @@ std::string dp_board(const std::string& port, const std::string& faults = {}) {
 TEST(DpTool, StatusOfAllPorts) {
   const Result result = zvgctl_sim("dp status --json");
   EXPECT_EQ(result.exit, 0);
-  const json ports = json::parse(result.out);
+  const json ports = json::parse(result.out)["ports"];
   ASSERT_EQ(ports.size(), 4u);
   EXPECT_EQ(ports[0]["sink"], true);
   EXPECT_EQ(ports[0]["link"]["up"], false);
@@ -191,7 +191,7 @@ TEST(DpTool, PhyAndItsBus) {
 }
 
 TEST(ModeTool, OutputsAndTheirControllers) {
-  const json outputs = json::parse(zvgctl_sim("mode list --json").out);
+  const json outputs = json::parse(zvgctl_sim("mode list --json").out)["outputs"];
   ASSERT_EQ(outputs.size(), 16u);
   EXPECT_EQ(outputs[0]["output"], "DAC");
   EXPECT_EQ(outputs[0]["mode"]["horizontal"]["total"], 2200);

@@ -77,10 +77,11 @@ TEST_F(Env, SetTakesVariables) {
   EXPECT_EQ(env("set MY_OWN=some/value").exit, 0);
   EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport MY_OWN=some/value\n");
   const Result json = env("set MY_OWN=x --json");
-  EXPECT_EQ(Json::parse(json.out), Json({{"name", "MY_OWN"}, {"value", "x"}}));
+  EXPECT_EQ(Json::parse(json.out),
+            Json({{"schema", "zvg/env-set/1"}, {"name", "MY_OWN"}, {"value", "x"}}));
   EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport MY_OWN=x\n");
   EXPECT_EQ(Json::parse(env("set 3d es --json").out),
-            Json({{"name", "KRT_ES_TRACE"}, {"value", "1"}}));
+            Json({{"schema", "zvg/env-set/1"}, {"name", "KRT_ES_TRACE"}, {"value", "1"}}));
 }
 
 TEST_F(Env, ListShowsTheSettings) {
@@ -88,7 +89,7 @@ TEST_F(Env, ListShowsTheSettings) {
   write(std::string(gl) + affinity);
   EXPECT_EQ(env("list").out,
             "The open function :\n+\u2014\u2014 GL\n+\u2014\u2014 MGPU \u2014\u2014 COMBINED\n");
-  EXPECT_EQ(Json::parse(env("list --json").out),
+  EXPECT_EQ(Json::parse(env("list --json").out)["settings"],
             Json({{"KRT_GL_TRACE", "1"}, {"VIV_MGPU_AFFINITY", "0"}}));
 }
 

@@ -324,7 +324,7 @@ TEST_F(ScriptTool, DiffShowsWhatChanged) {
   EXPECT_EQ(document["registers"], 4);
   EXPECT_EQ(document["differences"].size(), 3u);
   EXPECT_EQ(document["differences"][0],
-            json({{"address", "0x000104"}, {"before", "0x00000002"}, {"after", "0x00000005"}}));
+            json({{"address", "0x104"}, {"before", "0x00000002"}, {"after", "0x00000005"}}));
   EXPECT_EQ(document["differences"][1]["after"], "-");
   result = zvgctl("reg diff " + before + " " + before);
   EXPECT_EQ(result.out, "no difference in 3 registers\n");

@@ -256,7 +256,7 @@ TEST(BadSerialTest, NoiseBehindTheAnswer) {
   SerialBoard board({.noise_after_after = 1});
   const Result result = on(board, "reg read 0x100 --json");
   EXPECT_EQ(result.exit, 1);
-  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.out, HasSubstr("\"schema\": \"zvg/error/1\""));
   EXPECT_THAT(result.err, HasSubstr("noise on the line"));
 }
 

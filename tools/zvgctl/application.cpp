@@ -6,6 +6,8 @@
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "service/board/board.h"
@@ -153,16 +155,53 @@ void add_cause(std::string& message) {
   }
 }
 
-int finish(Context& context, Exit exit) {
+// Ends what goes on to the end, whatever the command came to: an error here is one more.
+void finish(Context& context) {
+  // Also of a command that failed: it may tell why.
+  if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
+  finish_output();
+}
+
+// Tells an error: on standard error for people and, with --json, in the document for programs.
+Exit tell(const zvg::Error& error, const std::string& command) {
+  const bool usage = error.kind() == zvg::ErrorKind::bad_argument;
+  std::string message = error.what();
+  if (!usage) add_cause(message);
+  put_error_into_json(error, message);
+  print_error(message + (usage ? "\nTry '" + command + " --help'." : advice(error)));
+  return usage ? Exit::usage : Exit::failed;
+}
+
+std::string misplaced(const CLI::App& application, const CLI::ParseError& error) {
+  // A word that is no command's name shows up only as a command that is missing.
+  const std::vector<std::string> strays = application.remaining(true);
+  if (strays.empty()) return error.what();
+  return format("\"%s\" is out of place: no such command or option here", strays.front().c_str());
+}
+
+// What documents are called after: "zvgctl reg read" prints "reg-read".
+std::string document_name(const std::string& command) {
+  std::string name = command.substr(command.find(' ') + 1);
+  std::replace(name.begin(), name.end(), ' ', '-');
+  return name;
+}
+
+// Runs what the command line says. Throws whatever it ends by.
+void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words) {
   try {
-    // Also of a command that failed: it may tell why.
-    if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
-    finish_output();
-  } catch (const zvg::Error& failure) {
-    print_error(failure.what());
-    return static_cast<int>(Exit::failed);
+    // CLI11 takes its words from the back.
+    application.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+  } catch (const CLI::Success& request) {  // --help or --version
+    application.exit(request);
+    return;
+  } catch (const CLI::ParseError& error) {
+    throw Failure(Exit::usage, misplaced(application, error));
   }
-  return static_cast<int>(exit);
+  begin_output(context.json, document_name(named_command(application)));
+  catch_interrupts();
+  record(context);
+  context.action();
+  if (const auto failure = untold_failure()) throw *failure;
 }
 
 }  // namespace
@@ -178,42 +217,24 @@ int run(const std::vector<std::string>& words) {
     fprintf(stderr, "%s", application.help().c_str());
     return static_cast<int>(Exit::usage);
   }
-  try {
-    // CLI11 takes its words from the back.
-    application.parse(std::vector<std::string>(arguments.words.rbegin(), arguments.words.rend()));
-    catch_interrupts();
-    record(context);
-    context.action();
-    if (const auto failure = zvg::untold_failure()) throw *failure;
-    return finish(context, Exit::done);
-  } catch (const CLI::Success& request) {  // --help or --version
-    application.exit(request);
-    return finish(context, Exit::done);
-  } catch (const CLI::ParseError& error) {
-    // A word that is no command's name shows up only as a command that is missing.
-    const std::vector<std::string> strays = application.remaining(true);
-    const std::string message = strays.empty() ? error.what()
-                                               : format(
-                                                     "\"%s\" is out of place: no such command or "
-                                                     "option here",
-                                                     strays.front().c_str());
-    print_error(message + "\nTry '" + named_command(application) + " --help'.");
-    return static_cast<int>(Exit::usage);
-  } catch (const Failure& failure) {
-    std::string message = failure.what();
-    if (failure.exit() == Exit::usage) {
-      message += "\nTry '" + named_command(application) + " --help'.";
-    } else {
-      add_cause(message);
+  // For a command line that is not understood.
+  const bool json = std::find(words.begin(), words.end(), "--json") != words.end();
+  begin_output(json, "error");
+  Exit exit = Exit::done;
+  const auto attempt = [&](const std::function<void()>& part) {
+    try {
+      part();
+    } catch (const zvg::Error& error) {
+      exit = std::max(exit, tell(error, named_command(application)));
+    } catch (const std::exception& error) {
+      const zvg::Error internal(ErrorKind::internal,
+                                std::string("internal error: ") + error.what());
+      exit = std::max(exit, tell(internal, named_command(application)));
     }
-    print_error(message);
-    return finish(context, failure.exit());
-  } catch (const zvg::Error& error) {
-    const bool usage = error.kind() == zvg::ErrorKind::bad_argument;
-    print_error(error.what() +
-                (usage ? "\nTry '" + named_command(application) + " --help'." : advice(error)));
-    return finish(context, usage ? Exit::usage : Exit::failed);
-  }
+  };
+  attempt([&] { carry_out(application, context, arguments.words); });
+  attempt([&] { finish(context); });
+  return static_cast<int>(exit);
 }
 
 }  // namespace zvgctl

@@ -79,7 +79,7 @@ void read_command(const Context& context, const Arguments& arguments) {
       printf("channel %u: %s\n", channel, hex(value, 8).c_str());
     }
   }
-  if (context.json) print_json({{"address", hex(address, 6)}, {"channels", channels}});
+  if (context.json) print_json({{"address", address_text(address)}, {"channels", channels}});
 }
 
 void write_command(const Context& context, const Arguments& arguments) {

@@ -107,7 +107,7 @@ void status_command(const Context& context, const Arguments& arguments) {
     document.push_back(std::move(one));
   }
   if (context.json) {
-    print_json(document);
+    print_json("ports", document);
   } else {
     table.print();
   }
@@ -130,7 +130,7 @@ Json fields_json(uint32_t address, const std::vector<uint8_t>& bytes) {
   for (const DpcdField& field : dpcd_fields()) {
     if (field.address < address || field.address - address >= bytes.size()) continue;
     const uint8_t value = field.of(bytes[field.address - address]);
-    fields.push_back({{"address", hex(field.address, 5)},
+    fields.push_back({{"address", address_text(field.address)},
                       {"field", field.name},
                       {"value", value},
                       {"text", field.text(value)}});
@@ -141,10 +141,9 @@ Json fields_json(uint32_t address, const std::vector<uint8_t>& bytes) {
 void show_dpcd(const Context& context, const Arguments& arguments, uint32_t address,
                const std::vector<uint8_t>& bytes) {
   if (context.json) {
-    Json values = Json::array();
-    for (const uint8_t byte : bytes) values.push_back(hex(byte, 2));
-    Json document = {
-        {"dp", parse_port(arguments.port)}, {"address", hex(address, 5)}, {"values", values}};
+    Json document = {{"dp", parse_port(arguments.port)},
+                     {"address", address_text(address)},
+                     {"bytes", bytes_text(bytes)}};
     if (arguments.decode) document["fields"] = fields_json(address, bytes);
     print_json(document);
   } else if (arguments.decode) {
@@ -251,7 +250,9 @@ void edid_command(const Context& context, const Arguments& arguments) {
     raw->commit();
   }
   if (context.json) {
-    print_json(image.json());
+    Json document = zvg::document("edid");
+    document.update(image.json());
+    print_json(document);
   } else {
     print_hex_dump(0, 4, 1, std::vector<uint64_t>(image.bytes().begin(), image.bytes().end()));
   }
@@ -309,7 +310,7 @@ constexpr uint64_t last_cdb = 0xFFFF;
 void print_register(const Context& context, uint32_t port, uint64_t address, uint64_t value,
                     int digits) {
   if (context.json) {
-    print_json({{"dp", port}, {"register", hex(address, 4)}, {"value", hex(value, digits)}});
+    print_json({{"dp", port}, {"register", address_text(address)}, {"value", hex(value, digits)}});
   } else {
     printf("%s: %s\n", hex(address, 4).c_str(), hex(value, digits).c_str());
   }

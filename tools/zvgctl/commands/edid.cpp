@@ -26,6 +26,13 @@ namespace zvgctl {
 
 namespace {
 
+// Whatever the EDID came from.
+Json edid_document(const EdidImage& image) {
+  Json document = zvg::document("edid");
+  document.update(image.json());
+  return document;
+}
+
 // A whole EDID takes seconds at the most; a bus that hangs is given up by the library in time.
 constexpr unsigned edid_deadline = 90;
 
@@ -152,7 +159,7 @@ void read_command(const Context& context, const ReadArguments& arguments) {
     raw->commit();
   }
   if (context.json) {
-    print_json(image.json());
+    print_json(edid_document(image));
   } else if (!arguments.no_report) {
     do_edid_parse(nullptr);
     say_what_is_shown(image);
@@ -164,7 +171,7 @@ void read_command(const Context& context, const ReadArguments& arguments) {
 void show_command(const Context& context, const ShowArguments& arguments) {
   const EdidImage image = EdidImage::from_file(arguments.file);
   if (context.json) {
-    print_json(image.json());
+    print_json(edid_document(image));
   } else {
     do_edid_parse(arguments.file.c_str());
     say_what_is_shown(image);

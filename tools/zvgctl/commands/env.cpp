@@ -131,7 +131,7 @@ void list_command(const Context& context) {
   reserve_stdout_for_json();
   Json document = Json::object();
   for (const auto& [name, value] : settings_of(script)) document[name] = value;
-  print_json(document);
+  print_json({{"settings", document}});
 }
 
 void report(const Context& context, const std::string& name, const std::string& value) {

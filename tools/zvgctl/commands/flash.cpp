@@ -169,7 +169,7 @@ void read_command(const Context& context, const FlashArguments& arguments) {
              arguments.output.c_str());
     }
   } else if (context.json) {
-    print_json({{"address", region.address}, {"bytes", bytes}});
+    print_json({{"address", address_text(region.address)}, {"bytes", bytes_text(bytes)}});
   } else {
     print_hex_dump(region.address, 6, 1, std::vector<uint64_t>(bytes.begin(), bytes.end()));
   }
@@ -234,7 +234,7 @@ void edid_list_command(const Context& context) {
   Table table({"ADDRESS", "TYPE", "OUTPUT", "BYTES", "STATE"});
   for (const BoardInfoChain::Entry& entry : chain.entries()) {
     const bool edid = BoardInfoChain::is_edid(entry);
-    document.push_back({{"address", entry.address},
+    document.push_back({{"address", address_text(entry.address)},
                         {"type", edid ? "edid" : hex(entry.type, 4)},
                         {"output", entry.id},
                         {"size", entry.data.size()},
@@ -243,7 +243,7 @@ void edid_list_command(const Context& context) {
                std::to_string(entry.data.size()), entry.valid ? "valid" : "damaged"});
   }
   if (context.json) {
-    print_json(document);
+    print_json("entries", document);
   } else {
     table.print();
   }

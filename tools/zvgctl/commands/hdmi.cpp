@@ -84,7 +84,7 @@ void status_command(const Context& context, const std::string& port) {
                         {"tmds_clock", status.tmds_clock}});
   }
   if (context.json) {
-    print_json(document);
+    print_json("ports", document);
   } else {
     table.print();
   }
@@ -170,7 +170,7 @@ void phy_read_command(const Context& context, const PhyArguments& arguments) {
               "read PHY register " + hex(static_cast<uint64_t>(reg), 2));
   if (context.json) {
     print_json({{"hdmi", hdmi},
-                {"register", hex(static_cast<uint64_t>(reg), 2)},
+                {"register", address_text(static_cast<uint64_t>(reg))},
                 {"value", hex(value, 4)}});
   } else {
     printf("%s: %s\n", hex(static_cast<uint64_t>(reg), 2).c_str(), hex(value, 4).c_str());

@@ -103,14 +103,16 @@ void scan_command(const Context& context, const std::string& bus_text) {
       if (probe(bus, slave) == Answer::present) found.push_back(slave);
     }
     if (context.json) {
-      document.push_back({{"bus", bus}, {"devices", found}});
+      Json devices = Json::array();
+      for (const unsigned slave : found) devices.push_back(address_text(slave));
+      document.push_back({{"bus", bus}, {"devices", devices}});
     } else {
       if (bus != chosen.front()) putchar('\n');
       print_grid(bus, found);
       fflush(stdout);
     }
   }
-  if (context.json) print_json(document);
+  if (context.json) print_json("buses", document);
 }
 
 // read, dump and write
@@ -135,8 +137,10 @@ std::vector<uint8_t> read_registers(const Device& device, unsigned reg, size_t c
 void print_registers(const Context& context, const Device& device, unsigned reg,
                      const std::vector<uint8_t>& bytes) {
   if (context.json) {
-    print_json(
-        {{"bus", device.bus}, {"address", device.slave}, {"register", reg}, {"values", bytes}});
+    print_json({{"bus", device.bus},
+                {"address", address_text(device.slave)},
+                {"register", address_text(reg)},
+                {"bytes", bytes_text(bytes)}});
   } else if (bytes.size() == 1) {
     printf("0x%02x: 0x%02x\n", reg, bytes[0]);
   } else {
@@ -266,7 +270,7 @@ void ddc_command(const Context& context, const DdcArguments& arguments) {
     raw->commit();
   }
   if (context.json) {
-    print_json({{"channel", channel}, {"bytes", bytes}});
+    print_json({{"channel", channel}, {"bytes", bytes_text(bytes)}});
   } else {
     print_hex_dump(0, 3, 1, std::vector<uint64_t>(bytes.begin(), bytes.end()));
   }

@@ -205,12 +205,12 @@ Json info_json(Connection& connection) {
   if (options.door == Door::driver) add_driver(document, connection, ask_driver(connection));
   if (!connection.generation_known()) return document;
   Json& blocks = document["block_bases"];
-  for (const BaseItem& item : bases) blocks[item.key] = hex(zvg_gpu_hardware[item.word], 6);
+  for (const BaseItem& item : bases) blocks[item.key] = address_text(zvg_gpu_hardware[item.word]);
   blocks["ddr"] = Json::array();
   for (uint32_t channel = 0; channel < zvg_gpu_hardware[ZVG_HW_DDR_CHANNELS]; ++channel) {
     blocks["ddr"].push_back(
-        {{"controller", hex(zvg_gpu_hardware[ZVG_HW_DDR_CONTROLLER + channel], 6)},
-         {"phy", hex(zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel], 6)}});
+        {{"controller", address_text(zvg_gpu_hardware[ZVG_HW_DDR_CONTROLLER + channel])},
+         {"phy", address_text(zvg_gpu_hardware[ZVG_HW_DDR_PHY + channel])}});
   }
   return document;
 }

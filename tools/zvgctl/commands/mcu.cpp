@@ -45,7 +45,7 @@ void edid_command(const Context& context, const EdidArguments& arguments) {
     raw->commit();
   }
   if (context.json) {
-    print_json({{"first", target.first}, {"second", target.second}, {"bytes", bytes}});
+    print_json({{"first", target.first}, {"second", target.second}, {"bytes", bytes_text(bytes)}});
   } else {
     print_hex_dump(0, 3, 1, std::vector<uint64_t>(bytes.begin(), bytes.end()));
   }

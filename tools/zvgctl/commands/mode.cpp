@@ -96,7 +96,7 @@ void list_command(const Context& context, bool raw) {
     }
   }
   if (context.json) {
-    print_json(document);
+    print_json("outputs", document);
   } else {
     table.print();
   }

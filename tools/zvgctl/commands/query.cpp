@@ -65,7 +65,7 @@ void query_command(const Context& context, const std::string& keyword, const std
   Json document = Json::array();
   std::istringstream lines(report);
   for (std::string line; std::getline(lines, line);) document.push_back(line_json(line));
-  print_json(document);
+  print_json("items", document);
 }
 
 // power-state

@@ -97,7 +97,7 @@ void print_sample(const Context& context, const Span& span, double seconds, uint
   const std::string address = hex(span.first, registers.digits);
   if (context.json) {
     print_json_line({{"time", std::round(seconds * 1000) / 1000},
-                     {"address", address},
+                     {"address", address_text(span.first)},
                      {"value", hex(value, digits)}});
   } else if (previous == nullptr) {
     printf("%s: %s\n", address.c_str(), hex(value, digits).c_str());

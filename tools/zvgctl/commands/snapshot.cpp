@@ -118,7 +118,7 @@ void diff_command(const Context& context, const DiffArguments& arguments) {
       continue;
     }
     table.row({hex(address, 6), shown(before, address), shown(after, address)});
-    differences.push_back({{"address", hex(address, 6)},
+    differences.push_back({{"address", address_text(address)},
                            {"before", shown(before, address)},
                            {"after", shown(after, address)}});
   }

@@ -113,7 +113,7 @@ void print_span(const Space& space, const Context& context, const Span& span,
     Json texts = Json::array();
     for (const uint64_t value : values) texts.push_back(hex(value, value_digits));
     print_json({{"space", space.name},
-                {"address", hex(span.first, space.digits)},
+                {"address", address_text(span.first)},
                 {"width", 8 * span.width},
                 {"values", texts}});
   } else if (values.size() == 1) {

@@ -145,7 +145,7 @@ void status_command(const Context& context, const VideoArguments& arguments) {
                yes_no(v[7] != 0)});
   }
   if (context.json) {
-    print_json(document);
+    print_json("ports", document);
   } else {
     table.print();
   }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "zvgctl/errors.h"
 
@@ -31,6 +32,20 @@ void write_json(const std::string& text) {
     if (size < 0) fail("cannot write to standard output: %s", strerror(errno));
     written += static_cast<size_t>(size);
   }
+}
+
+bool documents_wanted = false;
+std::string document_name;
+Json pending;  // the command's document; null until there is one
+
+// What is no UTF-8, such as a file's name, appears with replacement characters.
+std::string text_of(const Json& document, int indent) {
+  return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
+void print_pending() {
+  if (pending.is_null()) return;
+  write_json(text_of(std::exchange(pending, nullptr), 2) + "\n");
 }
 
 }  // namespace
@@ -58,15 +73,36 @@ void give_stdout_back() {
   json_fd = STDOUT_FILENO;
 }
 
+void begin_output(bool json, const std::string& name) {
+  documents_wanted = json;
+  document_name = name;
+}
+
 void print_json(const Json& document) {
-  write_json(document.dump(2) + "\n");
+  print_pending();
+  pending = zvg::document(document_name);
+  pending.update(document);  // which may have a name of its own
+}
+
+void print_json(const char* member, const Json& list) {
+  print_json({{member, list}});
 }
 
 void print_json_line(const Json& document) {
-  write_json(document.dump() + "\n");
+  Json named = zvg::document(document_name);
+  named.update(document);
+  write_json(text_of(named, -1) + "\n");
+}
+
+void put_error_into_json(const zvg::Error& error, const std::string& message) {
+  if (!documents_wanted) return;
+  if (pending.is_null()) pending = zvg::document("error");
+  pending["error"] = to_json(error);
+  pending["error"]["message"] = message;
 }
 
 void finish_output() {
+  print_pending();
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     fail("cannot write to standard output: %s", strerror(errno));
   }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "service/board/error.h"
 #include "service/json.h"
 #include "service/seam/library_messages.h"
 
@@ -25,9 +26,21 @@ void reserve_stdout_for_json();
 // Puts standard output back in its place, for the program that replaces this one.
 void give_stdout_back();
 
-// Prints one document on the real standard output: indented, or on one line.
+// Tells whether documents are printed, and what they are called: their first key is "schema":
+// "zvg/NAME/1".
+void begin_output(bool json, const std::string& name);
+
+// Prints one document on the real standard output, indented, when the command has ended: should it
+// fail after this, the document says so. Lists become an object with one member of that name.
 void print_json(const Json& document);
+void print_json(const char* member, const Json& list);
+
+// Prints one document on a line, at once.
 void print_json_line(const Json& document);
+
+// With --json, what the command ended by becomes the document's "error", or a document of its own
+// when there is none.
+void put_error_into_json(const zvg::Error& error, const std::string& message);
 
 using zvg::QuietStdout;
 using zvg::StdoutOnStderr;
