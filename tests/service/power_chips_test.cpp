@@ -5,9 +5,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "service/board/error.h"
 #include "support/capture.h"
 #include "support/i2c_node.h"
-#include "service/board/error.h"
 
 namespace {
 
