@@ -36,6 +36,14 @@
 
 #include <stdint.h>
 
+/*
+ * The version of this header. A program built with it runs with every later library of the same
+ * major number; CHANGELOG.md says what a number promises.
+ */
+#define ZVG_VERSION_MAJOR 0
+#define ZVG_VERSION_MINOR 2
+#define ZVG_VERSION_PATCH 0
+
 #ifndef ZVG_API
 #if defined(__GNUC__)
 #define ZVG_API __attribute__((visibility("default")))
