@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "devices/axi_ports.h"
+#include "devices/axi/axi_ports.h"
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>

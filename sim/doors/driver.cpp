@@ -11,8 +11,8 @@
 #include <iterator>
 #include <mutex>
 
-#include "devices/monitor.h"
-#include "devices/pvt_sensors.h"
+#include "devices/monitor/monitor.h"
+#include "devices/sensors/pvt_sensors.h"
 #include "doors/driver_records.h"
 
 namespace zvgsim {

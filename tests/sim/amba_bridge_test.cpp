@@ -1,5 +1,5 @@
 // The AMBA bridge, driven through the CRTC registers step by step.
-#include "devices/amba_bridge.h"
+#include "devices/amba/amba_bridge.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

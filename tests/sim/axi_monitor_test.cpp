@@ -1,8 +1,8 @@
 // The AXI monitors of both generations, as the bus fills them.
 #include <gmock/gmock.h>
 
-#include "devices/axi_ports.h"
-#include "devices/axi_traffic.h"
+#include "devices/axi/axi_ports.h"
+#include "devices/axi/axi_traffic.h"
 #include "support/board_fixture.h"
 
 namespace zvgsim {

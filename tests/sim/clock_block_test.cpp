@@ -1,5 +1,5 @@
 // The clock generators: as registers, and as the library reads and sets them.
-#include "devices/clock_block.h"
+#include "devices/clocks/clock_block.h"
 
 #include <gmock/gmock.h>
 

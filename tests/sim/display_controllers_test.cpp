@@ -1,5 +1,5 @@
 // What firmware leaves the display controllers driving.
-#include "devices/display_controllers.h"
+#include "devices/display/display_controllers.h"
 
 #include <gtest/gtest.h>
 

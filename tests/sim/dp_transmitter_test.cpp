@@ -1,5 +1,5 @@
 // The DisplayPort transmitter and its sink, register by register.
-#include "devices/dp_transmitter.h"
+#include "devices/dp/dp_transmitter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -11,7 +11,7 @@
 #include <array>
 #include <set>
 
-#include "devices/pvt_sensors.h"
+#include "devices/sensors/pvt_sensors.h"
 #include "doors/driver_records.h"
 #include "support/board_fixture.h"
 

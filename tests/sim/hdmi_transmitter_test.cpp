@@ -1,5 +1,5 @@
 // The HDMI transmitter, register by register.
-#include "devices/hdmi_transmitter.h"
+#include "devices/hdmi/hdmi_transmitter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

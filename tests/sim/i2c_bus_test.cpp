@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "devices/monitor.h"
+#include "devices/monitor/monitor.h"
 
 namespace zvgsim {
 namespace {

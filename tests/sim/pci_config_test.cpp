@@ -1,4 +1,4 @@
-#include "devices/pci_config.h"
+#include "devices/pci/pci_config.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // The on-die sensors: conversions in time, and what the library makes of their codes.
-#include "devices/pvt_sensors.h"
+#include "devices/sensors/pvt_sensors.h"
 
 #include <gmock/gmock.h>
 

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <tuple>
 
-#include "devices/nor_flash.h"
+#include "devices/flash/nor_flash.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 #include "support/scratch.h"

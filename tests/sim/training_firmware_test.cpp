@@ -1,5 +1,5 @@
 // The DDR training firmware behind its mailbox, and the library listening to it.
-#include "devices/training_firmware.h"
+#include "devices/ddr/training_firmware.h"
 
 #include <gmock/gmock.h>
 

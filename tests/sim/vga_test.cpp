@@ -1,5 +1,5 @@
 // The VGA ports as a VGA data sheet has them, at MMIO 0x10000 + port and through the I/O ports.
-#include "devices/vga.h"
+#include "devices/vga/vga.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,134 @@
+#include "devices/clocks/clock_block.h"
+
+#include <cmath>
+#include <memory>
+
+#include "devices/block_bases.h"
+
+namespace zvgsim {
+
+namespace {
+
+enum Register : uint32_t {
+  control = 0x00,
+  devpll = 0x04,
+  dev2pll = 0x08,
+  gpupll = 0x0C,
+  gpu2pll = 0x10,
+  fifth_pll = 0x14,
+  clock_select = 0x30,
+  post_dividers = 0x34,
+  lock_status = 0x50,
+};
+
+// A PLL powers down by one bit of control, and reports its lock in the same bit of the status.
+constexpr struct {
+  Register configuration;
+  uint32_t bit;
+  bool reports_lock;
+} pll_table[plls] = {
+    {devpll, 1u << 31, false},
+    {dev2pll, 1u << 30, true},
+    {gpupll, 1u << 29, true},
+    {gpu2pll, 1u << 28, true},
+};
+
+constexpr uint32_t all_enabled = 0xF;
+
+// What firmware leaves: the device clocks from their PLLs, the 3D clocks and the 2D clock from
+// different ones.
+constexpr uint32_t rq301_select = 0x701;  // 3D and shader: gpu2pll; 2D: gpupll
+constexpr uint32_t rq302_select = 0x401;  // 3D and shader: gpupll; 2D: gpu2pll
+
+// The AXI clock is devpll's, the next output half of it, the APB clock a quarter.
+constexpr uint32_t rq301_post_dividers = 0x013;
+constexpr uint32_t rq302_post_dividers = 0x310;
+
+constexpr uint64_t end_of(uint64_t offset, unsigned width) {
+  return offset + width;
+}
+
+constexpr bool touches(uint64_t offset, unsigned width, uint32_t reg) {
+  return offset < reg + 4 && end_of(offset, width) > reg;
+}
+
+}  // namespace
+
+uint32_t pll_word(double mhz) {
+  constexpr double reference = 27;
+  uint32_t best = 0;
+  double error = INFINITY;
+  for (uint32_t input = 1; input <= 3; ++input) {  // 27, 13.5 and 9 MHz at the comparator
+    constexpr uint32_t bands[] = {3, 2, 1};
+    for (uint32_t shift = 1; shift <= 7; ++shift) {
+      const double step = 2 * reference / (input << shift);
+      const double multiplier = std::round(mhz / step);
+      const double vco = 2 * reference * multiplier / input;
+      if (vco < 3000 || vco > 6000 || multiplier < 1 || multiplier > 512) continue;
+      if (std::abs(multiplier * step - mhz) >= error) continue;
+      error = std::abs(multiplier * step - mhz);
+      best = (static_cast<uint32_t>(multiplier) - 1) << 16 | (input - 1) << 8 | shift << 4 |
+             bands[input - 1];
+    }
+  }
+  return best;
+}
+
+ClockBlock::ClockBlock(Board& board, uint32_t base) : board_(board), base_(base) {
+  const auto& clocks = board.config().clocks;
+  const bool rq302 = board.generation() == Generation::rq302;
+  set_word(control, all_enabled);
+  set_word(devpll, pll_word(clocks.axi));
+  set_word(dev2pll, pll_word(clocks.vpu));
+  set_word(gpupll, pll_word(rq302 ? clocks.core_3d : clocks.core_2d));
+  set_word(gpu2pll, pll_word(rq302 ? clocks.core_2d : clocks.core_3d));
+  set_word(fifth_pll, pll_word(clocks.ddr));
+  set_word(clock_select, rq302 ? rq302_select : rq301_select);
+  set_word(post_dividers, rq302 ? rq302_post_dividers : rq301_post_dividers);
+  update_lock_status();
+}
+
+uint32_t ClockBlock::word(uint32_t offset) const {
+  return static_cast<uint32_t>(board_.mmio_storage().read(base_ + offset, 4));
+}
+
+void ClockBlock::set_word(uint32_t offset, uint32_t value) {
+  board_.mmio_storage().write(base_ + offset, 4, value);
+}
+
+void ClockBlock::update_lock_status() {
+  uint32_t status = 0;
+  for (unsigned i = 0; i < plls; ++i) {
+    const auto& pll = pll_table[i];
+    const bool powered = (word(control) & pll.bit) == 0;
+    const bool locked = powered && board_.clock().now() >= locked_at_[i] &&
+                        !board_.config().faults.pll_never_locks[i];
+    if (locked && pll.reports_lock) status |= pll.bit;
+  }
+  set_word(lock_status, status);
+}
+
+uint64_t ClockBlock::read(uint64_t offset, unsigned width) {
+  if (touches(offset, width, lock_status)) update_lock_status();
+  return board_.mmio_storage().read(base_ + offset, width);
+}
+
+void ClockBlock::write(uint64_t offset, unsigned width, uint64_t value) {
+  const uint32_t old_control = word(control);
+  board_.mmio_storage().write(base_ + offset, width, value);
+  const uint32_t powered_up = old_control & ~word(control);
+  const uint64_t lock_at = board_.clock().now() + microseconds(board_.config().clocks.lock_us);
+  for (unsigned i = 0; i < plls; ++i) {
+    if (touches(offset, width, pll_table[i].configuration) || (powered_up & pll_table[i].bit)) {
+      locked_at_[i] = lock_at;
+    }
+  }
+  update_lock_status();  // a write to the status changes nothing
+}
+
+void install_clock_block(Board& board) {
+  const uint32_t base = block_bases(board.generation()).clocks;
+  board.attach(base, ClockBlock::size, std::make_unique<ClockBlock>(board, base));
+}
+
+}  // namespace zvgsim

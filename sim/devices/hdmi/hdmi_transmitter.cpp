@@ -1,0 +1,323 @@
+#include "devices/hdmi/hdmi_transmitter.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "devices/block_bases.h"
+#include "devices/monitor/monitor.h"
+
+namespace zvgsim {
+
+namespace {
+
+enum Register : uint32_t {
+  ddc_status_register = 0x0105,
+  phy_i2c_status_register = 0x0108,
+  frame_composer = 0x1001,
+  phy_configuration = 0x3000,
+  phy_status_register = 0x3004,
+  phy_slave = 0x3020,
+  phy_register = 0x3021,
+  phy_write_high = 0x3022,
+  phy_write_low = 0x3023,
+  phy_read_high = 0x3024,
+  phy_read_low = 0x3025,
+  phy_operation_register = 0x3026,
+  phy_divider = 0x3029,
+  phy_reset = 0x4005,
+  clock_status_register = 0x4006,
+  ddc_slave = 0x7E00,
+  ddc_offset = 0x7E01,
+  ddc_write_data = 0x7E02,
+  ddc_read_data = 0x7E03,
+  ddc_operation_register = 0x7E04,
+  ddc_divider = 0x7E07,
+  ddc_segment_address = 0x7E08,
+  ddc_segment_pointer = 0x7E0A,
+  standard_high_count = 0x7E0B,  // two bytes each, high byte first
+  standard_low_count = 0x7E0D,
+  fast_high_count = 0x7E0F,
+  fast_low_count = 0x7E11,
+};
+
+// Interrupt status of both masters.
+constexpr uint8_t transfer_error = 0x01;
+constexpr uint8_t transfer_done = 0x02;
+
+// Operations; the PHY's master has no segmented read.
+constexpr uint8_t operation_read = 0x01;
+constexpr uint8_t operation_segmented_read = 0x02;
+constexpr uint8_t operation_write = 0x10;
+
+constexpr uint8_t divider_fast_mode = 0x08;
+
+constexpr uint8_t phy_power_down = 0x10;
+constexpr uint8_t phy_transmitter_on = 0x08;
+constexpr uint8_t phy_driving = 0x2E;
+
+constexpr uint8_t status_pll_locked = 0x01;
+constexpr uint8_t status_hot_plug = 0x02;
+constexpr unsigned status_receiver_sense_shift = 4;
+
+constexpr uint8_t clock_pixel_on = 0x40;
+constexpr uint8_t clock_tmds_on = 0x20;
+
+// The masters count SCL in periods of the block's 54 MHz clock.
+constexpr uint64_t block_clock_mhz = 54;
+struct ResetValue {
+  Register at;
+  uint8_t value;
+};
+constexpr ResetValue reset_values[] = {
+    {phy_configuration, phy_power_down},       {phy_slave, HdmiPhy::slave_address},
+    {phy_divider, divider_fast_mode},          {ddc_divider, divider_fast_mode},
+    {Register(standard_high_count + 0), 0x01}, {Register(standard_high_count + 1), 0x04},
+    {Register(standard_low_count + 0), 0x01},  {Register(standard_low_count + 1), 0x0E},
+    {Register(fast_high_count + 1), 0x30},     {Register(fast_low_count + 1), 0x57},
+};
+
+constexpr uint64_t phy_standard_period = microseconds(10);
+constexpr uint64_t phy_fast_period = 2500;
+
+}  // namespace
+
+HdmiTransmitter::HdmiTransmitter(Board& board, unsigned port)
+    : ByteBlock(board, hdmi_base + port * hdmi_stride),
+      config_(board.config().hdmi[port]),
+      faults_(board.faults().hdmi(port)),
+      ddc_(board.ddc(port)) {
+  for (const ResetValue& reset : reset_values) store(reset.at, reset.value);
+  auto phy = std::make_unique<HdmiPhy>(milliseconds(config_.pll_lock_ms));
+  phy_ = phy.get();
+  phy_bus_.attach(std::move(phy));
+  ddc_.unheard = [this](uint8_t address) {
+    const auto& nack = faults_.ddc_nack;
+    return std::find(nack.begin(), nack.end(), address) != nack.end();
+  };
+  if (!config_.edid.empty()) ddc_.attach(std::make_unique<Monitor>(config_.edid, faults_));
+  if (config_.timing) {
+    program_frame_composer(*config_.timing);
+    store(phy_configuration, phy_driving);
+    phy_->set_locked();
+  }
+}
+
+void HdmiTransmitter::program_frame_composer(const ModeTiming& t) {
+  const uint32_t hblank = t.htotal - t.hactive;
+  const uint32_t hdelay = t.hsync_start - t.hactive;
+  const uint32_t hwidth = t.hsync_end - t.hsync_start;
+  const uint32_t values[] = {
+      t.hactive,
+      t.hactive >> 8,
+      hblank,
+      hblank >> 8,
+      t.vactive,
+      t.vactive >> 8,
+      t.vtotal - t.vactive,
+      hdelay,
+      hdelay >> 8,
+      hwidth,
+      hwidth >> 8,
+      t.vsync_start - t.vactive,
+      t.vsync_end - t.vsync_start,
+      t.clock,
+      t.clock >> 8,
+      t.clock >> 16,
+  };
+  uint32_t at = frame_composer;
+  for (const uint32_t value : values) store(at++, static_cast<uint8_t>(value));
+}
+
+// I2C masters -----------------------------------------------------------------------------------
+
+void HdmiTransmitter::Master::settle(uint64_t now) {
+  if (!busy || now < done_at) return;
+  busy = false;
+  status |= outcome;
+}
+
+bool HdmiTransmitter::byte_out(Master& master, I2cBus& bus, uint8_t byte) {
+  master.clocks += 9;
+  return bus.write(byte);
+}
+
+bool HdmiTransmitter::address_out(Master& master, I2cBus& bus, uint8_t address, bool read) {
+  master.clocks += 10;
+  return bus.start(address & 0x7F, read);
+}
+
+uint8_t HdmiTransmitter::byte_in(Master& master, I2cBus& bus) {
+  master.clocks += 9;
+  return bus.read();
+}
+
+// The wires are played through at once; what the registers show comes when the transfer's time has
+// passed.
+void HdmiTransmitter::begin(Master& master, bool hangs, bool acknowledged, uint64_t period) {
+  master.busy = true;
+  master.clocks += 1;  // stop
+  master.done_at = hangs ? UINT64_MAX : now() + master.clocks * period;
+  master.outcome = acknowledged ? transfer_done : transfer_error;
+}
+
+uint64_t HdmiTransmitter::ddc_period() {
+  const bool fast = (stored(ddc_divider) & divider_fast_mode) != 0;
+  const auto count = [this](uint32_t high_byte) {
+    return uint64_t{stored(high_byte)} << 8 | stored(high_byte + 1);
+  };
+  const uint64_t counts = count(fast ? fast_high_count : standard_high_count) +
+                          count(fast ? fast_low_count : standard_low_count);
+  return std::max<uint64_t>(counts, 1) * 1000 / block_clock_mhz;
+}
+
+uint64_t HdmiTransmitter::phy_period() {
+  return (stored(phy_divider) & divider_fast_mode) != 0 ? phy_fast_period : phy_standard_period;
+}
+
+void HdmiTransmitter::ddc_operation(uint8_t operation) {
+  Master& master = ddc_master_;
+  master.settle(now());
+  if (master.busy) return;
+  master.clocks = 0;
+  const uint8_t slave = stored(ddc_slave);
+  bool acknowledged = true;
+  switch (operation) {
+    case operation_segmented_read:
+      acknowledged = address_out(master, ddc_, stored(ddc_segment_address), false) &&
+                     byte_out(master, ddc_, stored(ddc_segment_pointer));
+      [[fallthrough]];
+    case operation_read:
+      acknowledged = acknowledged && address_out(master, ddc_, slave, false) &&
+                     byte_out(master, ddc_, stored(ddc_offset)) &&
+                     address_out(master, ddc_, slave, true);
+      if (acknowledged) store(ddc_read_data, byte_in(master, ddc_));
+      break;
+    case operation_write:
+      acknowledged = address_out(master, ddc_, slave, false) &&
+                     byte_out(master, ddc_, stored(ddc_offset)) &&
+                     byte_out(master, ddc_, stored(ddc_write_data));
+      break;
+    default:
+      return;
+  }
+  ddc_.stop();
+  begin(master, faults_.ddc_busy, acknowledged, ddc_period());
+}
+
+void HdmiTransmitter::phy_operation(uint8_t operation) {
+  Master& master = phy_master_;
+  master.settle(now());
+  if (master.busy) return;
+  master.clocks = 0;
+  const uint8_t slave = stored(phy_slave);
+  bool acknowledged = address_out(master, phy_bus_, slave, false) &&
+                      byte_out(master, phy_bus_, stored(phy_register));
+  switch (operation) {
+    case operation_read:
+      acknowledged = acknowledged && address_out(master, phy_bus_, slave, true);
+      if (acknowledged) {
+        store(phy_read_high, byte_in(master, phy_bus_));
+        store(phy_read_low, byte_in(master, phy_bus_));
+      }
+      break;
+    case operation_write:
+      acknowledged = acknowledged && byte_out(master, phy_bus_, stored(phy_write_high)) &&
+                     byte_out(master, phy_bus_, stored(phy_write_low));
+      break;
+    default:
+      return;
+  }
+  phy_bus_.stop();
+  begin(master, faults_.phy_busy, acknowledged, phy_period());
+}
+
+// PHY -------------------------------------------------------------------------------------------
+
+bool HdmiTransmitter::pll_locked() {
+  return config_.pixel_clock && !faults_.pll_never_locks && phy_->locked(now());
+}
+
+uint8_t HdmiTransmitter::phy_status() {
+  const bool plugged = config_.hot_plug.value_or(!config_.edid.empty());
+  const unsigned sense = config_.receiver_sense.value_or(plugged ? 0xF : 0x0);
+  return static_cast<uint8_t>((pll_locked() ? status_pll_locked : 0) |
+                              (plugged ? status_hot_plug : 0) |
+                              sense << status_receiver_sense_shift);
+}
+
+// The PLL makes the TMDS clock out of the pixel clock.
+uint8_t HdmiTransmitter::clock_status() {
+  return static_cast<uint8_t>((config_.pixel_clock ? clock_pixel_on : 0) |
+                              (pll_locked() ? clock_tmds_on : 0));
+}
+
+void HdmiTransmitter::power_phy(uint8_t configuration) {
+  phy_->set_power(
+      (configuration & phy_power_down) == 0 && (configuration & phy_transmitter_on) != 0, now());
+}
+
+// Registers -------------------------------------------------------------------------------------
+
+uint8_t HdmiTransmitter::read_byte(uint32_t offset) {
+  switch (offset) {
+    case ddc_status_register:
+      ddc_master_.settle(now());
+      return ddc_master_.status;
+    case phy_i2c_status_register:
+      phy_master_.settle(now());
+      return phy_master_.status;
+    case phy_status_register:
+      return phy_status();
+    case clock_status_register:
+      return clock_status();
+    case ddc_operation_register:
+    case phy_operation_register:
+      return 0;  // they start a transfer and keep nothing
+    default:
+      return stored(offset);
+  }
+}
+
+void HdmiTransmitter::write_byte(uint32_t offset, uint8_t value) {
+  switch (offset) {
+    case ddc_status_register:
+      ddc_master_.settle(now());
+      ddc_master_.status &= static_cast<uint8_t>(~value);
+      return;
+    case phy_i2c_status_register:
+      phy_master_.settle(now());
+      phy_master_.status &= static_cast<uint8_t>(~value);
+      return;
+    case phy_status_register:
+    case clock_status_register:
+    case ddc_read_data:
+    case phy_read_high:
+    case phy_read_low:
+      return;  // read-only
+    case ddc_operation_register:
+      ddc_operation(value);
+      return;
+    case phy_operation_register:
+      phy_operation(value);
+      return;
+    case phy_configuration:
+      store(offset, value);
+      power_phy(value);
+      return;
+    case phy_reset:
+      store(offset, value);
+      phy_->set_reset((value & 1) != 0, now());
+      return;
+    default:
+      store(offset, value);
+  }
+}
+
+void install_hdmi_transmitters(Board& board) {
+  for (unsigned port = 0; port < hdmi_ports; ++port) {
+    board.attach(hdmi_base + port * hdmi_stride, hdmi_stride,
+                 std::make_unique<HdmiTransmitter>(board, port));
+  }
+}
+
+}  // namespace zvgsim

@@ -1,0 +1,87 @@
+#include "devices/mcu/mcu.h"
+
+#include "devices/block_bases.h"
+
+namespace zvgsim {
+
+namespace {
+
+constexpr uint32_t page = mcu_page - Mcu::block_base;
+enum Register : uint32_t {
+  alive = page + 0x00,
+  completion = page + 0x12,
+  doorbell = page + 0x13,
+  slave = page + 0x14,
+  start_offset = page + 0x1A,
+  done = page + 0x1C,
+  target = page + 0x20,
+  fifo = page + 0x80,
+};
+constexpr unsigned fifo_size = 128;
+
+constexpr uint32_t alive_signature = 0xDEADBEEF;
+constexpr uint32_t done_signature = 0x55AA55AA;
+constexpr uint8_t ring = 0xAA;
+constexpr uint8_t failed = 0x04;
+constexpr uint32_t reset_released = 0x08;
+
+// A byte at 100 kHz.
+constexpr uint64_t byte_time = microseconds(90);
+
+}  // namespace
+
+Mcu::Mcu(Board& board) : ByteBlock(board, block_base) {
+  for (const McuConfig::MonitorOn& one : board.config().mcu.monitors) {
+    const auto select = static_cast<uint8_t>(one.second_selector << 4 | one.first_selector);
+    connectors_[select].bus.attach(std::make_unique<Monitor>(one.edid, no_faults_));
+  }
+  if (board.config().mcu.running) {
+    board.mmio_storage().write(mcu_reset, 4, 0xFFFFFF00 | reset_released);
+  }
+}
+
+bool Mcu::running() {
+  return (board().mmio_storage().read(mcu_reset, 4) & reset_released) != 0;
+}
+
+uint8_t Mcu::read_byte(uint32_t offset) {
+  if (offset >= alive && offset < alive + 4) {
+    return static_cast<uint8_t>((running() ? alive_signature : 0) >> 8 * (offset - alive));
+  }
+  if (pending_ && board().clock().now() >= done_at_ && !board().faults().mcu_never_done) {
+    pending_ = false;
+    serve_request();
+    store_word(done, done_signature);
+  }
+  return stored(offset);
+}
+
+void Mcu::write_byte(uint32_t offset, uint8_t value) {
+  store(offset, value);
+  if (offset != doorbell || value != ring || !running()) return;
+  pending_ = true;
+  done_at_ = board().clock().now() + (fifo_size + 3) * byte_time;
+}
+
+void Mcu::serve_request() {
+  const auto connector = connectors_.find(stored(target));
+  const uint8_t address = stored(slave) & 0x7F;
+  const bool answered = connector != connectors_.end() &&
+                        connector->second.bus.start(address, false) &&
+                        connector->second.bus.write(stored(start_offset)) &&
+                        connector->second.bus.start(address, true);
+  for (unsigned i = 0; answered && i < fifo_size; ++i)
+    store(fifo + i, connector->second.bus.read());
+  if (connector != connectors_.end()) connector->second.bus.stop();
+  store(completion, answered ? 0 : failed);
+}
+
+void Mcu::store_word(uint32_t offset, uint32_t word) {
+  for (unsigned i = 0; i < 4; ++i) store(offset + i, static_cast<uint8_t>(word >> 8 * i));
+}
+
+void install_mcu(Board& board) {
+  board.attach(Mcu::block_base, Board::attach_unit, std::make_unique<Mcu>(board));
+}
+
+}  // namespace zvgsim

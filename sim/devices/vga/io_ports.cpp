@@ -1,0 +1,35 @@
+#include "devices/vga/io_ports.h"
+
+#include <memory>
+
+#include "devices/block_bases.h"
+
+namespace zvgsim {
+
+namespace {
+
+constexpr uint64_t first_vga_port = 0xC0;
+constexpr uint64_t last_vga_port = 0xDF;
+constexpr uint64_t vga_page = 0x300;  // the upper bits that an 8-bit number leaves out
+constexpr uint64_t nobody = 0xFF;
+
+constexpr bool is_vga(uint64_t port) {
+  return port >= first_vga_port && port <= last_vga_port;
+}
+
+}  // namespace
+
+uint64_t IoPorts::read(uint64_t port, unsigned width) {
+  return is_vga(port) ? board_.dispatch_read(Space::mmio, vga_base + vga_page + port, width)
+                      : nobody;
+}
+
+void IoPorts::write(uint64_t port, unsigned width, uint64_t value) {
+  if (is_vga(port)) board_.dispatch_write(Space::mmio, vga_base + vga_page + port, width, value);
+}
+
+void install_io_ports(Board& board) {
+  board.set_ioports(std::make_unique<IoPorts>(board));
+}
+
+}  // namespace zvgsim
