@@ -35,7 +35,7 @@ struct ModeTiming {
 };
 
 // One HDMI port and the monitor on it.
-struct HdmiPortConfig {
+struct HdmiPortSettings {
   std::vector<uint8_t> edid;              // empty: nothing answers on the DDC bus
   std::optional<bool> hot_plug;           // not set: plugged when there is an EDID
   std::optional<uint8_t> receiver_sense;  // bits 0 to 3, a receiver each; not set: all if plugged
@@ -45,13 +45,13 @@ struct HdmiPortConfig {
 };
 
 // What one lane of a cable needs before its receiver recovers the clock.
-struct DpLaneConfig {
+struct DpLevels {
   unsigned swing = 0;  // 0 to 3
   unsigned preemphasis = 0;
 };
 
 // One DisplayPort transmitter and the sink on it.
-struct DpPortConfig {
+struct DpPortSettings {
   bool sink = false;  // nothing answers without one
   std::vector<uint8_t> edid;
   uint8_t rate = 0x14;       // the highest link rate's code
@@ -59,11 +59,11 @@ struct DpPortConfig {
   uint8_t revision = 0x12;   // of the DPCD
   uint8_t aux_interval = 0;  // of equalisation, in units of 4 ms; 0: 400 us
   bool panel = false;        // an embedded panel: with self-test and backlight registers
-  std::array<DpLaneConfig, dp_lanes> channel{};
+  std::array<DpLevels, dp_lanes> channel{};
 };
 
 // What firmware left a display controller driving.
-struct CrtcConfig {
+struct CrtcSettings {
   ModeTiming timing;
   bool hsync_negative = false;
   bool vsync_negative = false;
@@ -72,17 +72,17 @@ struct CrtcConfig {
 // How much passes a port of the chip's bus.
 enum class AxiLoad { idle, bursty, saturated };
 
-struct AxiPortConfig {
+struct AxiPortSettings {
   std::string name;
   AxiLoad load = AxiLoad::idle;
   uint64_t timeout_every = 0;  // measuring periods from one that has a timeout to the next; 0: none
   bool data_update = true;     // whether periods that end are told
 };
 
-struct AxiConfig {
+struct AxiSettings {
   uint64_t seed = 1;
   uint32_t period_cycles = 60'000'000;  // at power-up; 100 ms at 600 MHz
-  std::vector<AxiPortConfig> ports;     // those that are not as they usually are
+  std::vector<AxiPortSettings> ports;   // those that are not as they usually are
 };
 
 // A message of the DDR training firmware.
@@ -100,19 +100,19 @@ struct EyeShape {
 
 constexpr unsigned max_training_channels = 4;
 
-struct TrainingChannelConfig {
+struct TrainingChannelSettings {
   std::optional<std::vector<TrainingMessage>> messages;  // instead of a training that goes well
   unsigned lanes = 32;
   EyeShape read_eye = {22, 44, 58};
   EyeShape write_eye = {25, 38, 46};
 };
 
-struct TrainingConfig {
+struct TrainingSettings {
   bool enabled = true;
   uint64_t seed = 1;
   unsigned gap_us = 200;  // from a message that the host has taken to the next
   bool endless = false;   // begins again when it is done
-  std::array<TrainingChannelConfig, max_training_channels> channels;
+  std::array<TrainingChannelSettings, max_training_channels> channels;
 };
 
 // A current through a sense resistor.
@@ -125,7 +125,7 @@ struct Shunt {
 enum class PowerChip { ltc2990, ltc2991, ina3221 };
 
 // A power-monitor chip and what it measures.
-struct PowerMonitorConfig {
+struct PowerMonitorSettings {
   std::string name;
   PowerChip chip = PowerChip::ltc2990;
   unsigned bus = 0;
@@ -137,14 +137,14 @@ struct PowerMonitorConfig {
 };
 
 // A memory, or a chip of which only the registers matter.
-struct I2cMemoryConfig {
+struct I2cMemorySettings {
   unsigned bus = 0;
   uint8_t address = 0;
   std::vector<uint8_t> contents;  // from register 0 on
 };
 
 // A video decoder on a capture port, and the picture that it is fed.
-struct VideoInputConfig {
+struct VideoInputSettings {
   unsigned bus = 0;
   uint8_t address = 0x24;
   uint32_t width = 720;
@@ -152,7 +152,7 @@ struct VideoInputConfig {
 };
 
 // What the microcontroller reaches on its own I2C buses.
-struct McuConfig {
+struct McuSettings {
   bool running = true;  // firmware started it
   struct MonitorOn {
     unsigned first_selector = 0;
@@ -163,7 +163,7 @@ struct McuConfig {
 };
 
 // What the on-die sensors see.
-struct SensorConfig {
+struct SensorSettings {
   std::array<Signal, pvt_sensors> temperature = {{{45.0}, {47.5}}};  // degrees Celsius
   std::array<Signal, pvt_sensors> voltage = {{{0.85}, {0.8}}};       // volts
   std::array<uint32_t, 3> process = {512, 498, 505};                 // codes of the three types
@@ -171,16 +171,16 @@ struct SensorConfig {
 };
 
 // An EDID in the flash's board information.
-struct FlashEdidConfig {
+struct FlashEdid {
   unsigned output = 0;
   std::vector<uint8_t> edid;  // 128 or 256 bytes
 };
 
 // The SPI flash. Serial number and EDIDs are what a new image begins with.
-struct FlashConfig {
+struct FlashSettings {
   std::string image;  // the file of its content; empty: forgotten when the board goes
   std::string serial;
-  std::vector<FlashEdidConfig> edids;
+  std::vector<FlashEdid> edids;
   bool write_protected = false;  // all blocks, until the status register is written
 };
 
@@ -213,7 +213,7 @@ struct UartFault {
   uint64_t count = 1;
 };
 
-struct HdmiFaults {
+struct HdmiPortFaults {
   std::vector<uint8_t> ddc_nack;             // addresses that nobody acknowledges
   std::optional<uint32_t> ddc_nack_at_byte;  // the EDID byte whose offset is not acknowledged
   bool ddc_busy = false;                     // the DDC bus hangs: no transfer ever ends
@@ -234,7 +234,7 @@ struct I2cFault {
   bool drops_valid = false;  // results come without their data-valid bit
 };
 
-struct DpFaults {
+struct DpPortFaults {
   bool no_reply = false;     // requests run into the reply timeout
   bool reply_error = false;  // replies cannot be decoded
   bool nack = false;         // every request is refused
@@ -260,8 +260,8 @@ struct FaultConfig {
   uint64_t seed = 1;
   std::vector<DriverFault> driver;
   std::vector<UartFault> uart;
-  std::array<HdmiFaults, hdmi_ports> hdmi;
-  std::array<DpFaults, dp_ports> dp;
+  std::array<HdmiPortFaults, hdmi_ports> hdmi;
+  std::array<DpPortFaults, dp_ports> dp;
   std::vector<I2cFault> i2c;
   bool mcu_never_done = false;
   FlashFaults flash;
@@ -323,18 +323,18 @@ struct BoardConfig {
     bool instant = false;  // bytes take no time on the line, and replies none to begin
   } uart;
 
-  std::array<HdmiPortConfig, hdmi_ports> hdmi;
-  std::array<DpPortConfig, dp_ports> dp;
-  std::array<std::optional<CrtcConfig>, crtcs> crtc;
+  std::array<HdmiPortSettings, hdmi_ports> hdmi;
+  std::array<DpPortSettings, dp_ports> dp;
+  std::array<std::optional<CrtcSettings>, crtcs> crtc;
   uint32_t output_mux = 0;  // which controller feeds which output
-  AxiConfig axi;
-  TrainingConfig training;
-  std::vector<PowerMonitorConfig> power_monitors;
-  std::vector<I2cMemoryConfig> i2c_memories;
-  std::array<std::optional<VideoInputConfig>, video_inputs> video;
-  McuConfig mcu;
-  SensorConfig sensors;
-  FlashConfig flash;
+  AxiSettings axi;
+  TrainingSettings training;
+  std::vector<PowerMonitorSettings> power_monitors;
+  std::vector<I2cMemorySettings> i2c_memories;
+  std::array<std::optional<VideoInputSettings>, video_inputs> video;
+  McuSettings mcu;
+  SensorSettings sensors;
+  FlashSettings flash;
   FaultConfig faults;
   std::vector<InitialValue> registers;  // written at power-up, in order
 };

@@ -368,7 +368,7 @@ class Loader {
   void read_root(Table& root);
   void read_hdmi(Table& port);
   void read_dp(Table& port);
-  void read_channel(const toml::array& array, const std::string& key, DpPortConfig* port);
+  void read_channel(const toml::array& array, const std::string& key, DpPortSettings* port);
   void read_crtc(Table& crtc);
   void read_dp_faults(Table& table);
   void read_edid(const toml::node& node, const std::string& key, const std::string& file,
@@ -455,7 +455,7 @@ void Loader::read_timing(const toml::array& array, const std::string& key,
 
 void Loader::read_hdmi(Table& table) {
   unsigned number = hdmi_ports;
-  HdmiPortConfig port;
+  HdmiPortSettings port;
   const bool named = table.number("port", &number, 0, hdmi_ports - 1);
   if (!named && !table.toml().contains("port")) table.problem("expected a port = 0 to 3");
   if (named && port_seen_[number]) {
@@ -509,7 +509,7 @@ bool Loader::read_i2c_place(Table& table, unsigned* bus, uint8_t* address, uint8
 }
 
 void Loader::read_power_monitor(Table& table) {
-  PowerMonitorConfig monitor;
+  PowerMonitorSettings monitor;
   if (!table.choice("chip", power_chips, &monitor.chip) && !table.toml().contains("chip")) {
     table.problem("expected a chip = " + names(power_chips));
   }
@@ -536,7 +536,7 @@ void Loader::read_power_monitor(Table& table) {
 }
 
 void Loader::read_i2c_memory(Table& table) {
-  I2cMemoryConfig memory;
+  I2cMemorySettings memory;
   const bool placed = read_i2c_place(table, &memory.bus, &memory.address, 0x08, 0x77);
   table.array("contents", "an array of bytes", [&](const toml::node& node, const std::string& key) {
     uint8_t byte = 0;
@@ -548,7 +548,7 @@ void Loader::read_i2c_memory(Table& table) {
 }
 
 void Loader::read_video(Table& table) {
-  VideoInputConfig input;
+  VideoInputSettings input;
   unsigned port = 0;
   const bool named = table.needed("port", &port, 0, video_inputs - 1);
   const bool placed = read_i2c_place(table, &input.bus, &input.address, 0x24, 0x25);
@@ -564,7 +564,7 @@ void Loader::read_video(Table& table) {
 void Loader::read_mcu(Table& table) {
   table.boolean("running", &config_.mcu.running);
   table.tables("monitors", [&](Table& one) {
-    McuConfig::MonitorOn monitor;
+    McuSettings::MonitorOn monitor;
     one.needed("first", &monitor.first_selector, 0, 15);
     one.needed("second", &monitor.second_selector, 0, 15);
     std::string file;
@@ -577,7 +577,7 @@ void Loader::read_mcu(Table& table) {
   });
 }
 
-void Loader::read_channel(const toml::array& array, const std::string& key, DpPortConfig* port) {
+void Loader::read_channel(const toml::array& array, const std::string& key, DpPortSettings* port) {
   bool valid = array.size() == dp_lanes;
   for (size_t lane = 0; valid && lane < dp_lanes; ++lane) {
     const auto* const levels = array.get(lane)->as_array();
@@ -594,7 +594,7 @@ void Loader::read_channel(const toml::array& array, const std::string& key, DpPo
 
 void Loader::read_dp(Table& table) {
   unsigned number = dp_ports;
-  DpPortConfig port;
+  DpPortSettings port;
   port.sink = true;
   const bool named = table.number("port", &number, 0, dp_ports - 1);
   if (!named && !table.toml().contains("port")) table.problem("expected a port = 0 to 3");
@@ -622,7 +622,7 @@ void Loader::read_dp(Table& table) {
 
 void Loader::read_crtc(Table& table) {
   unsigned number = crtcs;
-  CrtcConfig crtc{};
+  CrtcSettings crtc{};
   std::optional<ModeTiming> timing;
   const bool named = table.number("number", &number, 0, crtcs - 1);
   if (!named && !table.toml().contains("number")) table.problem("expected a number = 0 to 3");
@@ -644,7 +644,7 @@ void Loader::read_dp_faults(Table& table) {
   if (!table.number("port", &port, 0, dp_ports - 1) && !table.toml().contains("port")) {
     table.problem("expected a port = 0 to 3");
   }
-  DpFaults& fault = config_.faults.dp[port];
+  DpPortFaults& fault = config_.faults.dp[port];
   const struct {
     std::string_view name;
     bool* value;
@@ -666,14 +666,14 @@ void Loader::read_dp_faults(Table& table) {
 
 void Loader::read_flash(Table& table) {
   constexpr size_t longest_serial = 63, slots = 127;
-  FlashConfig& flash = config_.flash;
+  FlashSettings& flash = config_.flash;
   if (table.text("image", &flash.image) && !flash.image.empty()) {
     flash.image = (std::filesystem::path(path_).parent_path() / flash.image).string();
   }
   table.text("serial", &flash.serial, longest_serial);
   table.boolean("write_protected", &flash.write_protected);
   table.tables("edids", [&](Table& one) {
-    FlashEdidConfig stored;
+    FlashEdid stored;
     one.needed("output", &stored.output, 0, 0xFFFF);
     std::string file;
     if (one.text("edid", &file)) {
@@ -723,7 +723,7 @@ void Loader::read_axi(Table& axi) {
   axi.number("seed", &config_.axi.seed);
   axi.number("period_cycles", &config_.axi.period_cycles, 1);
   axi.tables("port", [&](Table& table) {
-    AxiPortConfig port;
+    AxiPortSettings port;
     const auto ports = axi_ports(config_.generation);
     const auto named = [&] {
       return std::find_if(ports.begin(), ports.end(), [&](const AxiPort& one) {
@@ -784,7 +784,7 @@ void Loader::read_training_channel(Table& table) {
   } else if (std::exchange(channel_seen_[number], true)) {
     table.problem("channel " + std::to_string(number) + " is described a second time");
   }
-  TrainingChannelConfig& channel = config_.training.channels[number];
+  TrainingChannelSettings& channel = config_.training.channels[number];
   std::vector<TrainingMessage> messages;
   if (table.array("messages", "an array of messages",
                   [&](const toml::node& node, const std::string& key) {
@@ -856,7 +856,7 @@ void Loader::read_faults(Table& faults) {
     if (!table.number("port", &port, 0, hdmi_ports - 1) && !table.toml().contains("port")) {
       table.problem("expected a port = 0 to 3");
     }
-    HdmiFaults& fault = config_.faults.hdmi[port];
+    HdmiPortFaults& fault = config_.faults.hdmi[port];
     table.array("ddc_nack", "an array of 7-bit addresses",
                 [&](const toml::node& node, const std::string& key) {
                   uint8_t address;
@@ -932,7 +932,7 @@ bool Loader::read_signal_within(const toml::node& node, const std::string& key, 
 }
 
 void Loader::read_sensors(Table& table) {
-  SensorConfig& sensors = config_.sensors;
+  SensorSettings& sensors = config_.sensors;
   const auto pair = [&](std::string_view part, double minimum, double maximum,
                         std::array<Signal, pvt_sensors>* signals) {
     const auto* const array =

@@ -34,8 +34,8 @@ class FaultPlan {
   uint8_t noise() { return static_cast<uint8_t>(random_()); }
 
   // Standing faults; a test may change them at any time.
-  HdmiFaults& hdmi(unsigned port) { return hdmi_[port]; }
-  DpFaults& dp(unsigned port) { return dp_[port]; }
+  HdmiPortFaults& hdmi(unsigned port) { return hdmi_[port]; }
+  DpPortFaults& dp(unsigned port) { return dp_[port]; }
   std::vector<I2cFault>& i2c() { return i2c_; }
   // The fault of a bus, or of one device on it; null when it is in order.
   const I2cFault* i2c(unsigned bus, std::optional<uint8_t> address = {}) const;
@@ -56,8 +56,8 @@ class FaultPlan {
   std::vector<CountedDriverFault> driver_;
   std::vector<UartFault> uart_;
   uint64_t replies_ = 0;
-  std::array<HdmiFaults, hdmi_ports> hdmi_;
-  std::array<DpFaults, dp_ports> dp_;
+  std::array<HdmiPortFaults, hdmi_ports> hdmi_;
+  std::array<DpPortFaults, dp_ports> dp_;
   std::vector<I2cFault> i2c_;
 };
 

@@ -262,7 +262,7 @@ conversion_ms = 44
   EXPECT_EQ(config.uart.baud, 115200u);
   EXPECT_EQ(config.uart.reply_delay_us, 1234u);
   EXPECT_TRUE(config.uart.instant);
-  const HdmiPortConfig& port = config.hdmi[2];
+  const HdmiPortSettings& port = config.hdmi[2];
   EXPECT_EQ(port.edid.size(), 512u);
   EXPECT_EQ(port.edid[511], static_cast<uint8_t>(511 * 5));
   EXPECT_EQ(port.hot_plug, false);
@@ -292,7 +292,7 @@ conversion_ms = 44
   EXPECT_EQ(config.registers[2].space, Space::kmem);
   EXPECT_EQ(config.registers[2].offset, 0xFFFFC90000000010u);
   EXPECT_EQ(config.registers[2].width, 4u);
-  const DpPortConfig& dp = config.dp[3];
+  const DpPortSettings& dp = config.dp[3];
   EXPECT_FALSE(dp.sink);
   EXPECT_FALSE(dp.edid.empty());
   EXPECT_EQ(dp.rate, 0x1E);
@@ -309,12 +309,12 @@ conversion_ms = 44
   EXPECT_TRUE(config.crtc[2]->hsync_negative && config.crtc[2]->vsync_negative);
   EXPECT_FALSE(config.crtc[0].has_value());
   EXPECT_EQ(config.output_mux, 0x12345678u);
-  const DpFaults& dp_faults = config.faults.dp[1];
+  const DpPortFaults& dp_faults = config.faults.dp[1];
   EXPECT_TRUE(dp_faults.no_reply && dp_faults.reply_error && dp_faults.nack &&
               dp_faults.never_equalises && dp_faults.cdb_busy && dp_faults.no_power_acknowledge &&
               dp_faults.pll_never_locks && dp_faults.timer_stopped);
   EXPECT_EQ(dp_faults.defers, 3u);
-  EXPECT_EQ(dp_faults.i2c_defers, DpFaults::always);
+  EXPECT_EQ(dp_faults.i2c_defers, DpPortFaults::always);
   EXPECT_EQ(dp_faults.short_by, 2u);
   EXPECT_EQ(config.faults.seed, 99u);
   ASSERT_EQ(config.faults.driver.size(), 2u);
@@ -331,7 +331,7 @@ conversion_ms = 44
   EXPECT_EQ(config.faults.uart[0].bytes, 6u);
   EXPECT_EQ(config.faults.uart[0].delay_ms, 7u);
   EXPECT_EQ(config.faults.uart[0].count, 8u);
-  const HdmiFaults& faults = config.faults.hdmi[3];
+  const HdmiPortFaults& faults = config.faults.hdmi[3];
   EXPECT_THAT(faults.ddc_nack, ElementsAre(0x50, 0x30));
   EXPECT_EQ(faults.ddc_nack_at_byte, 127u);
   EXPECT_TRUE(faults.ddc_busy);
@@ -532,7 +532,7 @@ TEST_F(BoardFileTest, MissingFileAndFolder) {
 }
 
 TEST_F(BoardFileTest, AxiMonitors) {
-  const AxiConfig axi = load(R"(
+  const AxiSettings axi = load(R"(
 generation = "rq301"
 [axi]
 seed = 7
@@ -545,7 +545,7 @@ data_update = false
 [[axi.port]]
 name = "VGA_h0"
 )")
-                            .axi;
+                              .axi;
   EXPECT_EQ(axi.seed, 7u);
   EXPECT_EQ(axi.period_cycles, 1000u);
   ASSERT_EQ(axi.ports.size(), 2u);
@@ -569,7 +569,7 @@ name = "VGA_h0"
 }
 
 TEST_F(BoardFileTest, Training) {
-  const TrainingConfig training = load(R"(
+  const TrainingSettings training = load(R"(
 [training]
 seed = 3
 gap_us = 50
@@ -583,12 +583,12 @@ messages = [[0x10003, 1, 2, 0xFFFFFFFF], [0x110000]]
 channel = 0
 write_eye = [1, 2, 3]
 )")
-                                      .training;
+                                        .training;
   EXPECT_TRUE(training.enabled);
   EXPECT_EQ(training.seed, 3u);
   EXPECT_EQ(training.gap_us, 50u);
   EXPECT_TRUE(training.endless);
-  const TrainingChannelConfig& channel = training.channels[1];
+  const TrainingChannelSettings& channel = training.channels[1];
   EXPECT_EQ(channel.lanes, 16u);
   EXPECT_EQ(channel.read_eye.width, 20);
   EXPECT_EQ(channel.read_eye.height, 30.5);
@@ -658,7 +658,7 @@ drops_valid = true
 never_done = true
 )");
   ASSERT_EQ(config.power_monitors.size(), 2u);
-  const PowerMonitorConfig& first = config.power_monitors[0];
+  const PowerMonitorSettings& first = config.power_monitors[0];
   EXPECT_EQ(first.chip, PowerChip::ltc2991);
   EXPECT_EQ(first.bus, 5u);
   EXPECT_EQ(first.address, 0x4F);

@@ -28,8 +28,8 @@ class DisplayControllersTest : public zvgtest::BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    config.crtc[0] = CrtcConfig{full_hd, false, false};
-    config.crtc[2] = CrtcConfig{vga, true, true};
+    config.crtc[0] = CrtcSettings{full_hd, false, false};
+    config.crtc[2] = CrtcSettings{vga, true, true};
     config.output_mux = 0x00C0;  // DP 0 shows controller 3
     return config;
   }

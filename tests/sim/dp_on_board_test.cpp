@@ -35,8 +35,8 @@ class DpOnBoard : public BoardFixture {
     config.dp[1].channel[2] = {2, 1};
     config.dp[2].channel = {{{3, 3}, {0, 0}, {0, 0}, {0, 0}}};
     config.dp[3].panel = true;
-    config.crtc[0] =
-        zvgsim::CrtcConfig{{148500, 1920, 2008, 2052, 2200, 1080, 1084, 1089, 1125}, false, false};
+    config.crtc[0] = zvgsim::CrtcSettings{
+        {148500, 1920, 2008, 2052, 2200, 1080, 1084, 1089, 1125}, false, false};
     return config;
   }
   void SetUp() override {
@@ -167,11 +167,11 @@ TEST_P(DpThroughDoors, FaultySinks) {
   fault.i2c_defers = 99;
   EXPECT_EQ(zvgDpI2cRead(0, 0x50, 0x10, &byte), 0);
   EXPECT_EQ(byte, 0x4A);
-  fault.i2c_defers = zvgsim::DpFaults::always;
+  fault.i2c_defers = zvgsim::DpPortFaults::always;
   auto output = capture([&] { EXPECT_EQ(zvgDpI2cReadBuf(0, 0x50, 0, bytes, 32), -1); });
   EXPECT_EQ(output.err, "dp 0: aux i2c read buffer error\n");
   fault.i2c_defers = 0;
-  fault.defers = zvgsim::DpFaults::always;
+  fault.defers = zvgsim::DpPortFaults::always;
   output = capture([&] { EXPECT_EQ(zvgDpLinkTraining(0), -1); });
   EXPECT_THAT(output.err, StartsWith("dp 0: aux read buffer error\n"));
   fault.defers = 0;

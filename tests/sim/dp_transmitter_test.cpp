@@ -37,7 +37,7 @@ class DpTransmitterTest : public ::testing::TestWithParam<unsigned> {
   uint32_t get(uint32_t reg) { return get_phy(0x10000 + reg); }
   void set(uint32_t reg, uint32_t value) { set_phy(0x10000 + reg, value); }
   void pass(uint64_t time) { machine_->clock().sleep(time); }
-  DpFaults& faults() { return machine_->faults().dp(GetParam()); }
+  DpPortFaults& faults() { return machine_->faults().dp(GetParam()); }
 
   // Sends a request, waits for its end, and returns the reply code; -1 for a timeout, -2 for an
   // error.
@@ -97,7 +97,7 @@ class DpTransmitterTest : public ::testing::TestWithParam<unsigned> {
     set(0x00C, number);
   }
 
-  DpPortConfig config_;
+  DpPortSettings config_;
   std::unique_ptr<Machine> machine_;
   uint32_t base_ = 0;
 };
@@ -165,7 +165,7 @@ TEST_P(DpTransmitterTest, Faults) {
   faults().i2c_defers = 1;
   EXPECT_EQ(request(0x400, 0x50, {0}), 8);
   EXPECT_EQ(request(0x400, 0x50, {0}), 0);
-  faults().defers = DpFaults::always;
+  faults().defers = DpPortFaults::always;
   for (int i = 0; i < 10; ++i) EXPECT_EQ(request(0x900, 0), 2);
   faults().defers = 0;
   faults().nack = true;

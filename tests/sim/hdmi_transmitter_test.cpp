@@ -24,14 +24,14 @@ class HdmiTransmitterTest : public ::testing::TestWithParam<unsigned> {
  protected:
   HdmiTransmitterTest() { power_up({}); }
 
-  void power_up(HdmiPortConfig port) {
+  void power_up(HdmiPortSettings port) {
     BoardConfig config;
     config.hdmi[GetParam()] = std::move(port);
     machine_ = std::make_unique<Machine>(config);
     base_ = 0x110000 + GetParam() * 0x10000;
   }
   void power_up_with_monitor(unsigned blocks) {
-    HdmiPortConfig port;
+    HdmiPortSettings port;
     port.edid = numbered_edid(blocks);
     power_up(std::move(port));
     ddc_init();
@@ -44,7 +44,7 @@ class HdmiTransmitterTest : public ::testing::TestWithParam<unsigned> {
     machine_->card().write(Space::mmio, base_ + offset, 1, value);
   }
   void pass(uint64_t time) { machine_->clock().sleep(time); }
-  HdmiFaults& faults() { return machine_->faults().hdmi(GetParam()); }
+  HdmiPortFaults& faults() { return machine_->faults().hdmi(GetParam()); }
 
   // Standard mode: the clock counts for 100 kHz, fast mode off.
   void ddc_init() {
@@ -355,7 +355,7 @@ TEST_P(HdmiTransmitterTest, PllLosesItsLockInReset) {
 }
 
 TEST_P(HdmiTransmitterTest, PllNeedsAPixelClock) {
-  HdmiPortConfig port;
+  HdmiPortSettings port;
   port.pixel_clock = false;
   power_up(port);
   set(0x3000, 0x2E);
@@ -373,7 +373,7 @@ TEST_P(HdmiTransmitterTest, PllNeverLocksByFault) {
 }
 
 TEST_P(HdmiTransmitterTest, LockTimeIsTheBoards) {
-  HdmiPortConfig port;
+  HdmiPortSettings port;
   port.pll_lock_ms = 250;
   power_up(port);
   set(0x3000, 0x2E);
@@ -385,7 +385,7 @@ TEST_P(HdmiTransmitterTest, LockTimeIsTheBoards) {
 
 TEST_P(HdmiTransmitterTest, HotPlugAndReceiverSense) {
   EXPECT_EQ(get(0x3004), 0x00) << "nothing plugged in";
-  HdmiPortConfig port;
+  HdmiPortSettings port;
   port.edid = numbered_edid(1);
   power_up(port);
   EXPECT_EQ(get(0x3004), 0xF2);
@@ -399,7 +399,7 @@ TEST_P(HdmiTransmitterTest, HotPlugAndReceiverSense) {
   port.receiver_sense.reset();
   power_up(port);
   EXPECT_EQ(get(0x3004), 0x00);
-  HdmiPortConfig mute;
+  HdmiPortSettings mute;
   mute.hot_plug = true;
   power_up(mute);
   EXPECT_EQ(get(0x3004), 0xF2) << "plugged, without an EDID";
@@ -417,7 +417,7 @@ TEST_P(HdmiTransmitterTest, StatusRegistersAreReadOnly) {
 // Frame composer --------------------------------------------------------------------------------
 
 TEST_P(HdmiTransmitterTest, FirmwareLeavesTheTimingProgrammed) {
-  HdmiPortConfig port;
+  HdmiPortSettings port;
   port.timing = ModeTiming{148500, 1920, 2008, 2052, 2200, 1080, 1084, 1089, 1125};
   power_up(port);
   std::vector<unsigned> bytes;

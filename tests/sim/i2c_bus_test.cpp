@@ -17,7 +17,7 @@ std::vector<uint8_t> ramp(size_t size) {
 class I2cBusTest : public ::testing::Test {
  protected:
   void plug(size_t size) { bus_.attach(std::make_unique<Monitor>(ramp(size), faults_)); }
-  HdmiFaults faults_;
+  HdmiPortFaults faults_;
   I2cBus bus_;
 };
 

@@ -16,8 +16,8 @@ using zvgtest::BoardFixture;
 using zvgtest::capture;
 using zvgtest::Door;
 
-PowerMonitorConfig monitor(PowerChip chip, unsigned bus, uint8_t address) {
-  PowerMonitorConfig config;
+PowerMonitorSettings monitor(PowerChip chip, unsigned bus, uint8_t address) {
+  PowerMonitorSettings config;
   config.chip = chip;
   config.bus = bus;
   config.address = address;
@@ -28,13 +28,13 @@ class I2cChips : public BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    PowerMonitorConfig ltc2990 = monitor(PowerChip::ltc2990, 0, 0x4C);
+    PowerMonitorSettings ltc2990 = monitor(PowerChip::ltc2990, 0, 0x4C);
     ltc2990.volts = {{1.8}, {1.2}, {0.85}, {-0.1}};
     ltc2990.shunts = {{"", 5, {6.5}}, {"", 10, {-2.25}}};
-    PowerMonitorConfig ltc2991 = monitor(PowerChip::ltc2991, 0, 0x48);
+    PowerMonitorSettings ltc2991 = monitor(PowerChip::ltc2991, 0, 0x48);
     ltc2991.volts = {{3.3}, {2.5}, {1.8}, {1.35}, {1.2}, {1.1}, {0.95}, {0.85}};
     ltc2991.shunts = {{"", 10, {4}}, {"", 10, {1.75}}, {"", 2, {15.5}}, {"", 1, {28}}};
-    PowerMonitorConfig ina3221 = monitor(PowerChip::ina3221, 3, 0x40);
+    PowerMonitorSettings ina3221 = monitor(PowerChip::ina3221, 3, 0x40);
     ina3221.volts = {{12}, {3.3}, {5}};
     ina3221.shunts = {{"", 5, {5.5}}, {"", 10, {-1.2}}};
     config.power_monitors = {ltc2990, ltc2991, ina3221};
@@ -212,7 +212,7 @@ TEST_F(I2cChips, Ltc2990AsTheLibrarySeesIt) {
 TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
-    PowerMonitorConfig chip = monitor(PowerChip::ltc2990, 0, 0x4C);
+    PowerMonitorSettings chip = monitor(PowerChip::ltc2990, 0, 0x4C);
     const double volts = -0.3 + (4.99 + 0.3) * step / 40;
     const double amperes = (-0.3 + 0.6 * step / 40) / 0.005;  // +-300 mV across 5 milliohms
     chip.volts = {{volts}, {4.6 - volts}, {volts}, {4.6 - volts}};
@@ -305,7 +305,7 @@ TEST_F(I2cChips, Ltc2991AsTheLibrarySeesIt) {
 TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
-    PowerMonitorConfig chip = monitor(PowerChip::ltc2991, 2, 0x4F);
+    PowerMonitorSettings chip = monitor(PowerChip::ltc2991, 2, 0x4F);
     const double volts = 4.99 * step / 40, amperes = 0.3 * step / 40 / 0.002;
     chip.volts.assign(8, {volts});
     chip.shunts.assign(4, {"", 2, {amperes}});
@@ -382,7 +382,7 @@ TEST_F(I2cChips, Ina3221AsTheLibrarySeesIt) {
 TEST_F(I2cChips, Ina3221OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
-    PowerMonitorConfig chip = monitor(PowerChip::ina3221, 1, 0x40);
+    PowerMonitorSettings chip = monitor(PowerChip::ina3221, 1, 0x40);
     const double amperes = (-0.1636 + 0.3272 * step / 40) / 0.002;
     chip.shunts = {{"", 2, {amperes}}, {"", 2, {-amperes}}};
     config.power_monitors = {chip};

@@ -25,7 +25,7 @@ class McuTest : public BoardFixture {
   BoardConfig config() override {
     BoardConfig config;
     config.mcu.monitors = {{2, 5, blocks(1)}, {0, 0, blocks(0)}};
-    config.video[1] = VideoInputConfig{.bus = 2, .address = 0x25, .width = 704, .height = 576};
+    config.video[1] = VideoInputSettings{.bus = 2, .address = 0x25, .width = 704, .height = 576};
     return config;
   }
 

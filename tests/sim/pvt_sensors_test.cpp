@@ -16,7 +16,7 @@ constexpr uint32_t data = 0x174;
 
 class PvtSensorsTest : public zvgtest::BoardFixture {
  protected:
-  void power_up_generation(Generation generation, SensorConfig sensors = {}) {
+  void power_up_generation(Generation generation, SensorSettings sensors = {}) {
     BoardConfig config;
     config.generation = generation;
     config.sensors = sensors;
@@ -31,7 +31,7 @@ class PvtSensorsTest : public zvgtest::BoardFixture {
 };
 
 TEST_F(PvtSensorsTest, Rq301ConvertsWhatIsSelected) {
-  SensorConfig sensors;
+  SensorSettings sensors;
   sensors.process = {1, 2, 3};
   power_up_generation(Generation::rq301, sensors);
   const auto code = [&](unsigned type, unsigned index) {
@@ -55,7 +55,7 @@ TEST_F(PvtSensorsTest, Rq301ConvertsWhatIsSelected) {
 
 TEST_F(PvtSensorsTest, Rq302ConvertsBothSensors) {
   power_up_generation(Generation::rq302);
-  const SensorConfig& sensors = machine().config().sensors;
+  const SensorSettings& sensors = machine().config().sensors;
   const uint32_t types[] = {0x01E201E2, 0x01E601E6, 0x01FA01FA, 0x01EA01EA, 0x01F201F2};
   for (unsigned type = 0; type < 5; ++type) {
     select(types[type]);
@@ -89,7 +89,7 @@ TEST_F(PvtSensorsTest, DataIsReadOnlyAndTheOtherRegistersAreStorage) {
 }
 
 TEST_F(PvtSensorsTest, CodesAreTheNearestToTheValue) {
-  SensorConfig sensors;
+  SensorSettings sensors;
   for (double celsius = -62; celsius <= 155; celsius += 0.37) {
     sensors.temperature[0].value = celsius;
     EXPECT_NEAR(code_to_temp(static_cast<int>(pvt_code(sensors, 0, 0, 0))), celsius, 0.2);
@@ -101,7 +101,7 @@ TEST_F(PvtSensorsTest, CodesAreTheNearestToTheValue) {
 }
 
 TEST_F(PvtSensorsTest, ReadingsFollowTheirSignals) {
-  SensorConfig sensors;
+  SensorSettings sensors;
   std::set<uint32_t> still, moving;
   for (unsigned second = 0; second < 20; ++second) {
     still.insert(pvt_code(sensors, 0, 0, seconds(second)));
@@ -120,7 +120,7 @@ TEST_F(PvtSensorsTest, ReadingsFollowTheirSignals) {
 }
 
 TEST_F(PvtSensorsTest, SelectedSensorIsConvertedAgainAndAgain) {
-  SensorConfig sensors;
+  SensorSettings sensors;
   sensors.temperature[1] = {47, 6, 17};
   sensors.conversion_ms = 100;
   power_up_generation(Generation::rq301, sensors);

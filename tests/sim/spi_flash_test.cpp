@@ -52,7 +52,7 @@ class NorFlashTest : public testing::Test {
   void pass(uint64_t time) { clock_.sleep(time); }
 
   VirtualClock clock_{VirtualClock::Mode::virtual_time};
-  FlashConfig config_;
+  FlashSettings config_;
   FlashFaults faults_;
   NorFlash flash_{config_, faults_, clock_, ""};
 };

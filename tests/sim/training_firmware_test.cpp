@@ -25,14 +25,14 @@ class TrainingTest : public zvgtest::BoardFixture {
  protected:
   static constexpr uint32_t phy = 0x2C0000;
 
-  void power(TrainingConfig training, Generation generation = Generation::rq302) {
+  void power(TrainingSettings training, Generation generation = Generation::rq302) {
     BoardConfig config;
     config.generation = generation;
     config.training = std::move(training);
     power_up(config);
   }
-  static TrainingConfig with_messages(std::vector<TrainingMessage> messages) {
-    TrainingConfig training;
+  static TrainingSettings with_messages(std::vector<TrainingMessage> messages) {
+    TrainingSettings training;
     training.channels[0].messages = std::move(messages);
     return training;
   }
@@ -60,7 +60,7 @@ TEST_F(TrainingTest, MessageIsABurstOfWords) {
 }
 
 TEST_F(TrainingTest, NextMessageComesAfterTheHostIsDone) {
-  TrainingConfig training = with_messages({{0x10000, {}}, {0x20000, {}}});
+  TrainingSettings training = with_messages({{0x10000, {}}, {0x20000, {}}});
   training.gap_us = 500;
   power(training);
   poke(phy + acknowledge, 1);  // nothing was taken yet
@@ -78,7 +78,7 @@ TEST_F(TrainingTest, NextMessageComesAfterTheHostIsDone) {
 }
 
 TEST_F(TrainingTest, EndlessOneBeginsAgain) {
-  TrainingConfig training = with_messages({{0x10000, {}}});
+  TrainingSettings training = with_messages({{0x10000, {}}});
   training.endless = true;
   power(training);
   for (int i = 0; i < 5; ++i) {
@@ -91,7 +91,7 @@ TEST_F(TrainingTest, EndlessOneBeginsAgain) {
 }
 
 TEST_F(TrainingTest, WithoutFirmwareThePhyIsRegistersOnly) {
-  TrainingConfig training;
+  TrainingSettings training;
   training.enabled = false;
   power(training);
   EXPECT_EQ(peek(phy + low), low / 4);
@@ -178,7 +178,7 @@ TEST_F(TrainingTest, ScriptsReplaceTheBuiltInTraining) {
 }
 
 TEST(TrainingMessages, AreTheSameForTheSameSeed) {
-  TrainingConfig training;
+  TrainingSettings training;
   const auto ids_and_words = [&](unsigned channel) {
     std::vector<uint32_t> words;
     for (const TrainingMessage& message : training_messages(training, channel)) {

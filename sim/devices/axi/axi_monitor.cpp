@@ -107,9 +107,9 @@ class AxiMonitor : public Device {
   AxiMonitor(Board& board, uint32_t base) : board_(board), base_(base) {
     const auto& config = board.config().axi;
     for (const AxiPort& port : axi_ports(board.generation())) {
-      AxiPortConfig settings;
+      AxiPortSettings settings;
       settings.load = port.load;
-      for (const AxiPortConfig& one : config.ports) {
+      for (const AxiPortSettings& one : config.ports) {
         if (one.name == port.name) settings = one;
       }
       ports_.push_back({port, settings});
@@ -150,7 +150,7 @@ class AxiMonitor : public Device {
 
   struct Port {
     AxiPort port;
-    AxiPortConfig settings;
+    AxiPortSettings settings;
   };
 
   bool is_rq302() const { return board_.generation() == Generation::rq302; }
@@ -181,7 +181,7 @@ class AxiMonitor : public Device {
     last_period_ = period;
     for (size_t i = 0; i < ports_.size(); ++i) {
       const uint32_t bit = uint32_t{1} << i % 32;
-      const AxiPortConfig& settings = ports_[i].settings;
+      const AxiPortSettings& settings = ports_[i].settings;
       if (settings.data_update) updates_ |= bit;
       const bool late = settings.timeout_every != 0 && period % settings.timeout_every == 0;
       timeouts_ = late ? timeouts_ | bit : timeouts_ & ~bit;

@@ -13,7 +13,7 @@ constexpr uint32_t select_offset = 0x110;  // in system control, 4 bytes a chann
 }  // namespace
 
 DdrPhy::DdrPhy(Board& board, unsigned channel, uint32_t select) : board_(board), select_(select) {
-  const TrainingConfig& training = board.config().training;
+  const TrainingSettings& training = board.config().training;
   if (training.enabled) mailbox_.emplace(training, channel, board.clock());
 }
 

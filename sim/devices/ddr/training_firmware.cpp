@@ -54,7 +54,7 @@ TrainingMessage edge(const EyeShape& eye, double centre_x, double centre_y, doub
   return message;
 }
 
-void append_eye(std::vector<TrainingMessage>* messages, const TrainingConfig& training,
+void append_eye(std::vector<TrainingMessage>* messages, const TrainingSettings& training,
                 unsigned channel, const EyeShape& eye, uint32_t scan) {
   const unsigned lanes = training.channels[channel].lanes;
   messages->push_back({scan, {2, 0, 1, (1u << (lanes + lanes_a_block - 1) / lanes_a_block) - 1}});
@@ -76,8 +76,8 @@ void append_eye(std::vector<TrainingMessage>* messages, const TrainingConfig& tr
 
 }  // namespace
 
-std::vector<TrainingMessage> training_messages(const TrainingConfig& training, unsigned channel) {
-  const TrainingChannelConfig& config = training.channels[channel];
+std::vector<TrainingMessage> training_messages(const TrainingSettings& training, unsigned channel) {
+  const TrainingChannelSettings& config = training.channels[channel];
   std::vector<TrainingMessage> messages;
   messages.push_back({lanes_in_use, {0xFF, 0xFF}});
   append_eye(&messages, training, channel, config.read_eye, read_scan);
@@ -85,7 +85,7 @@ std::vector<TrainingMessage> training_messages(const TrainingConfig& training, u
   return messages;
 }
 
-TrainingMailbox::TrainingMailbox(const TrainingConfig& training, unsigned channel,
+TrainingMailbox::TrainingMailbox(const TrainingSettings& training, unsigned channel,
                                  VirtualClock& clock)
     : clock_(clock),
       gap_(microseconds(training.gap_us)),

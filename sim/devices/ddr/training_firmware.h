@@ -14,13 +14,13 @@ namespace zvgsim {
 
 // The messages of a training that goes well: what is scanned, and an eye of two edges for each
 // lane, first read, then write.
-std::vector<TrainingMessage> training_messages(const TrainingConfig& training, unsigned channel);
+std::vector<TrainingMessage> training_messages(const TrainingSettings& training, unsigned channel);
 
 // Every message is a burst of words: a marker, the identifier, the arguments. The first waits from
 // power-up on; each further one comes some time after the host is done with the one before.
 class TrainingMailbox {
  public:
-  TrainingMailbox(const TrainingConfig& training, unsigned channel, VirtualClock& clock);
+  TrainingMailbox(const TrainingSettings& training, unsigned channel, VirtualClock& clock);
 
   // The mailbox's registers, by their offset in the PHY; nothing for any other.
   std::optional<uint32_t> read(uint32_t offset);

@@ -39,7 +39,7 @@ constexpr uint32_t misc_usual = 0x03;
 constexpr uint32_t misc_hsync_negative = 0x40;
 constexpr uint32_t misc_vsync_negative = 0x80;
 
-void program_indexed(Board& board, const CrtcConfig& crtc) {
+void program_indexed(Board& board, const CrtcSettings& crtc) {
   const auto port = [&](uint32_t number, uint32_t value) {
     board.dispatch_write(Space::mmio, vga_base + number, 1, value & 0xFF);
   };
@@ -71,7 +71,7 @@ void program_indexed(Board& board, const CrtcConfig& crtc) {
   }
 }
 
-void program_block(Board& board, unsigned number, const CrtcConfig& crtc) {
+void program_block(Board& board, unsigned number, const CrtcSettings& crtc) {
   const uint32_t base = vga_base + number * block_size;
   const ModeTiming& t = crtc.timing;
   const struct {
@@ -123,7 +123,7 @@ void install_display_controllers(Board& board) {
   const uint32_t clocks = block_bases(board.generation()).clocks;
   for (unsigned number = 0; number < crtcs; ++number) {
     if (!config.crtc[number]) continue;
-    const CrtcConfig& crtc = *config.crtc[number];
+    const CrtcSettings& crtc = *config.crtc[number];
     if (number == 0) {
       program_indexed(board, crtc);
     } else {

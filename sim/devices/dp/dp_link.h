@@ -14,7 +14,7 @@ struct DpLink {
   uint32_t rate = 0;     // code
   uint32_t lanes = 0;    // that carry something
   uint32_t pattern = 0;  // 0 none, else the training pattern
-  std::array<DpLaneConfig, dp_lanes> drive{};
+  std::array<DpLevels, dp_lanes> drive{};
 };
 
 }  // namespace zvgsim

@@ -30,7 +30,7 @@ class DpPhy {
   uint16_t configuration(uint16_t address);
 
   Board& board_;
-  DpFaults& faults_;
+  DpPortFaults& faults_;
   std::map<uint32_t, uint32_t> registers_;
   std::map<uint16_t, uint16_t> configuration_;
   uint32_t bus_data_ = 0;

@@ -86,7 +86,7 @@ std::optional<AuxReply> DpSink::request(AuxRequest request, bool open, uint32_t 
   uint32_t& defers = is_native ? faults_.defers : faults_.i2c_defers;
   AuxReply reply;
   if (defers != 0) {
-    if (defers != DpFaults::always) --defers;
+    if (defers != DpPortFaults::always) --defers;
     reply.code = is_native ? AuxCode::deferred : AuxCode::i2c_deferred;
     return reply;
   }
@@ -191,8 +191,8 @@ unsigned DpSink::lanes_in_use() const {
 }
 
 bool DpSink::reached(unsigned lane) const {
-  const DpLaneConfig& drive = link_.drive[lane];
-  const DpLaneConfig& need = config_.channel[lane];
+  const DpLevels& drive = link_.drive[lane];
+  const DpLevels& need = config_.channel[lane];
   return drive.swing >= need.swing && drive.preemphasis >= need.preemphasis;
 }
 
@@ -235,8 +235,8 @@ uint8_t DpSink::lane_status(unsigned lane) const {
 }
 
 uint8_t DpSink::lane_request(unsigned lane) const {
-  const DpLaneConfig& drive = link_.drive[lane];
-  const DpLaneConfig& need = config_.channel[lane];
+  const DpLevels& drive = link_.drive[lane];
+  const DpLevels& need = config_.channel[lane];
   return static_cast<uint8_t>(wanted(drive.swing, need.swing) |
                               wanted(drive.preemphasis, need.preemphasis) << 2);
 }

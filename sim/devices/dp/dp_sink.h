@@ -48,9 +48,9 @@ class DpSink : public AuxSink {
   uint8_t lane_request(unsigned lane) const;
 
   Board& board_;
-  const DpPortConfig& config_;
-  DpFaults& faults_;
-  const HdmiFaults edid_faults_{};
+  const DpPortSettings& config_;
+  DpPortFaults& faults_;
+  const HdmiPortFaults edid_faults_{};
   I2cBus bus_;
   bool i2c_open_ = false;
   bool i2c_reading_ = false;

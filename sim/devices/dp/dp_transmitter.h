@@ -42,7 +42,7 @@ class DpTransmitter : public Device {
 
   Board& board_;
   const unsigned port_;
-  DpFaults& faults_;
+  DpPortFaults& faults_;
   DpPhy phy_;
   DpSink sink_;
   std::map<uint32_t, uint32_t> registers_;

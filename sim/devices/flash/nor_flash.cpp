@@ -85,12 +85,12 @@ void put_serial(std::vector<uint8_t>& bytes, const std::string& serial) {
   put16(bytes, record + 8, negated_sum(bytes, record + text, serial.size() / 2));
 }
 
-void put_edids(std::vector<uint8_t>& bytes, const std::vector<FlashEdidConfig>& edids) {
+void put_edids(std::vector<uint8_t>& bytes, const std::vector<FlashEdid>& edids) {
   constexpr uint32_t area = 0x70200, slot = 512, header = 64;
   constexpr unsigned type = 0x5044;
   for (size_t i = 0; i < edids.size(); ++i) {
     const auto at = static_cast<uint32_t>(area + i * slot);
-    const FlashEdidConfig& one = edids[i];
+    const FlashEdid& one = edids[i];
     std::fill_n(bytes.begin() + at, slot, uint8_t{0});
     std::copy(one.edid.begin(), one.edid.end(), bytes.begin() + at + header);
     put16(bytes, at, record_magic);
@@ -105,7 +105,7 @@ void put_edids(std::vector<uint8_t>& bytes, const std::vector<FlashEdidConfig>& 
 
 }  // namespace
 
-NorFlash::NorFlash(const FlashConfig& config, FlashFaults& faults, VirtualClock& clock,
+NorFlash::NorFlash(const FlashSettings& config, FlashFaults& faults, VirtualClock& clock,
                    const std::string& image)
     : faults_(faults), clock_(clock), image_(image), bytes_(size, 0xFF) {
   if (config.write_protected) protection_ = status_protection;

@@ -24,7 +24,7 @@ class NorFlash {
 
   // image: the file that the content comes from and goes to; empty for none. config and faults
   // outlive the flash. Throws std::runtime_error when the image cannot be read.
-  NorFlash(const FlashConfig& config, FlashFaults& faults, VirtualClock& clock,
+  NorFlash(const FlashSettings& config, FlashFaults& faults, VirtualClock& clock,
            const std::string& image);
   ~NorFlash() { save(); }
   NorFlash(const NorFlash&) = delete;

@@ -48,8 +48,8 @@ class HdmiTransmitter : public ByteBlock {
   void power_phy(uint8_t configuration);
   void program_frame_composer(const ModeTiming& timing);
 
-  const HdmiPortConfig& config_;
-  HdmiFaults& faults_;
+  const HdmiPortSettings& config_;
+  HdmiPortFaults& faults_;
   I2cBus& ddc_;
   I2cBus phy_bus_;
   HdmiPhy* phy_;

@@ -10,7 +10,7 @@ namespace zvgsim {
 
 namespace {
 
-std::unique_ptr<I2cDevice> make(Board& board, const PowerMonitorConfig& config) {
+std::unique_ptr<I2cDevice> make(Board& board, const PowerMonitorSettings& config) {
   switch (config.chip) {
     case PowerChip::ltc2990:
       return std::make_unique<Ltc2990>(board, config);
@@ -41,10 +41,10 @@ void connect_faults(Board& board, unsigned number) {
 void install_i2c_chips(Board& board) {
   for (unsigned bus = 0; bus < i2c_buses; ++bus) connect_faults(board, bus);
   const BoardConfig& config = board.config();
-  for (const PowerMonitorConfig& monitor : config.power_monitors) {
+  for (const PowerMonitorSettings& monitor : config.power_monitors) {
     board.i2c(monitor.bus).attach(make(board, monitor));
   }
-  for (const I2cMemoryConfig& one : config.i2c_memories) {
+  for (const I2cMemorySettings& one : config.i2c_memories) {
     auto memory = std::make_unique<I2cMemory>(one.address);
     for (size_t i = 0; i < one.contents.size(); ++i) {
       (*memory)[static_cast<uint8_t>(i)] = one.contents[i];

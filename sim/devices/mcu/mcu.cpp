@@ -31,7 +31,7 @@ constexpr uint64_t byte_time = microseconds(90);
 }  // namespace
 
 Mcu::Mcu(Board& board) : ByteBlock(board, block_base) {
-  for (const McuConfig::MonitorOn& one : board.config().mcu.monitors) {
+  for (const McuSettings::MonitorOn& one : board.config().mcu.monitors) {
     const auto select = static_cast<uint8_t>(one.second_selector << 4 | one.first_selector);
     connectors_[select].bus.attach(std::make_unique<Monitor>(one.edid, no_faults_));
   }

@@ -32,7 +32,7 @@ class Mcu : public ByteBlock {
   struct Connector {
     I2cBus bus;
   };
-  const HdmiFaults no_faults_{};
+  const HdmiPortFaults no_faults_{};
   std::map<uint8_t, Connector> connectors_;  // by target select
   uint64_t done_at_ = 0;
   bool pending_ = false;

@@ -9,7 +9,7 @@ constexpr uint8_t erased = 0xFF;
 
 }  // namespace
 
-Monitor::Monitor(std::vector<uint8_t> edid, const HdmiFaults& faults)
+Monitor::Monitor(std::vector<uint8_t> edid, const HdmiPortFaults& faults)
     : edid_(std::move(edid)), faults_(faults) {}
 
 bool Monitor::start(uint8_t address, bool read) {

@@ -16,7 +16,7 @@ namespace zvgsim {
 class Monitor : public I2cDevice {
  public:
   // faults: may change at any time; outlives the monitor.
-  Monitor(std::vector<uint8_t> edid, const HdmiFaults& faults);
+  Monitor(std::vector<uint8_t> edid, const HdmiPortFaults& faults);
 
   static constexpr uint8_t rom_address = 0x50;
   static constexpr uint8_t segment_address = 0x30;
@@ -30,7 +30,7 @@ class Monitor : public I2cDevice {
   enum class Expects { offset, data, segment };
 
   const std::vector<uint8_t> edid_;
-  const HdmiFaults& faults_;
+  const HdmiPortFaults& faults_;
   Expects expects_ = Expects::offset;
   uint8_t offset_ = 0;
   uint8_t segment_ = 0;

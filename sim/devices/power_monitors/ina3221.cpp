@@ -36,7 +36,8 @@ uint16_t code_of(double volts, double step) {
 
 }  // namespace
 
-Ina3221::Ina3221(Board& board, const PowerMonitorConfig& config) : config_(config), board_(board) {
+Ina3221::Ina3221(Board& board, const PowerMonitorSettings& config)
+    : config_(config), board_(board) {
   configure(power_up_configuration);
 }
 

@@ -14,7 +14,7 @@ namespace zvgsim {
 // After power-up it converts all channels again and again.
 class Ina3221 : public I2cDevice {
  public:
-  Ina3221(Board& board, const PowerMonitorConfig& config);
+  Ina3221(Board& board, const PowerMonitorSettings& config);
 
   bool start(uint8_t address, bool read) override;
   bool write(uint8_t byte) override;
@@ -30,7 +30,7 @@ class Ina3221 : public I2cDevice {
   uint16_t register_word();
   uint64_t round_time() const;
 
-  const PowerMonitorConfig& config_;
+  const PowerMonitorSettings& config_;
   Board& board_;
   std::array<uint16_t, register_count> registers_{};
   uint8_t pointer_ = 0;

@@ -105,7 +105,7 @@ constexpr Mode modes[] = {
 
 }  // namespace ltc2990
 
-Ltc2990::Ltc2990(Board& board, const PowerMonitorConfig& config)
+Ltc2990::Ltc2990(Board& board, const PowerMonitorSettings& config)
     : Ltc299x(board, config, 0x0F, ltc2990::results) {}
 
 uint8_t Ltc2990::read_register(uint8_t number) {
@@ -184,7 +184,7 @@ constexpr uint8_t status_supply_ready = 0x01;
 
 }  // namespace ltc2991
 
-Ltc2991::Ltc2991(Board& board, const PowerMonitorConfig& config)
+Ltc2991::Ltc2991(Board& board, const PowerMonitorSettings& config)
     : Ltc299x(board, config, 0x1F, ltc2991::results) {}
 
 uint8_t Ltc2991::read_register(uint8_t number) {

@@ -17,7 +17,7 @@ namespace zvgsim {
 // says. Time passes only when somebody looks: advance() catches up.
 class Ltc299x : public I2cRegisters {
  public:
-  Ltc299x(Board& board, const PowerMonitorConfig& config, uint8_t pointer_mask, unsigned results)
+  Ltc299x(Board& board, const PowerMonitorSettings& config, uint8_t pointer_mask, unsigned results)
       : I2cRegisters(config.address, pointer_mask),
         config_(config),
         board_(board),
@@ -49,7 +49,7 @@ class Ltc299x : public I2cRegisters {
   double volts(unsigned input, uint64_t time) const {
     return input < config_.volts.size() ? config_.volts[input].at(time) : 0;
   }
-  const PowerMonitorConfig& config_;
+  const PowerMonitorSettings& config_;
 
   static constexpr double volt_step = 305.18e-6;
   static constexpr double supply_offset = 2.5;
@@ -72,7 +72,7 @@ class Ltc299x : public I2cRegisters {
 
 class Ltc2990 : public Ltc299x {
  public:
-  Ltc2990(Board& board, const PowerMonitorConfig& config);
+  Ltc2990(Board& board, const PowerMonitorSettings& config);
 
  protected:
   uint8_t read_register(uint8_t number) override;
@@ -85,7 +85,7 @@ class Ltc2990 : public Ltc299x {
 
 class Ltc2991 : public Ltc299x {
  public:
-  Ltc2991(Board& board, const PowerMonitorConfig& config);
+  Ltc2991(Board& board, const PowerMonitorSettings& config);
 
  protected:
   uint8_t read_register(uint8_t number) override;

@@ -49,7 +49,7 @@ uint32_t code_of(double value, Convert convert) {
 
 }  // namespace
 
-uint32_t pvt_code(const SensorConfig& sensors, unsigned type, unsigned index, uint64_t now) {
+uint32_t pvt_code(const SensorSettings& sensors, unsigned type, unsigned index, uint64_t now) {
   switch (type) {
     case temperature:
       return code_of(sensors.temperature[index].at(now), celsius_of);
@@ -70,7 +70,7 @@ PvtSensors::PvtSensors(Board& board, uint32_t base) : board_(board), base_(base)
 }
 
 std::optional<uint32_t> PvtSensors::convert(uint32_t selector, uint64_t time) const {
-  const SensorConfig& sensors = board_.config().sensors;
+  const SensorSettings& sensors = board_.config().sensors;
   const bool rq302 = board_.generation() == Generation::rq302;
   for (unsigned type = 0; type < pvt_types; ++type) {
     if (rq302 && selector == rq302_selectors[type]) {

@@ -14,7 +14,7 @@ constexpr unsigned pvt_types = 5;  // temperature, voltage, three process codes
 
 // The 10-bit code of a sensor at a time in nanoseconds.
 // REQUIRES: type < pvt_types, index < pvt_sensors.
-uint32_t pvt_code(const SensorConfig& sensors, unsigned type, unsigned index, uint64_t now);
+uint32_t pvt_code(const SensorSettings& sensors, unsigned type, unsigned index, uint64_t now);
 
 // A write to the selector starts converting what it names, again and again; the data register keeps
 // the last finished conversion. RQ302 converts both sensors at once. A selector that names no
