@@ -3,8 +3,8 @@
 // reply.
 #include <benchmark/benchmark.h>
 
-#include "board/machine.h"
 #include "doors/mount_doors.h"
+#include "machine/machine.h"
 #include "util_zvg.h"
 
 namespace {

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "board/board_config.h"
-#include "board/machine.h"
 #include "doors/mount_doors.h"
+#include "machine/machine.h"
 #include "support/capture.h"
 #include "util_zvg.h"
 

@@ -2,8 +2,6 @@
 
 #include <stdexcept>
 
-#include "devices/install.h"
-
 namespace zvgsim {
 
 namespace {
@@ -34,10 +32,12 @@ void for_lanes(unsigned enables, Transfer transfer) {
 
 }  // namespace
 
-Board::Board(const BoardConfig& config, VirtualClock& clock, AccessTrace& trace, FaultPlan& faults,
-             unsigned card)
+Board::Board(const BoardConfig& config, std::span<const Model> models, VirtualClock& clock,
+             AccessTrace& trace, FaultPlan& faults, unsigned card)
     : config_(config), clock_(clock), trace_(trace), faults_(faults), card_(card) {
-  install_devices(*this);
+  for (const Model& model : models) {
+    if (model.place != nullptr) model.place(*this);
+  }
   for (const InitialValue& initial : config_.registers) {
     if (initial.space == Space::kmem) continue;  // the machine's
     if (initial.after_reads != 0) {

@@ -5,18 +5,22 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <span>
+#include <typeindex>
+#include <utility>
 #include <vector>
 
 #include "board/access_trace.h"
 #include "board/aux_sink.h"
 #include "board/board_config.h"
 #include "board/device.h"
-#include "board/fan.h"
 #include "board/fault_plan.h"
 #include "board/i2c_bus.h"
 #include "board/memory.h"
+#include "board/model.h"
 #include "board/space.h"
 #include "board/virtual_clock.h"
 
@@ -26,10 +30,10 @@ namespace zvgsim {
 // guarded: the doors take the machine's lock.
 class Board {
  public:
-  // The configuration, the clock, the trace and the fault plan belong to the machine that the card
-  // is in and outlive the board.
-  Board(const BoardConfig& config, VirtualClock& clock, AccessTrace& trace, FaultPlan& faults,
-        unsigned card = 0);
+  // A card with these models on it, powered up. The configuration, the clock, the trace and the
+  // fault plan belong to the machine that the card is in and outlive the board.
+  Board(const BoardConfig& config, std::span<const Model> models, VirtualClock& clock,
+        AccessTrace& trace, FaultPlan& faults, unsigned card = 0);
   ~Board();
   Board(const Board&) = delete;
   Board& operator=(const Board&) = delete;
@@ -44,8 +48,6 @@ class Board {
   // What lies under the devices, and what the register aperture maps.
   Memory& mmio_storage() { return mmio_; }
   Memory& vram_storage() { return vram_; }
-
-  Fan& fan() { return fan_; }
 
   // The DDC wires of an HDMI port.
   I2cBus& ddc(unsigned port) { return ddc_[port]; }
@@ -96,6 +98,19 @@ class Board {
     for (const auto& keep : savers_) keep();
   }
 
+  // What others look for on the board by its type, without an address: part() is the one that
+  // add_part() made. REQUIRES, of part(): its model stands before in the list of models.
+  template <typename Part, typename... Arguments>
+  Part& add_part(Arguments&&... arguments) {
+    auto part = std::make_shared<Part>(std::forward<Arguments>(arguments)...);
+    parts_[typeid(Part)] = part;
+    return *part;
+  }
+  template <typename Part>
+  Part& part() {
+    return *static_cast<Part*>(parts_.at(typeid(Part)).get());
+  }
+
   // Devices that answer in a space of their own.
   void set_pci(std::unique_ptr<Device> device) { pci_ = std::move(device); }
   void set_ioports(std::unique_ptr<Device> device) { ioports_ = std::move(device); }
@@ -123,9 +138,9 @@ class Board {
   const unsigned card_;
   Memory mmio_{"zvgsim-mmio", mmio_size};
   Memory vram_{"zvgsim-vram", vram_size};
-  Fan fan_{config_.sensors.temperature[0].value};
   std::array<I2cBus, hdmi_ports> ddc_;
   std::array<I2cBus, i2c_buses> i2c_;
+  std::map<std::type_index, std::shared_ptr<void>> parts_;
   std::vector<std::unique_ptr<Device>> devices_;
   std::array<Range, mmio_size / attach_unit> map_{};
   std::array<AuxSink*, dp_ports> dp_sinks_{};

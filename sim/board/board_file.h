@@ -2,11 +2,13 @@
 #ifndef ZVGSIM_BOARD_BOARD_FILE_H
 #define ZVGSIM_BOARD_BOARD_FILE_H
 
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "board/board_config.h"
+#include "board/model.h"
 
 namespace zvgsim {
 
@@ -22,9 +24,9 @@ class BoardFileError : public std::runtime_error {
   std::vector<std::string> problems_;
 };
 
-// Reads a board file and the EDID files that it names, which stand relative to it.
-// Throws BoardFileError.
-BoardConfig load_board_file(const std::string& path);
+// Reads what every board has, and what the models do; files that the board file names stand
+// relative to it. Throws BoardFileError.
+BoardConfig load_board_file(const std::string& path, std::span<const Model> models);
 
 }  // namespace zvgsim
 

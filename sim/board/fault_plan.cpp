@@ -9,15 +9,10 @@
 namespace zvgsim {
 
 FaultPlan::FaultPlan(const FaultConfig& config)
-    : mcu_never_done(config.mcu_never_done),
-      flash(config.flash),
-      amba_never_answers(config.amba_never_answers),
+    : Settings(config),
       random_(config.seed),
       gone_at_(config.node_gone_at_request),
-      uart_(config.uart),
-      hdmi_(config.hdmi),
-      dp_(config.dp),
-      i2c_(config.i2c) {
+      uart_(config.uart) {
   for (const DriverFault& fault : config.driver) driver_.push_back({fault, 0});
 }
 
@@ -26,13 +21,6 @@ bool FaultPlan::strikes(uint64_t from, uint64_t count, double probability, uint6
   if (from != 0) return seen >= from && seen - from < count;
   constexpr double range = 18446744073709551616.0;  // 2^64
   return static_cast<double>(random_()) < probability * range;
-}
-
-const I2cFault* FaultPlan::i2c(unsigned bus, std::optional<uint8_t> address) const {
-  const auto found = std::find_if(i2c_.begin(), i2c_.end(), [&](const I2cFault& fault) {
-    return fault.bus == bus && fault.address == address;
-  });
-  return found == i2c_.end() ? nullptr : &*found;
 }
 
 int FaultPlan::driver_request(unsigned number) {

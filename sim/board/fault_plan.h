@@ -4,14 +4,16 @@
 
 #include <cstdint>
 #include <random>
+#include <vector>
 
-#include "board/board_config.h"
+#include "board/fault_config.h"
 
 namespace zvgsim {
 
 // Answers each model's question whether it fails now. The same plan with the same seed and the
-// same sequence of questions gives the same answers on every machine.
-class FaultPlan {
+// same sequence of questions gives the same answers on every machine. of() are the standing faults
+// of a model; a test may change them at any time.
+class FaultPlan : public Settings {
  public:
   explicit FaultPlan(const FaultConfig& config);
 
@@ -33,16 +35,6 @@ class FaultPlan {
   Reply uart_reply();
   uint8_t noise() { return static_cast<uint8_t>(random_()); }
 
-  // Standing faults; a test may change them at any time.
-  HdmiPortFaults& hdmi(unsigned port) { return hdmi_[port]; }
-  DpPortFaults& dp(unsigned port) { return dp_[port]; }
-  std::vector<I2cFault>& i2c() { return i2c_; }
-  // The fault of a bus, or of one device on it; null when it is in order.
-  const I2cFault* i2c(unsigned bus, std::optional<uint8_t> address = {}) const;
-  bool mcu_never_done = false;
-  FlashFaults flash;
-  bool amba_never_answers = false;
-
  private:
   struct CountedDriverFault : DriverFault {
     uint64_t seen = 0;
@@ -56,9 +48,6 @@ class FaultPlan {
   std::vector<CountedDriverFault> driver_;
   std::vector<UartFault> uart_;
   uint64_t replies_ = 0;
-  std::array<HdmiPortFaults, hdmi_ports> hdmi_;
-  std::array<DpPortFaults, dp_ports> dp_;
-  std::vector<I2cFault> i2c_;
 };
 
 }  // namespace zvgsim

@@ -4,8 +4,8 @@
 
 #include <memory>
 
-#include "board/machine.h"
 #include "doors/platform.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

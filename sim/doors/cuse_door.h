@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "board/machine.h"
 #include "doors/caller_memory.h"
 #include "doors/driver.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

@@ -11,6 +11,9 @@
 #include <iterator>
 #include <mutex>
 
+#include "devices/clocks/clock_settings.h"
+#include "devices/fan/fan.h"
+#include "devices/monitor/edid_file.h"
 #include "devices/monitor/monitor.h"
 #include "devices/sensors/pvt_sensors.h"
 #include "doors/driver_records.h"
@@ -271,6 +274,7 @@ uint32_t Handler::transfer(I2cBus& bus, I2cTransfer& record) {
 int Handler::answer(Query& record) {
   if (!has_card(record.card)) return ENODEV;
   const BoardConfig& config = machine_.config();
+  const auto& clocks = config.of<ClockSettings>();
   const uint8_t argument = record.data[0];
   memset(record.data, 0, sizeof record.data);
   const auto number = [&](uint32_t value) {
@@ -286,15 +290,15 @@ int Handler::answer(Query& record) {
     case query_device_id:
       return number(device_id(config.generation));
     case query_axi_clock:
-      return number(config.clocks.axi);
+      return number(clocks.axi);
     case query_vpu_clock:
-      return number(config.clocks.vpu);
+      return number(clocks.vpu);
     case query_3d_clock:
-      return number(config.clocks.core_3d);
+      return number(clocks.core_3d);
     case query_2d_clock:
-      return number(config.clocks.core_2d);
+      return number(clocks.core_2d);
     case query_ddr_clock:
-      return number(config.clocks.ddr);
+      return number(clocks.ddr);
     case query_3d_cores:
       return number(config.cores.core_3d);
     case query_2d_cores:
@@ -322,8 +326,8 @@ int Handler::answer(Command& record) {
   if (record.command < pvt_types) {
     const uint32_t sensor = record.arguments[0];
     if (sensor >= pvt_sensors) return EINVAL;
-    record.result[0] =
-        pvt_code(machine_.config().sensors, record.command, sensor, machine_.clock().now());
+    record.result[0] = pvt_code(machine_.config().of<SensorSettings>(), record.command, sensor,
+                                machine_.clock().now());
     return 0;
   }
   if (record.command != command_dump_free_vram) return EINVAL;
@@ -450,17 +454,17 @@ int Handler::answer(PowerState& record) {
 int Handler::answer(FanRate& record) {
   constexpr uint32_t full = 100;
   if (record.percent > full) return EINVAL;
-  machine_.card(0).fan().set_manual(record.percent);
+  machine_.card(0).part<Fan>().set_manual(record.percent);
   return 0;
 }
 
 int Handler::on_fan_automatic(Handler& handler, unsigned long, void*) {
-  handler.machine_.card(0).fan().set_automatic();
+  handler.machine_.card(0).part<Fan>().set_automatic();
   return 0;
 }
 
 int Handler::answer(TestTemperature& record) {
-  machine_.card(0).fan().set_temperature(record.celsius);
+  machine_.card(0).part<Fan>().set_temperature(record.celsius);
   return 0;
 }
 

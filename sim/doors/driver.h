@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "board/machine.h"
 #include "doors/caller_memory.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

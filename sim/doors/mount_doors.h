@@ -2,11 +2,11 @@
 #ifndef ZVGSIM_DOORS_MOUNT_DOORS_H
 #define ZVGSIM_DOORS_MOUNT_DOORS_H
 
-#include "board/machine.h"
 #include "doors/aperture_door.h"
 #include "doors/driver_door.h"
 #include "doors/platform.h"
 #include "doors/serial_door.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "board/machine.h"
 #include "doors/uart_line.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

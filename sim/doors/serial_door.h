@@ -6,9 +6,9 @@
 #include <memory>
 #include <mutex>
 
-#include "board/machine.h"
 #include "doors/platform.h"
 #include "doors/uart_line.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

@@ -7,7 +7,7 @@
 #include <deque>
 #include <vector>
 
-#include "board/machine.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 

@@ -9,9 +9,8 @@
 #include <exception>
 #include <mutex>
 
-#include "board/board_file.h"
-#include "board/machine.h"
 #include "doors/mount_doors.h"
+#include "machine/machine.h"
 #include "preload/environment.h"
 
 namespace zvgsim {

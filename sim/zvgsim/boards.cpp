@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "board/board_file.h"
+#include "devices/hdmi/hdmi_settings.h"
+#include "machine/machine.h"
 #include "zvgsim/commands.h"
 #include "zvgsim/layout.h"
 
@@ -13,8 +14,9 @@ namespace {
 
 std::vector<unsigned> monitors(const BoardConfig& config) {
   std::vector<unsigned> ports;
+  const auto& hdmi = config.of<HdmiSettings>();
   for (unsigned port = 0; port < hdmi_ports; ++port) {
-    if (!config.hdmi[port].edid.empty()) ports.push_back(port);
+    if (!hdmi.port[port].edid.empty()) ports.push_back(port);
   }
   return ports;
 }

@@ -12,9 +12,8 @@
 #include <memory>
 #include <stdexcept>
 
-#include "board/board_file.h"
-#include "board/machine.h"
 #include "doors/cuse_door.h"
+#include "machine/machine.h"
 #include "zvgsim/commands.h"
 #include "zvgsim/layout.h"
 

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "board/board_file.h"
+#include "machine/machine.h"
 #include "preload/environment.h"
 #include "zvgsim/commands.h"
 #include "zvgsim/layout.h"

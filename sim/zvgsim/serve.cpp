@@ -8,9 +8,8 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include "board/board_file.h"
-#include "board/machine.h"
 #include "doors/pty_server.h"
+#include "machine/machine.h"
 #include "zvgsim/commands.h"
 #include "zvgsim/layout.h"
 

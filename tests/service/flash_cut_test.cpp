@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "devices/flash/flash_settings.h"
 #include "service/flash/flash_service.h"
 #include "support/board_fixture.h"
 #include "support/scratch.h"
@@ -32,8 +33,8 @@ class FlashCut : public zvgtest::BoardFixture, public testing::WithParamInterfac
   void board(unsigned cut_at) {
     BoardConfig config;
     config.generation = GetParam();
-    config.flash.image = image_;
-    config.faults.flash.power_cut_at_frame = cut_at;
+    config.of<zvgsim::FlashSettings>().image = image_;
+    config.faults.of<zvgsim::FlashFaults>().power_cut_at_frame = cut_at;
     power_up(config);
     ASSERT_GE(zvgRwOpen(0), 0);
   }

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {
@@ -212,12 +212,12 @@ TEST_P(AmbaBridgeTest, DirectionIsPartOfTheAddress) {
 }
 
 TEST_P(AmbaBridgeTest, FaultKeepsTheBusSilent) {
-  machine_.faults().amba_never_answers = true;
+  machine_.faults().of<AmbaFaults>().never_answers = true;
   address(bus_vram_base, false);
   bus_mode();
   strobe(0x40);
   EXPECT_EQ(status(), 0);
-  machine_.faults().amba_never_answers = false;
+  machine_.faults().of<AmbaFaults>().never_answers = false;
   strobe(0x40);
   EXPECT_EQ(status(), answered());
 }

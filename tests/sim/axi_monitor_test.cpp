@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "devices/axi/axi_ports.h"
+#include "devices/axi/axi_settings.h"
 #include "devices/axi/axi_traffic.h"
 #include "support/board_fixture.h"
 
@@ -58,7 +59,7 @@ TEST_F(AxiMonitorTest, CountsStayUntilThePeriodIsOver) {
 TEST_F(AxiMonitorTest, SamePowerUpCountsTheSame) {
   const auto run = [this](uint64_t seed) {
     BoardConfig config;
-    config.axi.seed = seed;
+    config.of<AxiSettings>().seed = seed;
     power(config);
     pass_periods(3);
     return peek(gpu_3d0 + 4 * 7);
@@ -84,7 +85,7 @@ TEST_F(AxiMonitorTest, ControlStopsAndPeriodStretches) {
 TEST_F(AxiMonitorTest, LoadsDiffer) {
   const auto sum = [this](AxiLoad load, uint64_t register_offset) {
     BoardConfig config;
-    config.axi.ports = {{"PCIE_M", load, 0, true}};
+    config.of<AxiSettings>().ports = {{"PCIE_M", load, 0, true}};
     power(config);
     uint64_t total = 0;
     for (int i = 0; i < 600; ++i) {
@@ -103,7 +104,8 @@ TEST_F(AxiMonitorTest, LoadsDiffer) {
 
 TEST_F(AxiMonitorTest, TimeoutsAndMissingUpdatesAreThePortsOwn) {
   BoardConfig config;
-  config.axi.ports = {{"3D0", AxiLoad::saturated, 3, true}, {"VGA_h0", AxiLoad::idle, 1, false}};
+  config.of<AxiSettings>().ports = {{"3D0", AxiLoad::saturated, 3, true},
+                                    {"VGA_h0", AxiLoad::idle, 1, false}};
   power(config);
   pass_periods(1);
   EXPECT_EQ(peek(timeouts), 0x80u);
@@ -157,8 +159,8 @@ TEST_F(AxiMonitorTest, Rq302RegistersHoldTheirFields) {
 
 TEST_F(AxiMonitorTest, KindsOfRq302MonitorsLeaveWordsOut) {
   BoardConfig config;
-  config.axi.ports = {{"VGA_h0", AxiLoad::saturated, 0, true},
-                      {"PCIE_S", AxiLoad::saturated, 0, true}};
+  config.of<AxiSettings>().ports = {{"VGA_h0", AxiLoad::saturated, 0, true},
+                                    {"PCIE_S", AxiLoad::saturated, 0, true}};
   power(config);
   pass_periods(1);
   const auto traffic = [](AxiDirection direction, unsigned port) {
@@ -174,8 +176,8 @@ TEST_F(AxiMonitorTest, KindsOfRq302MonitorsLeaveWordsOut) {
 
 TEST_F(AxiMonitorTest, Rq301CountersHoldTheirFields) {
   BoardConfig config;
-  config.axi.ports = {{"PCIE", AxiLoad::saturated, 0, true},
-                      {"VGA_n3", AxiLoad::saturated, 0, true}};
+  config.of<AxiSettings>().ports = {{"PCIE", AxiLoad::saturated, 0, true},
+                                    {"VGA_n3", AxiLoad::saturated, 0, true}};
   power(config, Generation::rq301);
   EXPECT_NE(peek(0x309040), 0u) << "they have run for a while";
   const uint64_t first = peek(0x309044);

@@ -10,6 +10,21 @@
 #include <filesystem>
 #include <fstream>
 
+#include "devices/amba/amba_faults.h"
+#include "devices/axi/axi_settings.h"
+#include "devices/clocks/clock_settings.h"
+#include "devices/ddr/training_settings.h"
+#include "devices/display/display_settings.h"
+#include "devices/dp/dp_settings.h"
+#include "devices/hdmi/hdmi_settings.h"
+#include "devices/i2c/i2c_settings.h"
+#include "devices/mcu/mcu_settings.h"
+#include "devices/pci/pci_settings.h"
+#include "devices/power_monitors/power_monitor_settings.h"
+#include "devices/sensors/sensor_settings.h"
+#include "devices/video/video_settings.h"
+#include "machine/machine.h"
+
 namespace zvgsim {
 namespace {
 
@@ -225,20 +240,20 @@ conversion_ms = 44
   EXPECT_THAT(config.kernel_version, ElementsAre(4, 3, 2, 1));
   EXPECT_EQ(config.gop_version, "G");
   EXPECT_EQ(config.firmware_version, "F");
-  EXPECT_EQ(config.clocks.axi, 1u);
-  EXPECT_EQ(config.clocks.vpu, 2u);
-  EXPECT_EQ(config.clocks.core_3d, 3u);
-  EXPECT_EQ(config.clocks.core_2d, 4u);
-  EXPECT_EQ(config.clocks.ddr, 5u);
-  EXPECT_EQ(config.clocks.lock_us, 6u);
-  EXPECT_THAT(config.faults.pll_never_locks, ElementsAre(true, false, false, true));
-  EXPECT_EQ(config.sensors.temperature[0].value, -5.5);
-  EXPECT_EQ(config.sensors.temperature[1].value, 90);
-  EXPECT_EQ(config.sensors.temperature[1].swing, 8);
-  EXPECT_EQ(config.sensors.voltage[0].value, 0.75);
-  EXPECT_EQ(config.sensors.voltage[1].value, 1);
-  EXPECT_THAT(config.sensors.process, ElementsAre(1, 2, 3));
-  EXPECT_EQ(config.sensors.conversion_ms, 44u);
+  EXPECT_EQ(config.of<ClockSettings>().axi, 1u);
+  EXPECT_EQ(config.of<ClockSettings>().vpu, 2u);
+  EXPECT_EQ(config.of<ClockSettings>().core_3d, 3u);
+  EXPECT_EQ(config.of<ClockSettings>().core_2d, 4u);
+  EXPECT_EQ(config.of<ClockSettings>().ddr, 5u);
+  EXPECT_EQ(config.of<ClockSettings>().lock_us, 6u);
+  EXPECT_THAT(config.faults.of<ClockFaults>().never_locks, ElementsAre(true, false, false, true));
+  EXPECT_EQ(config.of<SensorSettings>().temperature[0].value, -5.5);
+  EXPECT_EQ(config.of<SensorSettings>().temperature[1].value, 90);
+  EXPECT_EQ(config.of<SensorSettings>().temperature[1].swing, 8);
+  EXPECT_EQ(config.of<SensorSettings>().voltage[0].value, 0.75);
+  EXPECT_EQ(config.of<SensorSettings>().voltage[1].value, 1);
+  EXPECT_THAT(config.of<SensorSettings>().process, ElementsAre(1, 2, 3));
+  EXPECT_EQ(config.of<SensorSettings>().conversion_ms, 44u);
   EXPECT_EQ(config.cores.core_3d, 6u);
   EXPECT_EQ(config.cores.core_2d, 7u);
   EXPECT_EQ(config.memory.used.value, 8);
@@ -254,15 +269,15 @@ conversion_ms = 44
   EXPECT_EQ(config.aperture.vram_base, 0x50000000u);
   EXPECT_EQ(config.kernel.base, 0xFFFFC90000000000u);
   EXPECT_EQ(config.kernel.size, 0x2000u);
-  EXPECT_EQ(config.pci.vendor, 0x1234);
-  EXPECT_EQ(config.pci.device, 0x5678);
-  EXPECT_EQ(config.pci.subsystem_vendor, 0x9ABC);
-  EXPECT_EQ(config.pci.subsystem, 0xDEF0);
-  EXPECT_EQ(config.pci.revision, 0x55);
+  EXPECT_EQ(config.of<PciSettings>().vendor, 0x1234);
+  EXPECT_EQ(config.of<PciSettings>().device, 0x5678);
+  EXPECT_EQ(config.of<PciSettings>().subsystem_vendor, 0x9ABC);
+  EXPECT_EQ(config.of<PciSettings>().subsystem, 0xDEF0);
+  EXPECT_EQ(config.of<PciSettings>().revision, 0x55);
   EXPECT_EQ(config.uart.baud, 115200u);
   EXPECT_EQ(config.uart.reply_delay_us, 1234u);
   EXPECT_TRUE(config.uart.instant);
-  const HdmiPortSettings& port = config.hdmi[2];
+  const HdmiPortSettings& port = config.of<HdmiSettings>().port[2];
   EXPECT_EQ(port.edid.size(), 512u);
   EXPECT_EQ(port.edid[511], static_cast<uint8_t>(511 * 5));
   EXPECT_EQ(port.hot_plug, false);
@@ -279,7 +294,7 @@ conversion_ms = 44
   EXPECT_EQ(port.timing->vtotal, 1125u);
   EXPECT_FALSE(port.pixel_clock);
   EXPECT_EQ(port.pll_lock_ms, 77u);
-  EXPECT_TRUE(config.hdmi[0].edid.empty());
+  EXPECT_TRUE(config.of<HdmiSettings>().port[0].edid.empty());
   ASSERT_EQ(config.registers.size(), 3u);
   EXPECT_EQ(config.registers[0].space, Space::mmio);
   EXPECT_EQ(config.registers[0].offset, 0x103C2u);
@@ -292,7 +307,7 @@ conversion_ms = 44
   EXPECT_EQ(config.registers[2].space, Space::kmem);
   EXPECT_EQ(config.registers[2].offset, 0xFFFFC90000000010u);
   EXPECT_EQ(config.registers[2].width, 4u);
-  const DpPortSettings& dp = config.dp[3];
+  const DpPortSettings& dp = config.of<DpSettings>().port[3];
   EXPECT_FALSE(dp.sink);
   EXPECT_FALSE(dp.edid.empty());
   EXPECT_EQ(dp.rate, 0x1E);
@@ -303,13 +318,14 @@ conversion_ms = 44
   EXPECT_EQ(dp.channel[1].swing, 2u);
   EXPECT_EQ(dp.channel[1].preemphasis, 3u);
   EXPECT_EQ(dp.channel[3].preemphasis, 2u);
-  EXPECT_FALSE(config.dp[0].sink);
-  ASSERT_TRUE(config.crtc[2].has_value());
-  EXPECT_EQ(config.crtc[2]->timing.vtotal, 806u);
-  EXPECT_TRUE(config.crtc[2]->hsync_negative && config.crtc[2]->vsync_negative);
-  EXPECT_FALSE(config.crtc[0].has_value());
-  EXPECT_EQ(config.output_mux, 0x12345678u);
-  const DpPortFaults& dp_faults = config.faults.dp[1];
+  EXPECT_FALSE(config.of<DpSettings>().port[0].sink);
+  ASSERT_TRUE(config.of<DisplaySettings>().crtc[2].has_value());
+  EXPECT_EQ(config.of<DisplaySettings>().crtc[2]->timing.vtotal, 806u);
+  EXPECT_TRUE(config.of<DisplaySettings>().crtc[2]->hsync_negative &&
+              config.of<DisplaySettings>().crtc[2]->vsync_negative);
+  EXPECT_FALSE(config.of<DisplaySettings>().crtc[0].has_value());
+  EXPECT_EQ(config.of<DisplaySettings>().output_mux, 0x12345678u);
+  const DpPortFaults& dp_faults = config.faults.of<DpFaults>().port[1];
   EXPECT_TRUE(dp_faults.no_reply && dp_faults.reply_error && dp_faults.nack &&
               dp_faults.never_equalises && dp_faults.cdb_busy && dp_faults.no_power_acknowledge &&
               dp_faults.pll_never_locks && dp_faults.timer_stopped);
@@ -331,14 +347,14 @@ conversion_ms = 44
   EXPECT_EQ(config.faults.uart[0].bytes, 6u);
   EXPECT_EQ(config.faults.uart[0].delay_ms, 7u);
   EXPECT_EQ(config.faults.uart[0].count, 8u);
-  const HdmiPortFaults& faults = config.faults.hdmi[3];
+  const HdmiPortFaults& faults = config.faults.of<HdmiFaults>().port[3];
   EXPECT_THAT(faults.ddc_nack, ElementsAre(0x50, 0x30));
   EXPECT_EQ(faults.ddc_nack_at_byte, 127u);
   EXPECT_TRUE(faults.ddc_busy);
   EXPECT_TRUE(faults.phy_busy);
   EXPECT_TRUE(faults.pll_never_locks);
-  EXPECT_FALSE(config.faults.hdmi[0].ddc_busy);
-  EXPECT_TRUE(config.faults.amba_never_answers);
+  EXPECT_FALSE(config.faults.of<HdmiFaults>().port[0].ddc_busy);
+  EXPECT_TRUE(config.faults.of<AmbaFaults>().never_answers);
   EXPECT_EQ(config.faults.node_gone_at_request, 12u);
 }
 
@@ -493,7 +509,7 @@ TEST_F(BoardFileTest, EdidFilesAreChecked) {
                             size + " bytes in '" +
                             (folder_ / (std::string(name) + ".edid")).string() + "'"));
   }
-  EXPECT_EQ(load(start + "\"largest.edid\"").hdmi[0].edid.size(), 32768u);
+  EXPECT_EQ(load(start + "\"largest.edid\"").of<HdmiSettings>().port[0].edid.size(), 32768u);
 }
 
 TEST_F(BoardFileTest, EdidFilesStandBesideTheBoardFile) {
@@ -501,7 +517,11 @@ TEST_F(BoardFileTest, EdidFilesStandBesideTheBoardFile) {
   put("monitors/one.edid", 128);
   const auto before = fs::current_path();
   fs::current_path("/");
-  EXPECT_EQ(load("[[hdmi]]\nport = 0\nedid = \"monitors/one.edid\"").hdmi[0].edid.size(), 128u);
+  EXPECT_EQ(load("[[hdmi]]\nport = 0\nedid = \"monitors/one.edid\"")
+                .of<HdmiSettings>()
+                .port[0]
+                .edid.size(),
+            128u);
   fs::current_path(before);
 }
 
@@ -545,7 +565,7 @@ data_update = false
 [[axi.port]]
 name = "VGA_h0"
 )")
-                              .axi;
+                              .of<AxiSettings>();
   EXPECT_EQ(axi.seed, 7u);
   EXPECT_EQ(axi.period_cycles, 1000u);
   ASSERT_EQ(axi.ports.size(), 2u);
@@ -583,7 +603,7 @@ messages = [[0x10003, 1, 2, 0xFFFFFFFF], [0x110000]]
 channel = 0
 write_eye = [1, 2, 3]
 )")
-                                        .training;
+                                        .of<TrainingSettings>();
   EXPECT_TRUE(training.enabled);
   EXPECT_EQ(training.seed, 3u);
   EXPECT_EQ(training.gap_us, 50u);
@@ -599,7 +619,7 @@ write_eye = [1, 2, 3]
   EXPECT_THAT(channel.messages->front().arguments, ElementsAre(1, 2, 0xFFFFFFFF));
   EXPECT_EQ(training.channels[0].write_eye.centre, 3);
   EXPECT_FALSE(training.channels[0].messages);
-  EXPECT_FALSE(load("[training]\nenabled = false\n").training.enabled);
+  EXPECT_FALSE(load("[training]\nenabled = false\n").of<TrainingSettings>().enabled);
 
   EXPECT_THAT(problems("[[training.channel]]\nlanes = 3\n"),
               ElementsAre("1: training.channel[0]: expected a channel = 0 to 3"));
@@ -657,8 +677,8 @@ drops_valid = true
 [faults.mcu]
 never_done = true
 )");
-  ASSERT_EQ(config.power_monitors.size(), 2u);
-  const PowerMonitorSettings& first = config.power_monitors[0];
+  ASSERT_EQ(config.of<PowerMonitors>().list.size(), 2u);
+  const PowerMonitorSettings& first = config.of<PowerMonitors>().list[0];
   EXPECT_EQ(first.chip, PowerChip::ltc2991);
   EXPECT_EQ(first.bus, 5u);
   EXPECT_EQ(first.address, 0x4F);
@@ -674,29 +694,29 @@ never_done = true
   EXPECT_EQ(first.shunts[0].amperes.period_s, 0.5);
   EXPECT_EQ(first.shunts[1].milliohms, 1);
   EXPECT_EQ(first.shunts[1].amperes.value, -2);
-  EXPECT_EQ(config.power_monitors[1].chip, PowerChip::ina3221);
-  ASSERT_EQ(config.i2c_memories.size(), 1u);
-  EXPECT_EQ(config.i2c_memories[0].address, 0x54);
-  EXPECT_THAT(config.i2c_memories[0].contents, ElementsAre(1, 0xFF));
-  EXPECT_FALSE(config.video[0]);
-  ASSERT_TRUE(config.video[1]);
-  EXPECT_EQ(config.video[1]->bus, 3u);
-  EXPECT_EQ(config.video[1]->address, 0x25);
-  EXPECT_EQ(config.video[1]->width, 704u);
-  EXPECT_EQ(config.video[1]->height, 576u);
-  EXPECT_FALSE(config.mcu.running);
-  ASSERT_EQ(config.mcu.monitors.size(), 1u);
-  EXPECT_EQ(config.mcu.monitors[0].first_selector, 15u);
-  EXPECT_EQ(config.mcu.monitors[0].second_selector, 2u);
-  EXPECT_EQ(config.mcu.monitors[0].edid.size(), 128u);
-  ASSERT_EQ(config.faults.i2c.size(), 2u);
-  EXPECT_TRUE(config.faults.i2c[0].hangs);
-  EXPECT_FALSE(config.faults.i2c[0].address);
-  const I2cFault& fault = config.faults.i2c[1];
+  EXPECT_EQ(config.of<PowerMonitors>().list[1].chip, PowerChip::ina3221);
+  ASSERT_EQ(config.of<I2cSettings>().memories.size(), 1u);
+  EXPECT_EQ(config.of<I2cSettings>().memories[0].address, 0x54);
+  EXPECT_THAT(config.of<I2cSettings>().memories[0].contents, ElementsAre(1, 0xFF));
+  EXPECT_FALSE(config.of<VideoSettings>().port[0]);
+  ASSERT_TRUE(config.of<VideoSettings>().port[1]);
+  EXPECT_EQ(config.of<VideoSettings>().port[1]->bus, 3u);
+  EXPECT_EQ(config.of<VideoSettings>().port[1]->address, 0x25);
+  EXPECT_EQ(config.of<VideoSettings>().port[1]->width, 704u);
+  EXPECT_EQ(config.of<VideoSettings>().port[1]->height, 576u);
+  EXPECT_FALSE(config.of<McuSettings>().running);
+  ASSERT_EQ(config.of<McuSettings>().monitors.size(), 1u);
+  EXPECT_EQ(config.of<McuSettings>().monitors[0].first_selector, 15u);
+  EXPECT_EQ(config.of<McuSettings>().monitors[0].second_selector, 2u);
+  EXPECT_EQ(config.of<McuSettings>().monitors[0].edid.size(), 128u);
+  ASSERT_EQ(config.faults.of<I2cFaults>().list.size(), 2u);
+  EXPECT_TRUE(config.faults.of<I2cFaults>().list[0].hangs);
+  EXPECT_FALSE(config.faults.of<I2cFaults>().list[0].address);
+  const I2cFault& fault = config.faults.of<I2cFaults>().list[1];
   EXPECT_EQ(fault.address, 0x4C);
   EXPECT_TRUE(fault.nack && fault.stays_busy && fault.never_ready && fault.drops_valid);
   EXPECT_EQ(fault.nack_at_byte, 3u);
-  EXPECT_TRUE(config.faults.mcu_never_done);
+  EXPECT_TRUE(config.faults.of<McuFaults>().never_done);
 }
 
 TEST_F(BoardFileTest, WrongI2cChips) {

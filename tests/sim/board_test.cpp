@@ -6,8 +6,8 @@
 
 #include <stdexcept>
 
-#include "board/machine.h"
 #include "devices/block_bases.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {

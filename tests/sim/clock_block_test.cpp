@@ -87,8 +87,8 @@ TEST_F(ClockBlockTest, LockStatusIsReadOnlyAndOtherRegistersAreNot) {
 
 TEST_F(ClockBlockTest, LockTimeAndFaultsComeFromTheBoard) {
   BoardConfig config;
-  config.clocks.lock_us = 300;
-  config.faults.pll_never_locks = {false, false, true, false};
+  config.of<ClockSettings>().lock_us = 300;
+  config.faults.of<ClockFaults>().never_locks = {false, false, true, false};
   power_up_generation(Generation::rq302, config);
   EXPECT_EQ(read(lock_status), 0x50000000u);
   write(0x0C, 1);
@@ -115,7 +115,7 @@ class LibraryClocks : public ClockBlockTest,
  protected:
   void SetUp() override {
     BoardConfig config;
-    config.clocks = {594, 486, 999, 432, 1593};
+    config.of<ClockSettings>() = {594, 486, 999, 432, 1593};
     power_up_generation(GetParam().first, config);
     ASSERT_GE(zvgRwOpen(0), 0);
   }

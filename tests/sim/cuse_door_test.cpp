@@ -12,6 +12,7 @@
 
 #include <array>
 
+#include "devices/fan/fan.h"
 #include "doors/driver_records.h"
 #include "support/board_fixture.h"
 
@@ -101,10 +102,10 @@ TEST_F(CuseDoorTest, FailedRequestLeavesTheRecordAlone) {
 TEST_F(CuseDoorTest, RequestWithoutARecordIsAnsweredAtOnce) {
   FanRate manual = {77};
   EXPECT_EQ(forward(0xC0046415, &manual), 0);
-  EXPECT_TRUE(board().fan().manual());
+  EXPECT_TRUE(board().part<Fan>().manual());
   EXPECT_EQ(forward(0x6416, uint64_t{0}), 0);
   EXPECT_EQ(rounds_, 1);
-  EXPECT_FALSE(board().fan().manual());
+  EXPECT_FALSE(board().part<Fan>().manual());
   // Its argument means nothing.
   EXPECT_EQ(forward(0x6416, uint64_t{0xDEAD}), 0);
   EXPECT_EQ(rounds_, 1);

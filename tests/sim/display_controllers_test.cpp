@@ -3,7 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "devices/display/display_settings.h"
+#include "machine/machine.h"
 #include "support/board_fixture.h"
 
 namespace zvgsim {
@@ -28,9 +29,10 @@ class DisplayControllersTest : public zvgtest::BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    config.crtc[0] = CrtcSettings{full_hd, false, false};
-    config.crtc[2] = CrtcSettings{vga, true, true};
-    config.output_mux = 0x00C0;  // DP 0 shows controller 3
+    auto& display = config.of<DisplaySettings>();
+    display.crtc[0] = CrtcSettings{full_hd, false, false};
+    display.crtc[2] = CrtcSettings{vga, true, true};
+    display.output_mux = 0x00C0;  // DP 0 shows controller 3
     return config;
   }
 };

@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "devices/display/display_settings.h"
+#include "devices/dp/dp_settings.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 
@@ -28,14 +30,15 @@ class DpOnBoard : public BoardFixture {
     zvgsim::BoardConfig config;
     for (unsigned i = 0; i < 256; ++i) edid_.push_back(static_cast<uint8_t>(i ^ 0x5A));
     edid_[126] = 1;
-    for (auto& port : config.dp) {
+    auto& dp = config.of<zvgsim::DpSettings>();
+    for (auto& port : dp.port) {
       port.sink = true;
       port.edid = edid_;
     }
-    config.dp[1].channel[2] = {2, 1};
-    config.dp[2].channel = {{{3, 3}, {0, 0}, {0, 0}, {0, 0}}};
-    config.dp[3].panel = true;
-    config.crtc[0] = zvgsim::CrtcSettings{
+    dp.port[1].channel[2] = {2, 1};
+    dp.port[2].channel = {{{3, 3}, {0, 0}, {0, 0}, {0, 0}}};
+    dp.port[3].panel = true;
+    config.of<zvgsim::DisplaySettings>().crtc[0] = zvgsim::CrtcSettings{
         {148500, 1920, 2008, 2052, 2200, 1080, 1084, 1089, 1125}, false, false};
     return config;
   }
@@ -163,7 +166,7 @@ TEST_P(DpThroughDoors, FaultySinks) {
   uint8_t byte = 0;
   uint8_t bytes[32];
   zvgDpInit(0);
-  auto& fault = faults().dp(0);
+  auto& fault = faults().of<zvgsim::DpFaults>().port[0];
   fault.i2c_defers = 99;
   EXPECT_EQ(zvgDpI2cRead(0, 0x50, 0x10, &byte), 0);
   EXPECT_EQ(byte, 0x4A);
@@ -189,8 +192,9 @@ TEST_P(DpThroughDoors, FaultySinks) {
 }
 
 TEST_P(DpThroughDoors, PhyThatDoesNotLockIsReported) {
-  faults().dp(2).pll_never_locks = true;
-  faults().dp(2).no_power_acknowledge = true;
+  auto& fault = faults().of<zvgsim::DpFaults>().port[2];
+  fault.pll_never_locks = true;
+  fault.no_power_acknowledge = true;
   const auto output = capture([&] { EXPECT_EQ(zvgDpInit(2), 0); });
   EXPECT_EQ(output.out,
             "zvg_dptx_phy_init 1424: lane_pll_ack status 4 is error\n"
@@ -200,8 +204,9 @@ TEST_P(DpThroughDoors, PhyThatDoesNotLockIsReported) {
 
 TEST_F(DpOnBoard, UnknownRateAndNoLanes) {
   auto config = this->config();
-  config.dp[0].rate = 0x07;
-  config.dp[0].lanes = 0;
+  auto& port = config.of<zvgsim::DpSettings>().port[0];
+  port.rate = 0x07;
+  port.lanes = 0;
   power_up(config);
   ASSERT_GE(zvgRwOpen(0), 0);
   zvgDpInit(0);

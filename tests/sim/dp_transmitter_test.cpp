@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {
@@ -23,7 +23,7 @@ class DpTransmitterTest : public ::testing::TestWithParam<unsigned> {
   void power_up(Generation generation = Generation::rq301) {
     BoardConfig config;
     config.generation = generation;
-    config.dp[GetParam()] = config_;
+    config.of<DpSettings>().port[GetParam()] = config_;
     machine_ = std::make_unique<Machine>(config);
     base_ = 0x500000 + GetParam() * 0x20000;
     set(0x10C, 100);
@@ -37,7 +37,7 @@ class DpTransmitterTest : public ::testing::TestWithParam<unsigned> {
   uint32_t get(uint32_t reg) { return get_phy(0x10000 + reg); }
   void set(uint32_t reg, uint32_t value) { set_phy(0x10000 + reg, value); }
   void pass(uint64_t time) { machine_->clock().sleep(time); }
-  DpPortFaults& faults() { return machine_->faults().dp(GetParam()); }
+  DpPortFaults& faults() { return machine_->faults().of<DpFaults>().port[GetParam()]; }
 
   // Sends a request, waits for its end, and returns the reply code; -1 for a timeout, -2 for an
   // error.

@@ -11,6 +11,9 @@
 #include <array>
 #include <set>
 
+#include "devices/clocks/clock_settings.h"
+#include "devices/fan/fan.h"
+#include "devices/hdmi/hdmi_settings.h"
 #include "devices/sensors/pvt_sensors.h"
 #include "doors/driver_records.h"
 #include "support/board_fixture.h"
@@ -233,7 +236,7 @@ TEST_F(DriverDoorTest, QueriesAnswerFromTheBoard) {
   BoardConfig config;
   config.generation = Generation::rq301;
   config.cards = 2;
-  config.clocks = {11, 12, 13, 14, 15};
+  config.of<ClockSettings>() = {11, 12, 13, 14, 15};
   config.cores = {16, 17};
   config.memory.channels = 12;
   config.engine_load = {{50}, {-1}, {100}};
@@ -303,17 +306,18 @@ TEST_F(DriverDoorTest, IoPorts) {
 
 TEST_F(DriverDoorTest, DdcChannelsAreTheHdmiPorts) {
   BoardConfig config;
-  config.hdmi[2].edid.resize(512);
-  for (size_t i = 0; i < 512; ++i) config.hdmi[2].edid[i] = static_cast<uint8_t>(i * 3 + i / 256);
-  config.hdmi[2].edid[126] = 3;
+  auto& edid = config.of<HdmiSettings>().port[2].edid;
+  edid.resize(512);
+  for (size_t i = 0; i < 512; ++i) edid[i] = static_cast<uint8_t>(i * 3 + i / 256);
+  edid[126] = 3;
   power_up_again(config);
   DdcRead record = {};
   record.channel = 2;
   EXPECT_EQ(request(0xC2146402, &record), 0);
   EXPECT_EQ(record.result, 0);
   EXPECT_EQ(record.count, 512u);
-  EXPECT_EQ(memcmp(record.data, config.hdmi[2].edid.data(), 512), 0);
-  faults().hdmi(2).ddc_nack_at_byte = 300;
+  EXPECT_EQ(memcmp(record.data, edid.data(), 512), 0);
+  faults().of<HdmiFaults>().port[2].ddc_nack_at_byte = 300;
   EXPECT_EQ(request(0xC2146402, &record), 0);
   EXPECT_EQ(record.result, -3);
   EXPECT_EQ(record.count, 0u);
@@ -330,13 +334,13 @@ TEST_F(DriverDoorTest, DdcChannelsAreTheHdmiPorts) {
 
 TEST_F(DriverDoorTest, SensorCodesAreCommands) {
   BoardConfig config;
-  config.sensors.process = {7, 8, 9};
+  config.of<SensorSettings>().process = {7, 8, 9};
   power_up_again(config);
   for (uint32_t type = 0; type < 5; ++type) {
     for (uint32_t sensor = 0; sensor < 2; ++sensor) {
       Command record = {0, type, {sensor, 4}, {}};
       EXPECT_EQ(request(0xC0506411, &record), 0);
-      EXPECT_EQ(record.result[0], pvt_code(config.sensors, type, sensor, 0));
+      EXPECT_EQ(record.result[0], pvt_code(config.of<SensorSettings>(), type, sensor, 0));
     }
   }
   Command sensor = {0, 0, {2, 4}, {}}, card = {1, 0, {0, 4}, {}};
@@ -363,14 +367,14 @@ TEST_F(DriverDoorTest, PowerStateIsKeptFromOpenToOpen) {
 TEST_F(DriverDoorTest, FanAndTestTemperature) {
   FanRate rate = {33}, too_much = {101};
   EXPECT_EQ(request(0xC0046415, &rate), 0);
-  EXPECT_EQ(board().fan().percent(), 33);
+  EXPECT_EQ(board().part<Fan>().percent(), 33);
   EXPECT_EQ(request(0xC0046415, &too_much), EINVAL);
-  EXPECT_EQ(board().fan().percent(), 33);
+  EXPECT_EQ(board().part<Fan>().percent(), 33);
   TestTemperature hot = {90};
   EXPECT_EQ(request(0xC0046417, &hot), 0);
   EXPECT_EQ(request(0x6416, static_cast<void*>(nullptr)), 0);
-  EXPECT_FALSE(board().fan().manual());
-  EXPECT_EQ(board().fan().percent(), 100);
+  EXPECT_FALSE(board().part<Fan>().manual());
+  EXPECT_EQ(board().part<Fan>().percent(), 100);
 }
 
 TEST_F(DriverDoorTest, AnswersFollowTheBoardsSignals) {

@@ -1,4 +1,6 @@
 // The fan: its controller's registers, the driver's control, and the board's own.
+#include "devices/fan/fan.h"
+
 #include <gtest/gtest.h>
 
 #include "support/board_fixture.h"
@@ -18,7 +20,7 @@ class FanTest : public zvgtest::BoardFixture {
     poke(0x103D4, index, 1);
     return static_cast<uint8_t>(peek(0x103D5, 1));
   }
-  Fan& fan() { return board().fan(); }
+  Fan& fan() { return board().part<Fan>(); }
 };
 
 TEST_F(FanTest, PairsCountFromTheirLatchOn) {

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {
@@ -26,7 +26,7 @@ class HdmiTransmitterTest : public ::testing::TestWithParam<unsigned> {
 
   void power_up(HdmiPortSettings port) {
     BoardConfig config;
-    config.hdmi[GetParam()] = std::move(port);
+    config.of<HdmiSettings>().port[GetParam()] = std::move(port);
     machine_ = std::make_unique<Machine>(config);
     base_ = 0x110000 + GetParam() * 0x10000;
   }
@@ -44,7 +44,7 @@ class HdmiTransmitterTest : public ::testing::TestWithParam<unsigned> {
     machine_->card().write(Space::mmio, base_ + offset, 1, value);
   }
   void pass(uint64_t time) { machine_->clock().sleep(time); }
-  HdmiPortFaults& faults() { return machine_->faults().hdmi(GetParam()); }
+  HdmiPortFaults& faults() { return machine_->faults().of<HdmiFaults>().port[GetParam()]; }
 
   // Standard mode: the clock counts for 100 kHz, fast mode off.
   void ddc_init() {

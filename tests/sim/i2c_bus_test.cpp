@@ -16,8 +16,7 @@ std::vector<uint8_t> ramp(size_t size) {
 
 class I2cBusTest : public ::testing::Test {
  protected:
-  void plug(size_t size) { bus_.attach(std::make_unique<Monitor>(ramp(size), faults_)); }
-  HdmiPortFaults faults_;
+  void plug(size_t size) { bus_.attach(std::make_unique<Monitor>(ramp(size))); }
   I2cBus bus_;
 };
 

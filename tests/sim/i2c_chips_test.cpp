@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "board/i2c_bus.h"
+#include "devices/i2c/i2c_settings.h"
+#include "devices/power_monitors/power_monitor_settings.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 #include "util_zvg.h"
@@ -37,8 +39,8 @@ class I2cChips : public BoardFixture {
     PowerMonitorSettings ina3221 = monitor(PowerChip::ina3221, 3, 0x40);
     ina3221.volts = {{12}, {3.3}, {5}};
     ina3221.shunts = {{"", 5, {5.5}}, {"", 10, {-1.2}}};
-    config.power_monitors = {ltc2990, ltc2991, ina3221};
-    config.i2c_memories = {{0, 0x54, {0x11, 0x22, 0x33}}};
+    config.of<PowerMonitors>().list = {ltc2990, ltc2991, ina3221};
+    config.of<I2cSettings>().memories = {{0, 0x54, {0x11, 0x22, 0x33}}};
     return config;
   }
 
@@ -129,23 +131,23 @@ TEST_F(I2cChips, LibraryReadsAndWritesInEveryMode) {
 
 TEST_F(I2cChips, FaultsOfTheBus) {
   uint8_t byte = 0;
-  faults().i2c() = {{.bus = 0, .address = 0x54, .nack = true}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x54, .nack = true}};
   for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
     SCOPED_TRACE(name(door));
     open_through(door, 9600);
     EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x54, 0, 1, &byte)), -2);
   }
   // A byte in the middle: the driver says so, on the registers nobody looks.
-  faults().i2c() = {{.bus = 0, .address = 0x54, .nack_at_byte = 2}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x54, .nack_at_byte = 2}};
   open_through(Door::driver);
   EXPECT_EQ(static_cast<int>(zvgI2cWriteByte(0, 0x54, 0, 1)), -3);
   open_through(Door::uart, 9600);
   EXPECT_EQ(zvgI2cWriteByte(0, 0x54, 0, 1), 0u);
-  faults().i2c() = {{.bus = 0, .hangs = true}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .hangs = true}};
   const uint64_t begin = clock().now();
   EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x54, 0, 1, &byte)), -2);
   EXPECT_GE(clock().now() - begin, milliseconds(3276));
-  faults().i2c().clear();
+  faults().of<I2cFaults>().list.clear();
   EXPECT_EQ(zvgI2cRead(0, 0x54, 0, 1, &byte), 0u);
 }
 
@@ -218,7 +220,7 @@ TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
     chip.volts = {{volts}, {4.6 - volts}, {volts}, {4.6 - volts}};
     chip.shunts = {{"", 5, {amperes}}, {"", 5, {-amperes}}};
     chip.supply = {2.9 + 2.6 * step / 40};
-    config.power_monitors = {chip};
+    config.of<PowerMonitors>().list = {chip};
     power_up(config);
     ASSERT_GE(zvgRwOpen(0), 0);
     float v[5] = {}, i[3] = {};
@@ -238,13 +240,13 @@ TEST_F(I2cChips, PowerMonitorFaults) {
   const auto volts = [](uint32_t wait) {
     return zvgLTC2990GetVolt4(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, wait);
   };
-  faults().i2c() = {{.bus = 0, .address = 0x4C, .stays_busy = true}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x4C, .stays_busy = true}};
   auto output = capture([&] { EXPECT_EQ(volts(1), -1); });
   EXPECT_EQ(output.err, "error: wait LTC2990 timeout (-1)\n");
-  faults().i2c() = {{.bus = 0, .address = 0x4C, .never_ready = true}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x4C, .never_ready = true}};
   output = capture([&] { EXPECT_EQ(volts(1), -2); });
   EXPECT_EQ(output.err, "error: wait LTC2990 timeout (-2)\n");
-  faults().i2c() = {{.bus = 0, .address = 0x4C, .drops_valid = true}};
+  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x4C, .drops_valid = true}};
   output = capture([&] { EXPECT_EQ(volts(1), 0); });
   EXPECT_NE(output.out.find("LTC2990 V4=7eb8 is not valid\n"), std::string::npos) << output.out;
   EXPECT_TRUE(output.out.ends_with("invalid raw voltage is exist\n"));
@@ -310,7 +312,7 @@ TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
     chip.volts.assign(8, {volts});
     chip.shunts.assign(4, {"", 2, {amperes}});
     chip.supply = {2.9 + 2.6 * step / 40};
-    config.power_monitors = {chip};
+    config.of<PowerMonitors>().list = {chip};
     power_up(config);
     ASSERT_GE(zvgRwOpen(0), 0);
     float v[9] = {}, i[5] = {};
@@ -385,7 +387,7 @@ TEST_F(I2cChips, Ina3221OverItsWholeRange) {
     PowerMonitorSettings chip = monitor(PowerChip::ina3221, 1, 0x40);
     const double amperes = (-0.1636 + 0.3272 * step / 40) / 0.002;
     chip.shunts = {{"", 2, {amperes}}, {"", 2, {-amperes}}};
-    config.power_monitors = {chip};
+    config.of<PowerMonitors>().list = {chip};
     power_up(config);
     pass(milliseconds(10));
     ASSERT_GE(zvgRwOpen(0), 0);

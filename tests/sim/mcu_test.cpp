@@ -3,6 +3,8 @@
 
 #include <numeric>
 
+#include "devices/mcu/mcu_settings.h"
+#include "devices/video/video_settings.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 #include "util_zvg.h"
@@ -24,8 +26,9 @@ class McuTest : public BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    config.mcu.monitors = {{2, 5, blocks(1)}, {0, 0, blocks(0)}};
-    config.video[1] = VideoInputSettings{.bus = 2, .address = 0x25, .width = 704, .height = 576};
+    config.of<McuSettings>().monitors = {{2, 5, blocks(1)}, {0, 0, blocks(0)}};
+    config.of<VideoSettings>().port[1] =
+        VideoInputSettings{.bus = 2, .address = 0x25, .width = 704, .height = 576};
     return config;
   }
 
@@ -73,7 +76,7 @@ TEST_F(McuTest, OnlyTheRightByteRings) {
 
 TEST_F(McuTest, AStoppedControllerIsStartedByTheLibrary) {
   BoardConfig stopped = config();
-  stopped.mcu.running = false;
+  stopped.of<McuSettings>().running = false;
   power_up(stopped);
   EXPECT_EQ(peek(0x3FF00), 0u);
   ASSERT_GE(zvgRwOpen(0), 0);
@@ -84,7 +87,7 @@ TEST_F(McuTest, AStoppedControllerIsStartedByTheLibrary) {
 }
 
 TEST_F(McuTest, AHungControllerNeverSignsOff) {
-  faults().mcu_never_done = true;
+  faults().of<McuFaults>().never_done = true;
   poke(0x3FF13, 0xAA, 1);
   clock().sleep(seconds(10));
   EXPECT_EQ(peek(0x3FF1C), 0u);

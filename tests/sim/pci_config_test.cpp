@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "devices/pci/pci_settings.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {
@@ -13,7 +14,7 @@ uint32_t in(Board& board, uint32_t offset) {
 
 TEST(PciConfigTest, HeaderDescribesADisplayController) {
   BoardConfig config;
-  config.pci = {0x1111, 0x2222, 0x3333, 0x4444, 0x05};
+  config.of<PciSettings>() = {0x1111, 0x2222, 0x3333, 0x4444, 0x05};
   config.aperture = {0xE0000000, 0xD0000000};
   Machine machine(config);
   Board& board = machine.card();

@@ -19,7 +19,7 @@ class PvtSensorsTest : public zvgtest::BoardFixture {
   void power_up_generation(Generation generation, SensorSettings sensors = {}) {
     BoardConfig config;
     config.generation = generation;
-    config.sensors = sensors;
+    config.of<SensorSettings>() = sensors;
     power_up(config);
     base_ = block_bases(generation).system_control;
   }
@@ -35,7 +35,7 @@ TEST_F(PvtSensorsTest, Rq301ConvertsWhatIsSelected) {
   sensors.process = {1, 2, 3};
   power_up_generation(Generation::rq301, sensors);
   const auto code = [&](unsigned type, unsigned index) {
-    return pvt_code(machine().config().sensors, type, index, 0);
+    return pvt_code(machine().config().of<SensorSettings>(), type, index, 0);
   };
   EXPECT_EQ(read(data), code(0, 0)) << "the firmware's last look";
   const uint32_t types[] = {0xF0000, 0xF0100, 0xF0600, 0xF0200, 0xF0400};
@@ -55,7 +55,7 @@ TEST_F(PvtSensorsTest, Rq301ConvertsWhatIsSelected) {
 
 TEST_F(PvtSensorsTest, Rq302ConvertsBothSensors) {
   power_up_generation(Generation::rq302);
-  const SensorSettings& sensors = machine().config().sensors;
+  const SensorSettings& sensors = machine().config().of<SensorSettings>();
   const uint32_t types[] = {0x01E201E2, 0x01E601E6, 0x01FA01FA, 0x01EA01EA, 0x01F201F2};
   for (unsigned type = 0; type < 5; ++type) {
     select(types[type]);

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "devices/dp/dp_settings.h"
+#include "devices/hdmi/hdmi_settings.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 #include "support/scratch.h"
@@ -19,9 +21,10 @@ class SameScenario : public zvgtest::BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
-    config.hdmi[0].edid = edid();
-    config.hdmi[0].hot_plug = true;
-    config.dp[0].sink = true;
+    auto& hdmi = config.of<HdmiSettings>().port[0];
+    hdmi.edid = edid();
+    hdmi.hot_plug = true;
+    config.of<DpSettings>().port[0].sink = true;
     config.uart.instant = true;
     return config;
   }

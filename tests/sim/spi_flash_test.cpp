@@ -6,6 +6,7 @@
 #include <numeric>
 #include <tuple>
 
+#include "devices/flash/flash_settings.h"
 #include "devices/flash/nor_flash.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
@@ -52,9 +53,8 @@ class NorFlashTest : public testing::Test {
   void pass(uint64_t time) { clock_.sleep(time); }
 
   VirtualClock clock_{VirtualClock::Mode::virtual_time};
-  FlashSettings config_;
   FlashFaults faults_;
-  NorFlash flash_{config_, faults_, clock_, ""};
+  NorFlash flash_{faults_, clock_, {}, ""};
 };
 
 TEST_F(NorFlashTest, ProgrammingOnlyClearsBits) {
@@ -215,9 +215,10 @@ class SpiFlash : public BoardFixture,
   BoardConfig config() override {
     BoardConfig config;
     config.generation = std::get<Generation>(GetParam());
-    config.flash.image = scratch_.path("flash.img");
-    config.flash.serial = "ZVG-2026-0417";
-    config.flash.edids = {{3, std::vector<uint8_t>(128, 0x5A)}, {1, ramp(256)}};
+    auto& flash = config.of<FlashSettings>();
+    flash.image = scratch_.path("flash.img");
+    flash.serial = "ZVG-2026-0417";
+    flash.edids = {{3, std::vector<uint8_t>(128, 0x5A)}, {1, ramp(256)}};
     return config;
   }
   void SetUp() override {
@@ -314,7 +315,7 @@ TEST_P(SpiFlash, ProtectionKeepsAnEraseAway) {
 }
 
 TEST_P(SpiFlash, AStuckFlashEndsEveryWait) {
-  faults().flash.stays_busy = true;
+  faults().of<FlashFaults>().stays_busy = true;
   const auto output = capture([] {
     uint32_t word;
     EXPECT_EQ(zvgSpiReadBuffer(&word, 0, 4), -1);
@@ -326,7 +327,7 @@ TEST_P(SpiFlash, AStuckFlashEndsEveryWait) {
 
 TEST_P(SpiFlash, APowerCutEndsAProgramThere) {
   capture([] { zvgSpiEraseSector(0x3000); });
-  faults().flash.power_cut_at_frame = 0;
+  faults().of<FlashFaults>().power_cut_at_frame = 0;
   const std::vector<uint32_t> words(1024, 0);
   uint64_t frame = 0;
   // Count the frames of a whole program, then cut one in its middle on another board.
@@ -336,8 +337,8 @@ TEST_P(SpiFlash, APowerCutEndsAProgramThere) {
     frame += line.starts_with("w4") && line.find("ac60 ") != std::string::npos ? 1 : 0;
   }
   BoardConfig cut = config();
-  cut.flash.image = scratch_.path("cut.img");
-  cut.faults.flash.power_cut_at_frame = frame / 3;
+  cut.of<FlashSettings>().image = scratch_.path("cut.img");
+  cut.faults.of<FlashFaults>().power_cut_at_frame = frame / 3;
   power_up(cut);
   open_through(std::get<Door>(GetParam()));
   const auto output = capture([&] { EXPECT_EQ(zvgSpiProgram(words.data(), 0x3000, 4096), -1); });
@@ -379,10 +380,11 @@ TEST(SpiFlashAccesses, AQuadReadTakesLittleMoreThanItsWords) {
 TEST(SpiFlashImage, AWrongImageIsRefused) {
   const zvgtest::Scratch scratch;
   BoardConfig config;
-  config.flash.image = scratch.path("short.img");
-  std::ofstream(config.flash.image) << "short";
+  auto& flash = config.of<FlashSettings>();
+  flash.image = scratch.path("short.img");
+  std::ofstream(flash.image) << "short";
   EXPECT_THROW(Machine{config}, std::runtime_error);
-  config.flash.image = scratch.path("none/flash.img");
+  flash.image = scratch.path("none/flash.img");
   EXPECT_NO_THROW(Machine{config}) << "made when something is written";
 }
 

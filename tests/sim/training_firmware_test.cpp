@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "devices/block_bases.h"
+#include "devices/ddr/training_settings.h"
 #include "support/board_fixture.h"
 #include "support/capture.h"
 
@@ -28,7 +29,7 @@ class TrainingTest : public zvgtest::BoardFixture {
   void power(TrainingSettings training, Generation generation = Generation::rq302) {
     BoardConfig config;
     config.generation = generation;
-    config.training = std::move(training);
+    config.of<TrainingSettings>() = std::move(training);
     power_up(config);
   }
   static TrainingSettings with_messages(std::vector<TrainingMessage> messages) {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "board/machine.h"
+#include "machine/machine.h"
 
 namespace zvgsim {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <utility>
 
-#include "board/machine.h"
 #include "doors/mount_doors.h"
+#include "machine/machine.h"
 #include "util_zvg.h"
 
 namespace zvgtest {

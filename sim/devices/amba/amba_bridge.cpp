@@ -1,5 +1,7 @@
 #include "devices/amba/amba_bridge.h"
 
+#include "board/file_table.h"
+
 namespace zvgsim {
 
 namespace {
@@ -116,7 +118,7 @@ bool AmbaBridge::has_bus() const {
 
 // A bus address that nobody decodes is never answered, and the status never changes.
 void AmbaBridge::complete(bool answered) {
-  answered_ = answered && !board_.faults().amba_never_answers;
+  answered_ = answered && !faults_.never_answers;
   answered_at_ = board_.clock().now() + bus_latency;
 }
 
@@ -151,6 +153,15 @@ void AmbaBridge::start_write() {
   }
   complete(answered);
   master_ = false;
+}
+
+// The VGA registers hold the bridge: alone it is nowhere on the board.
+Model amba_model() {
+  return {.read_faults = [](FileTable& faults, FaultConfig& config) {
+    faults.table("amba", [&](FileTable& table) {
+      table.boolean("never_answers", &config.of<AmbaFaults>().never_answers);
+    });
+  }};
 }
 
 }  // namespace zvgsim

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "board/board.h"
+#include "devices/amba/amba_faults.h"
 
 namespace zvgsim {
 
@@ -13,7 +14,7 @@ namespace zvgsim {
 // goes into the line's lanes, and writes carry an enable for every lane.
 class AmbaBridge {
  public:
-  explicit AmbaBridge(Board& board) : board_(board) {}
+  explicit AmbaBridge(Board& board) : board_(board), faults_(board.faults().of<AmbaFaults>()) {}
 
   static constexpr uint8_t first_index = 0xB0;
   static constexpr uint8_t last_index = 0xBA;
@@ -33,6 +34,7 @@ class AmbaBridge {
   void complete(bool answered);
 
   Board& board_;
+  const AmbaFaults& faults_;
   std::array<uint8_t, last_index - first_index + 1> registers_{};
   uint64_t address_ = 0;
   bool address_for_write_ = false;

@@ -1,14 +1,15 @@
-#include "devices/axi/axi_monitor.h"
-
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <utility>
 #include <vector>
 
+#include "board/board.h"
 #include "board/noise.h"
 #include "devices/axi/axi_ports.h"
+#include "devices/axi/axi_settings.h"
 #include "devices/axi/axi_traffic.h"
+#include "devices/clocks/clock_settings.h"
 
 namespace zvgsim {
 
@@ -102,20 +103,29 @@ Words rq301_words(AxiMonitorType type, const Counts& counts) {
   return words;
 }
 
+// A control, a measuring period, flags and 22 ports on RQ302; bare counters of 28 ports on the
+// others, which always run.
+//
+// The counters of a port hold what its traffic came to in the last whole period. On RQ302 a period
+// that ends sets the port's data-update flag, which the next read of the flags clears. A control of
+// 0 stops the monitors; writing the control or the period begins a period anew.
 class AxiMonitor : public Device {
  public:
-  AxiMonitor(Board& board, uint32_t base) : board_(board), base_(base) {
-    const auto& config = board.config().axi;
+  AxiMonitor(Board& board, uint32_t base)
+      : board_(board),
+        settings_(board.config().of<AxiSettings>()),
+        megahertz_(std::max<uint64_t>(board.config().of<ClockSettings>().axi, 1)),
+        base_(base) {
     for (const AxiPort& port : axi_ports(board.generation())) {
       AxiPortSettings settings;
       settings.load = port.load;
-      for (const AxiPortSettings& one : config.ports) {
+      for (const AxiPortSettings& one : settings_.ports) {
         if (one.name == port.name) settings = one;
       }
       ports_.push_back({port, settings});
     }
     store(control_register, running_control);
-    store(period_register, config.period_cycles);
+    store(period_register, settings_.period_cycles);
     // Monitors that always run have done so before anybody looks.
     if (!is_rq302()) last_period_ = 1;
     begin_period();
@@ -162,8 +172,7 @@ class AxiMonitor : public Device {
   }
 
   uint64_t period_cycles() {
-    return std::max<uint64_t>(
-        is_rq302() ? stored(period_register) : board_.config().axi.period_cycles, 1);
+    return std::max<uint64_t>(is_rq302() ? stored(period_register) : settings_.period_cycles, 1);
   }
 
   void begin_period() {
@@ -174,8 +183,7 @@ class AxiMonitor : public Device {
   // Looks whether periods have ended since the last access.
   void catch_up() {
     if (is_rq302() && stored(control_register) == 0) return;
-    const uint64_t megahertz = std::max<uint64_t>(board_.config().clocks.axi, 1);
-    const uint64_t cycles = (board_.clock().now() - period_start_) * megahertz / 1000;
+    const uint64_t cycles = (board_.clock().now() - period_start_) * megahertz_ / 1000;
     const uint64_t period = first_period_ + cycles / period_cycles();
     if (period == last_period_) return;
     last_period_ = period;
@@ -201,7 +209,7 @@ class AxiMonitor : public Device {
 
   // Fills the counters in with the traffic of the last period.
   void count() {
-    const uint64_t seed = board_.config().axi.seed;
+    const uint64_t seed = settings_.seed;
     for (unsigned i = 0; i < ports_.size(); ++i) {
       const auto& [port, settings] = ports_[i];
       const auto traffic = [&](AxiDirection direction) {
@@ -226,6 +234,8 @@ class AxiMonitor : public Device {
   }
 
   Board& board_;
+  const AxiSettings& settings_;
+  const uint64_t megahertz_;  // of the bus
   const uint32_t base_;
   std::vector<Port> ports_;
   uint64_t period_start_ = 0;  // ns
@@ -236,13 +246,17 @@ class AxiMonitor : public Device {
   std::map<uint32_t, uint32_t> counters_;  // by register; empty until they are asked for
 };
 
-}  // namespace
-
-void install_axi_monitors(Board& board) {
+void place(Board& board) {
   const bool rq302 = board.generation() == Generation::rq302;
   const uint32_t base = rq302 ? 0x288800 : 0x309000;
   const uint32_t size = rq302 ? 0x800 : 0xC00;
   board.attach(base, size, std::make_unique<AxiMonitor>(board, base));
+}
+
+}  // namespace
+
+Model axi_model() {
+  return {.read = read_axi, .place = place};
 }
 
 }  // namespace zvgsim

@@ -6,8 +6,8 @@
 #include <span>
 #include <string_view>
 
-#include "board/board_config.h"
 #include "board/generation.h"
+#include "devices/axi/axi_traffic.h"
 
 namespace zvgsim {
 

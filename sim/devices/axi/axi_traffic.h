@@ -4,9 +4,10 @@
 
 #include <cstdint>
 
-#include "board/board_config.h"
-
 namespace zvgsim {
+
+// How much passes a port.
+enum class AxiLoad { idle, bursty, saturated };
 
 // One direction of a port, as its monitor counts it. Sums may exceed what a register holds.
 struct AxiTraffic {

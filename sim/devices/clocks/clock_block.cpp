@@ -1,8 +1,10 @@
 #include "devices/clocks/clock_block.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
+#include "board/file_table.h"
 #include "devices/block_bases.h"
 
 namespace zvgsim {
@@ -74,15 +76,18 @@ uint32_t pll_word(double mhz) {
   return best;
 }
 
-ClockBlock::ClockBlock(Board& board, uint32_t base) : board_(board), base_(base) {
-  const auto& clocks = board.config().clocks;
+ClockBlock::ClockBlock(Board& board, uint32_t base)
+    : board_(board),
+      settings_(board.config().of<ClockSettings>()),
+      faults_(board.faults().of<ClockFaults>()),
+      base_(base) {
   const bool rq302 = board.generation() == Generation::rq302;
   set_word(control, all_enabled);
-  set_word(devpll, pll_word(clocks.axi));
-  set_word(dev2pll, pll_word(clocks.vpu));
-  set_word(gpupll, pll_word(rq302 ? clocks.core_3d : clocks.core_2d));
-  set_word(gpu2pll, pll_word(rq302 ? clocks.core_2d : clocks.core_3d));
-  set_word(fifth_pll, pll_word(clocks.ddr));
+  set_word(devpll, pll_word(settings_.axi));
+  set_word(dev2pll, pll_word(settings_.vpu));
+  set_word(gpupll, pll_word(rq302 ? settings_.core_3d : settings_.core_2d));
+  set_word(gpu2pll, pll_word(rq302 ? settings_.core_2d : settings_.core_3d));
+  set_word(fifth_pll, pll_word(settings_.ddr));
   set_word(clock_select, rq302 ? rq302_select : rq301_select);
   set_word(post_dividers, rq302 ? rq302_post_dividers : rq301_post_dividers);
   update_lock_status();
@@ -101,8 +106,7 @@ void ClockBlock::update_lock_status() {
   for (unsigned i = 0; i < plls; ++i) {
     const auto& pll = pll_table[i];
     const bool powered = (word(control) & pll.bit) == 0;
-    const bool locked = powered && board_.clock().now() >= locked_at_[i] &&
-                        !board_.config().faults.pll_never_locks[i];
+    const bool locked = powered && board_.clock().now() >= locked_at_[i] && !faults_.never_locks[i];
     if (locked && pll.reports_lock) status |= pll.bit;
   }
   set_word(lock_status, status);
@@ -117,7 +121,7 @@ void ClockBlock::write(uint64_t offset, unsigned width, uint64_t value) {
   const uint32_t old_control = word(control);
   board_.mmio_storage().write(base_ + offset, width, value);
   const uint32_t powered_up = old_control & ~word(control);
-  const uint64_t lock_at = board_.clock().now() + microseconds(board_.config().clocks.lock_us);
+  const uint64_t lock_at = board_.clock().now() + microseconds(settings_.lock_us);
   for (unsigned i = 0; i < plls; ++i) {
     if (touches(offset, width, pll_table[i].configuration) || (powered_up & pll_table[i].bit)) {
       locked_at_[i] = lock_at;
@@ -126,9 +130,47 @@ void ClockBlock::write(uint64_t offset, unsigned width, uint64_t value) {
   update_lock_status();  // a write to the status changes nothing
 }
 
-void install_clock_block(Board& board) {
+namespace {
+
+constexpr struct {
+  std::string_view name;
+} pll_names[plls] = {{"devpll"}, {"dev2pll"}, {"gpupll"}, {"gpu2pll"}};
+
+void read(FileTable& root, BoardConfig& config) {
+  root.table("clocks", [&](FileTable& table) {
+    auto& clocks = config.of<ClockSettings>();
+    table.number("axi", &clocks.axi);
+    table.number("vpu", &clocks.vpu);
+    table.number("3d", &clocks.core_3d);
+    table.number("2d", &clocks.core_2d);
+    table.number("ddr", &clocks.ddr);
+    table.number("lock_us", &clocks.lock_us, 0, 60'000'000);
+  });
+}
+
+void read_faults(FileTable& faults, FaultConfig& config) {
+  faults.table("clocks", [&](FileTable& table) {
+    for (const FileValue& value : table.elements("never_locks", "an array of PLLs")) {
+      const auto named = [&](const auto& pll) { return value.text() == pll.name; };
+      const auto* const pll = std::find_if(std::begin(pll_names), std::end(pll_names), named);
+      if (pll == std::end(pll_names)) {
+        value.expected(quoted_names(pll_names));
+      } else {
+        config.of<ClockFaults>().never_locks[static_cast<size_t>(pll - pll_names)] = true;
+      }
+    }
+  });
+}
+
+void place(Board& board) {
   const uint32_t base = block_bases(board.generation()).clocks;
   board.attach(base, ClockBlock::size, std::make_unique<ClockBlock>(board, base));
+}
+
+}  // namespace
+
+Model clocks_model() {
+  return {.read = read, .read_faults = read_faults, .place = place};
 }
 
 }  // namespace zvgsim

@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "board/device.h"
+#include "devices/clocks/clock_settings.h"
 
 namespace zvgsim {
 
@@ -28,6 +29,8 @@ class ClockBlock : public Device {
   void update_lock_status();
 
   Board& board_;
+  const ClockSettings& settings_;
+  const ClockFaults& faults_;
   const uint32_t base_;
   std::array<uint64_t, plls> locked_at_{};  // ns; the PLL is powered
 };
@@ -35,9 +38,6 @@ class ClockBlock : public Device {
 // The configuration word whose PLL output comes nearest to a frequency in MHz, from the board's
 // 27 MHz reference.
 uint32_t pll_word(double mhz);
-
-// Puts the block at the generation's base.
-void install_clock_block(Board& board);
 
 }  // namespace zvgsim
 

@@ -13,7 +13,7 @@ constexpr uint32_t select_offset = 0x110;  // in system control, 4 bytes a chann
 }  // namespace
 
 DdrPhy::DdrPhy(Board& board, unsigned channel, uint32_t select) : board_(board), select_(select) {
-  const TrainingSettings& training = board.config().training;
+  const auto& training = board.config().of<TrainingSettings>();
   if (training.enabled) mailbox_.emplace(training, channel, board.clock());
 }
 
@@ -42,13 +42,21 @@ void DdrPhy::write(uint64_t offset, unsigned width, uint64_t value) {
   registers_.write(place(offset, width), width, value);
 }
 
-void install_ddr_phys(Board& board) {
+namespace {
+
+void place(Board& board) {
   const BlockBases bases = block_bases(board.generation());
   for (unsigned channel = 0; channel < bases.ddr_channels; ++channel) {
     const uint32_t select = bases.system_control + select_offset + 4 * channel;
     board.attach(bases.ddr_phy[channel], DdrPhy::size,
                  std::make_unique<DdrPhy>(board, channel, select));
   }
+}
+
+}  // namespace
+
+Model ddr_model() {
+  return {.read = read_training, .place = place};
 }
 
 }  // namespace zvgsim

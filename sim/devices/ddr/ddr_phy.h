@@ -35,9 +35,6 @@ class DdrPhy : public Device {
   std::bitset<blocks> filled_;
 };
 
-// Puts the PHYs of the generation's channels at their bases.
-void install_ddr_phys(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_DDR_DDR_PHY_H

@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
-#include "board/board_config.h"
 #include "board/virtual_clock.h"
+#include "devices/ddr/training_settings.h"
 
 namespace zvgsim {
 

@@ -4,6 +4,7 @@
 
 #include "board/board.h"
 #include "devices/block_bases.h"
+#include "devices/display/display_settings.h"
 
 namespace zvgsim {
 
@@ -117,13 +118,16 @@ uint32_t pll_word(uint32_t clock) {
   return best;
 }
 
-void install_display_controllers(Board& board) {
-  const BoardConfig& config = board.config();
-  board.dispatch_write(Space::mmio, output_mux, 4, config.output_mux);
+namespace {
+
+// Programs the timings, PLL words and the output multiplexer of the board's configuration.
+void place(Board& board) {
+  const auto& settings = board.config().of<DisplaySettings>();
+  board.dispatch_write(Space::mmio, output_mux, 4, settings.output_mux);
   const uint32_t clocks = block_bases(board.generation()).clocks;
   for (unsigned number = 0; number < crtcs; ++number) {
-    if (!config.crtc[number]) continue;
-    const CrtcSettings& crtc = *config.crtc[number];
+    if (!settings.crtc[number]) continue;
+    const CrtcSettings& crtc = *settings.crtc[number];
     if (number == 0) {
       program_indexed(board, crtc);
     } else {
@@ -132,6 +136,12 @@ void install_display_controllers(Board& board) {
     board.dispatch_write(Space::mmio, clocks + pll_words + number * 4, 4,
                          pll_word(crtc.timing.clock));
   }
+}
+
+}  // namespace
+
+Model display_model() {
+  return {.read = read_display, .place = place};
 }
 
 }  // namespace zvgsim

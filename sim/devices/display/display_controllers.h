@@ -11,10 +11,6 @@ class Board;
 // The PLL word that comes nearest to a pixel clock in kHz.
 uint32_t pll_word(uint32_t clock);
 
-// Programs the timings, PLL words and the output multiplexer of the board's configuration. Comes
-// after the devices whose registers these are.
-void install_display_controllers(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_DISPLAY_DISPLAY_CONTROLLERS_H

@@ -5,7 +5,7 @@
 #include <array>
 #include <cstdint>
 
-#include "board/board_config.h"
+#include "devices/dp/dp_settings.h"
 
 namespace zvgsim {
 

@@ -15,7 +15,8 @@ namespace zvgsim {
 // the configuration bus carries one access at a time. All other registers are plain storage.
 class DpPhy {
  public:
-  DpPhy(Board& board, unsigned port) : board_(board), faults_(board.faults().dp(port)) {}
+  DpPhy(Board& board, unsigned port)
+      : board_(board), faults_(board.faults().of<DpFaults>().port[port]) {}
 
   uint32_t read(uint32_t reg);
   void write(uint32_t reg, uint32_t value);

@@ -60,27 +60,29 @@ unsigned wanted(unsigned now, unsigned needed) {
 }  // namespace
 
 DpSink::DpSink(Board& board, unsigned port)
-    : board_(board), config_(board.config().dp[port]), faults_(board.faults().dp(port)) {
-  dpcd_ = {{revision, config_.revision},
-           {max_link_rate, config_.rate},
-           {max_lane_count, static_cast<uint8_t>(config_.lanes | enhanced_framing)},
+    : board_(board),
+      settings_(board.config().of<DpSettings>().port[port]),
+      faults_(board.faults().of<DpFaults>().port[port]) {
+  dpcd_ = {{revision, settings_.revision},
+           {max_link_rate, settings_.rate},
+           {max_lane_count, static_cast<uint8_t>(settings_.lanes | enhanced_framing)},
            {max_downspread, 0x01},
            {main_link_coding, 0x01},
-           {training_interval, config_.aux_interval},
+           {training_interval, settings_.aux_interval},
            {sink_count, one_sink},
            {set_power, powered}};
-  if (config_.panel) {
+  if (settings_.panel) {
     dpcd_[edp_revision] = 0x03;  // 1.4
     dpcd_[edp_capability_1] = self_test_capable;
   }
-  if (!config_.edid.empty()) bus_.attach(std::make_unique<Monitor>(config_.edid, edid_faults_));
+  if (!settings_.edid.empty()) bus_.attach(std::make_unique<Monitor>(settings_.edid));
 }
 
 // Requests --------------------------------------------------------------------------------------
 
 std::optional<AuxReply> DpSink::request(AuxRequest request, bool open, uint32_t address,
                                         const uint8_t* data, unsigned length) {
-  if (!config_.sink || faults_.no_reply) return std::nullopt;
+  if (!settings_.sink || faults_.no_reply) return std::nullopt;
   const bool read = request == AuxRequest::native_read || request == AuxRequest::i2c_read;
   const bool is_native = request == AuxRequest::native_read || request == AuxRequest::native_write;
   uint32_t& defers = is_native ? faults_.defers : faults_.i2c_defers;
@@ -180,9 +182,9 @@ bool DpSink::receives() const {
     const auto found = dpcd_.find(address);
     return found != dpcd_.end() ? found->second : 0u;
   };
-  return config_.sink && link_.running && is_rate(link_.rate) && link_.rate <= config_.rate &&
+  return settings_.sink && link_.running && is_rate(link_.rate) && link_.rate <= settings_.rate &&
          link_.rate == set(link_rate_set) && lanes_in_use() != 0 &&
-         lanes_in_use() <= config_.lanes && link_.lanes >= lanes_in_use();
+         lanes_in_use() <= settings_.lanes && link_.lanes >= lanes_in_use();
 }
 
 unsigned DpSink::lanes_in_use() const {
@@ -192,7 +194,7 @@ unsigned DpSink::lanes_in_use() const {
 
 bool DpSink::reached(unsigned lane) const {
   const DpLevels& drive = link_.drive[lane];
-  const DpLevels& need = config_.channel[lane];
+  const DpLevels& need = settings_.channel[lane];
   return drive.swing >= need.swing && drive.preemphasis >= need.preemphasis;
 }
 
@@ -205,8 +207,9 @@ void DpSink::settle() {
   const auto set = dpcd_.find(training_pattern_set);
   const uint32_t told = set != dpcd_.end() ? set->second & 0x3u : 0u;
   const uint64_t elapsed = board_.clock().now() - pattern_since_;
-  const uint64_t equalisation =
-      config_.aux_interval == 0 ? shortest_equalisation : config_.aux_interval * equalisation_unit;
+  const uint64_t equalisation = settings_.aux_interval == 0
+                                    ? shortest_equalisation
+                                    : settings_.aux_interval * equalisation_unit;
   for (unsigned lane = 0; lane < dp_lanes; ++lane) {
     Lane& state = lanes_[lane];
     if (lane >= lanes_in_use() || !reached(lane)) {
@@ -236,7 +239,7 @@ uint8_t DpSink::lane_status(unsigned lane) const {
 
 uint8_t DpSink::lane_request(unsigned lane) const {
   const DpLevels& drive = link_.drive[lane];
-  const DpLevels& need = config_.channel[lane];
+  const DpLevels& need = settings_.channel[lane];
   return static_cast<uint8_t>(wanted(drive.swing, need.swing) |
                               wanted(drive.preemphasis, need.preemphasis) << 2);
 }

@@ -21,7 +21,7 @@ class DpSink : public AuxSink {
  public:
   DpSink(Board& board, unsigned port);
 
-  bool present() const override { return config_.sink; }
+  bool present() const override { return settings_.sink; }
   std::optional<AuxReply> request(AuxRequest request, bool open, uint32_t address,
                                   const uint8_t* data, unsigned length) override;
 
@@ -48,9 +48,8 @@ class DpSink : public AuxSink {
   uint8_t lane_request(unsigned lane) const;
 
   Board& board_;
-  const DpPortSettings& config_;
+  const DpPortSettings& settings_;
   DpPortFaults& faults_;
-  const HdmiPortFaults edid_faults_{};
   I2cBus bus_;
   bool i2c_open_ = false;
   bool i2c_reading_ = false;

@@ -83,7 +83,7 @@ class ControllerWindow : public Device {
 DpTransmitter::DpTransmitter(Board& board, unsigned port)
     : board_(board),
       port_(port),
-      faults_(board.faults().dp(port)),
+      faults_(board.faults().of<DpFaults>().port[port]),
       phy_(board, port),
       sink_(board, port) {
   board_.set_dp_sink(port, &sink_);
@@ -245,7 +245,10 @@ void DpTransmitter::write_controller(uint32_t reg, uint32_t value) {
   }
 }
 
-void install_dp_transmitters(Board& board) {
+namespace {
+
+// An RQ302 shows controllers in the gaps of the DDR blocks, too.
+void place(Board& board) {
   std::array<Device*, dp_ports> transmitters;
   for (unsigned port = 0; port < dp_ports; ++port) {
     transmitters[port] = &board.attach(dp_base + port * DpTransmitter::size, DpTransmitter::size,
@@ -256,6 +259,12 @@ void install_dp_transmitters(Board& board) {
     board.attach(rq302_window + port * DpTransmitter::size, ControllerWindow::size,
                  std::make_unique<ControllerWindow>(*transmitters[port]));
   }
+}
+
+}  // namespace
+
+Model dp_model() {
+  return {.read = read_dp, .read_faults = read_dp_faults, .place = place};
 }
 
 }  // namespace zvgsim

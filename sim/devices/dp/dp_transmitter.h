@@ -60,10 +60,6 @@ class DpTransmitter : public Device {
   uint64_t timer_started_ = 0;
 };
 
-// Puts the transmitters of the chip at their bases; on an RQ302 controllers also show up in the
-// gaps of the DDR blocks.
-void install_dp_transmitters(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_DP_DP_TRANSMITTER_H

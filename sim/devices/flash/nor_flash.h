@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "board/board_config.h"
 #include "board/virtual_clock.h"
+#include "devices/flash/flash_settings.h"
 
 namespace zvgsim {
 
@@ -20,11 +20,12 @@ namespace zvgsim {
 // after a write enable, or until the power goes after a volatile write enable.
 class NorFlash {
  public:
-  static constexpr uint32_t size = 0x200000;
+  static constexpr uint32_t size = flash_size;
 
-  // image: the file that the content comes from and goes to; empty for none. config and faults
-  // outlive the flash. Throws std::runtime_error when the image cannot be read.
-  NorFlash(const FlashSettings& config, FlashFaults& faults, VirtualClock& clock,
+  // image: the file that the content comes from and goes to; empty for none. content: what it is
+  // instead while there is no such file, erased where that ends. The faults outlive the flash.
+  // Throws std::runtime_error when the image cannot be read.
+  NorFlash(const FlashFaults& faults, VirtualClock& clock, std::vector<uint8_t> content,
            const std::string& image);
   ~NorFlash() { save(); }
   NorFlash(const NorFlash&) = delete;
@@ -36,6 +37,9 @@ class NorFlash {
 
   // What the flash answers to a command: status registers, identification, content.
   void answer(std::span<const uint8_t> command, bool quad, std::span<uint8_t> reply);
+
+  // Protects all blocks, as the status register would.
+  void protect();
 
   // Out of continuous read, in which it takes everything for an address.
   void leave_continuous_read() { continuous_read_ = false; }
@@ -66,7 +70,7 @@ class NorFlash {
   bool refuses(uint32_t address) const;
   void begin_modify(uint32_t address, uint32_t length, uint64_t time);
 
-  FlashFaults& faults_;
+  const FlashFaults& faults_;
   VirtualClock& clock_;
   const std::string image_;
   std::vector<uint8_t> bytes_;

@@ -5,6 +5,7 @@
 
 #include "devices/block_bases.h"
 #include "devices/byte_block.h"
+#include "devices/flash/board_data.h"
 
 namespace zvgsim {
 
@@ -73,7 +74,7 @@ class StrobeBlock : public ByteBlock {
 
 // Only the first card's content is kept in the file.
 std::string image_of(const Board& board) {
-  return board.card() == 0 ? board.config().flash.image : std::string();
+  return board.card() == 0 ? board.config().of<FlashSettings>().image : std::string();
 }
 
 }  // namespace
@@ -81,7 +82,9 @@ std::string image_of(const Board& board) {
 SpiController::SpiController(Board& board, uint32_t base)
     : board_(board),
       base_(base),
-      flash_(board.config().flash, board.faults().flash, board.clock(), image_of(board)),
+      faults_(board.faults().of<FlashFaults>()),
+      flash_(faults_, board.clock(), board_data(board.config().of<FlashSettings>()),
+             image_of(board)),
       depth_(board.generation() == Generation::rq302 ? 32 : 256) {}
 
 uint32_t SpiController::word(uint32_t offset) {
@@ -129,8 +132,7 @@ void SpiController::write(uint64_t offset, unsigned width, uint64_t value) {
 }
 
 void SpiController::queue(uint32_t frame) {
-  FlashFaults& faults = board_.faults().flash;
-  if (++frames_ == faults.power_cut_at_frame) flash_.cut_power();
+  if (++frames_ == faults_.power_cut_at_frame) flash_.cut_power();
   if (word(enable) == 0 || transmit_.size() >= depth_) return;
   transmit_.push_back(frame);
   if (word(select) != 0) transfer();
@@ -178,7 +180,9 @@ void SpiController::strobe_continuous_exit() {
   }
 }
 
-void install_spi_controller(Board& board) {
+namespace {
+
+void place(Board& board) {
   const BlockBases bases = block_bases(board.generation());
   // Chips of the first two generations ran their firmware out of the flash.
   const bool ran_from_flash = board.generation() != Generation::rq302;
@@ -186,9 +190,16 @@ void install_spi_controller(Board& board) {
                              ran_from_flash ? identifier_with_continuous_read : identifier_rq302);
   auto controller = std::make_unique<SpiController>(board, bases.spi_flash);
   board.when_saving([&flash = controller->flash()] { flash.save(); });
+  if (board.config().of<FlashSettings>().write_protected) controller->flash().protect();
   if (ran_from_flash) controller->flash().enter_continuous_read();
   board.attach(0, Board::attach_unit, std::make_unique<StrobeBlock>(board, *controller));
   board.attach(bases.spi_flash, block_size, std::move(controller));
+}
+
+}  // namespace
+
+Model flash_model() {
+  return {.read = read_flash, .read_faults = read_flash_faults, .place = place};
 }
 
 }  // namespace zvgsim

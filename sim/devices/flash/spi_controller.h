@@ -36,6 +36,7 @@ class SpiController : public Device {
 
   Board& board_;
   const uint32_t base_;
+  const FlashFaults& faults_;
   NorFlash flash_;
   const size_t depth_;  // frames of each FIFO
   std::vector<uint32_t> transmit_;
@@ -44,8 +45,6 @@ class SpiController : public Device {
   uint64_t busy_until_ = 0;
   uint64_t frames_ = 0;
 };
-
-void install_spi_controller(Board& board);
 
 }  // namespace zvgsim
 

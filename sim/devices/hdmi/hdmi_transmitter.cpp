@@ -83,20 +83,21 @@ constexpr uint64_t phy_fast_period = 2500;
 
 HdmiTransmitter::HdmiTransmitter(Board& board, unsigned port)
     : ByteBlock(board, hdmi_base + port * hdmi_stride),
-      config_(board.config().hdmi[port]),
-      faults_(board.faults().hdmi(port)),
+      settings_(board.config().of<HdmiSettings>().port[port]),
+      faults_(board.faults().of<HdmiFaults>().port[port]),
       ddc_(board.ddc(port)) {
   for (const ResetValue& reset : reset_values) store(reset.at, reset.value);
-  auto phy = std::make_unique<HdmiPhy>(milliseconds(config_.pll_lock_ms));
+  auto phy = std::make_unique<HdmiPhy>(milliseconds(settings_.pll_lock_ms));
   phy_ = phy.get();
   phy_bus_.attach(std::move(phy));
   ddc_.unheard = [this](uint8_t address) {
     const auto& nack = faults_.ddc_nack;
     return std::find(nack.begin(), nack.end(), address) != nack.end();
   };
-  if (!config_.edid.empty()) ddc_.attach(std::make_unique<Monitor>(config_.edid, faults_));
-  if (config_.timing) {
-    program_frame_composer(*config_.timing);
+  if (!settings_.edid.empty())
+    ddc_.attach(std::make_unique<Monitor>(settings_.edid, faults_.ddc_nack_at_byte));
+  if (settings_.timing) {
+    program_frame_composer(*settings_.timing);
     store(phy_configuration, phy_driving);
     phy_->set_locked();
   }
@@ -234,12 +235,12 @@ void HdmiTransmitter::phy_operation(uint8_t operation) {
 // PHY -------------------------------------------------------------------------------------------
 
 bool HdmiTransmitter::pll_locked() {
-  return config_.pixel_clock && !faults_.pll_never_locks && phy_->locked(now());
+  return settings_.pixel_clock && !faults_.pll_never_locks && phy_->locked(now());
 }
 
 uint8_t HdmiTransmitter::phy_status() {
-  const bool plugged = config_.hot_plug.value_or(!config_.edid.empty());
-  const unsigned sense = config_.receiver_sense.value_or(plugged ? 0xF : 0x0);
+  const bool plugged = settings_.hot_plug.value_or(!settings_.edid.empty());
+  const unsigned sense = settings_.receiver_sense.value_or(plugged ? 0xF : 0x0);
   return static_cast<uint8_t>((pll_locked() ? status_pll_locked : 0) |
                               (plugged ? status_hot_plug : 0) |
                               sense << status_receiver_sense_shift);
@@ -247,7 +248,7 @@ uint8_t HdmiTransmitter::phy_status() {
 
 // The PLL makes the TMDS clock out of the pixel clock.
 uint8_t HdmiTransmitter::clock_status() {
-  return static_cast<uint8_t>((config_.pixel_clock ? clock_pixel_on : 0) |
+  return static_cast<uint8_t>((settings_.pixel_clock ? clock_pixel_on : 0) |
                               (pll_locked() ? clock_tmds_on : 0));
 }
 
@@ -313,11 +314,19 @@ void HdmiTransmitter::write_byte(uint32_t offset, uint8_t value) {
   }
 }
 
-void install_hdmi_transmitters(Board& board) {
+namespace {
+
+void place(Board& board) {
   for (unsigned port = 0; port < hdmi_ports; ++port) {
     board.attach(hdmi_base + port * hdmi_stride, hdmi_stride,
                  std::make_unique<HdmiTransmitter>(board, port));
   }
+}
+
+}  // namespace
+
+Model hdmi_model() {
+  return {.read = read_hdmi, .read_faults = read_hdmi_faults, .place = place};
 }
 
 }  // namespace zvgsim

@@ -7,6 +7,7 @@
 #include "board/i2c_bus.h"
 #include "devices/byte_block.h"
 #include "devices/hdmi/hdmi_phy.h"
+#include "devices/hdmi/hdmi_settings.h"
 
 namespace zvgsim {
 
@@ -48,7 +49,7 @@ class HdmiTransmitter : public ByteBlock {
   void power_phy(uint8_t configuration);
   void program_frame_composer(const ModeTiming& timing);
 
-  const HdmiPortSettings& config_;
+  const HdmiPortSettings& settings_;
   HdmiPortFaults& faults_;
   I2cBus& ddc_;
   I2cBus phy_bus_;
@@ -56,8 +57,6 @@ class HdmiTransmitter : public ByteBlock {
   Master ddc_master_;
   Master phy_master_;
 };
-
-void install_hdmi_transmitters(Board& board);
 
 }  // namespace zvgsim
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "devices/block_bases.h"
+#include "devices/i2c/i2c_settings.h"
 
 namespace zvgsim {
 
@@ -49,7 +50,7 @@ uint64_t I2cMaster::clock_period() {
 }
 
 uint8_t I2cMaster::status() {
-  const I2cFault* const fault = board().faults().i2c(number_);
+  const I2cFault* const fault = board().faults().of<I2cFaults>().find(number_);
   const bool busy = (fault != nullptr && fault->hangs) || board().clock().now() < busy_until_;
   return static_cast<uint8_t>((acknowledged_ ? 0 : status_no_acknowledge) |
                               (bus_taken_ ? status_bus_taken : 0) | (busy ? status_busy : 0));
@@ -101,13 +102,6 @@ void I2cMaster::carry_out(uint8_t value) {
     ++clocks;
   }
   busy_until_ = board().clock().now() + clocks * clock_period();
-}
-
-void install_i2c_masters(Board& board) {
-  for (unsigned i = 0; i < i2c_masters; ++i) {
-    board.attach(i2c_master_base + i * i2c_master_stride, i2c_master_stride,
-                 std::make_unique<I2cMaster>(board, i));
-  }
 }
 
 }  // namespace zvgsim

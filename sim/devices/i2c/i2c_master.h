@@ -33,8 +33,6 @@ class I2cMaster : public ByteBlock {
   uint64_t busy_until_ = 0;
 };
 
-void install_i2c_masters(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_I2C_I2C_MASTER_H

@@ -1,6 +1,7 @@
 #include "devices/mcu/mcu.h"
 
 #include "devices/block_bases.h"
+#include "devices/monitor/monitor.h"
 
 namespace zvgsim {
 
@@ -30,12 +31,13 @@ constexpr uint64_t byte_time = microseconds(90);
 
 }  // namespace
 
-Mcu::Mcu(Board& board) : ByteBlock(board, block_base) {
-  for (const McuSettings::MonitorOn& one : board.config().mcu.monitors) {
+Mcu::Mcu(Board& board) : ByteBlock(board, block_base), faults_(board.faults().of<McuFaults>()) {
+  const auto& settings = board.config().of<McuSettings>();
+  for (const McuSettings::MonitorOn& one : settings.monitors) {
     const auto select = static_cast<uint8_t>(one.second_selector << 4 | one.first_selector);
-    connectors_[select].bus.attach(std::make_unique<Monitor>(one.edid, no_faults_));
+    connectors_[select].bus.attach(std::make_unique<Monitor>(one.edid));
   }
-  if (board.config().mcu.running) {
+  if (settings.running) {
     board.mmio_storage().write(mcu_reset, 4, 0xFFFFFF00 | reset_released);
   }
 }
@@ -48,7 +50,7 @@ uint8_t Mcu::read_byte(uint32_t offset) {
   if (offset >= alive && offset < alive + 4) {
     return static_cast<uint8_t>((running() ? alive_signature : 0) >> 8 * (offset - alive));
   }
-  if (pending_ && board().clock().now() >= done_at_ && !board().faults().mcu_never_done) {
+  if (pending_ && board().clock().now() >= done_at_ && !faults_.never_done) {
     pending_ = false;
     serve_request();
     store_word(done, done_signature);
@@ -80,8 +82,16 @@ void Mcu::store_word(uint32_t offset, uint32_t word) {
   for (unsigned i = 0; i < 4; ++i) store(offset + i, static_cast<uint8_t>(word >> 8 * i));
 }
 
-void install_mcu(Board& board) {
+namespace {
+
+void place(Board& board) {
   board.attach(Mcu::block_base, Board::attach_unit, std::make_unique<Mcu>(board));
+}
+
+}  // namespace
+
+Model mcu_model() {
+  return {.read = read_mcu, .read_faults = read_mcu_faults, .place = place};
 }
 
 }  // namespace zvgsim

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "devices/byte_block.h"
-#include "devices/monitor/monitor.h"
+#include "devices/mcu/mcu_settings.h"
 
 namespace zvgsim {
 
@@ -32,13 +32,11 @@ class Mcu : public ByteBlock {
   struct Connector {
     I2cBus bus;
   };
-  const HdmiPortFaults no_faults_{};
+  const McuFaults& faults_;
   std::map<uint8_t, Connector> connectors_;  // by target select
   uint64_t done_at_ = 0;
   bool pending_ = false;
 };
-
-void install_mcu(Board& board);
 
 }  // namespace zvgsim
 

@@ -1,5 +1,7 @@
 #include "devices/monitor/monitor.h"
 
+#include <utility>
+
 namespace zvgsim {
 
 namespace {
@@ -7,10 +9,14 @@ namespace {
 constexpr size_t segment_size = 256;
 constexpr uint8_t erased = 0xFF;
 
+const std::optional<uint32_t> no_fault;
+
 }  // namespace
 
-Monitor::Monitor(std::vector<uint8_t> edid, const HdmiPortFaults& faults)
-    : edid_(std::move(edid)), faults_(faults) {}
+Monitor::Monitor(std::vector<uint8_t> edid) : Monitor(std::move(edid), no_fault) {}
+
+Monitor::Monitor(std::vector<uint8_t> edid, const std::optional<uint32_t>& nack_at_byte)
+    : edid_(std::move(edid)), nack_at_byte_(nack_at_byte) {}
 
 bool Monitor::start(uint8_t address, bool read) {
   if (address == segment_address && edid_.size() > segment_size) {
@@ -30,7 +36,7 @@ bool Monitor::write(uint8_t byte) {
     case Expects::offset:
       offset_ = byte;
       expects_ = Expects::data;
-      return faults_.ddc_nack_at_byte != segment_ * segment_size + byte;
+      return nack_at_byte_ != segment_ * segment_size + byte;
     case Expects::data:
       return false;  // it is read-only
   }

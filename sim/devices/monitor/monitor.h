@@ -3,9 +3,9 @@
 #define ZVGSIM_DEVICES_MONITOR_MONITOR_H
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
-#include "board/fault_plan.h"
 #include "board/i2c_bus.h"
 
 namespace zvgsim {
@@ -15,8 +15,10 @@ namespace zvgsim {
 // 0x30, counting 256-byte segments; a stop takes it back to 0. Beyond its end the ROM reads 0xFF.
 class Monitor : public I2cDevice {
  public:
-  // faults: may change at any time; outlives the monitor.
-  Monitor(std::vector<uint8_t> edid, const HdmiPortFaults& faults);
+  explicit Monitor(std::vector<uint8_t> edid);
+  // nack_at_byte: a byte of the EDID whose offset is not acknowledged, a fault that may come and go
+  // at any time; outlives the monitor.
+  Monitor(std::vector<uint8_t> edid, const std::optional<uint32_t>& nack_at_byte);
 
   static constexpr uint8_t rom_address = 0x50;
   static constexpr uint8_t segment_address = 0x30;
@@ -30,7 +32,7 @@ class Monitor : public I2cDevice {
   enum class Expects { offset, data, segment };
 
   const std::vector<uint8_t> edid_;
-  const HdmiPortFaults& faults_;
+  const std::optional<uint32_t>& nack_at_byte_;
   Expects expects_ = Expects::offset;
   uint8_t offset_ = 0;
   uint8_t segment_ = 0;

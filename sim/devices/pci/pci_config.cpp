@@ -2,6 +2,9 @@
 
 #include <memory>
 
+#include "board/file_table.h"
+#include "devices/pci/pci_settings.h"
+
 namespace zvgsim {
 
 namespace {
@@ -34,7 +37,7 @@ constexpr uint32_t pair(uint32_t low, uint32_t high) {
 }  // namespace
 
 PciConfig::PciConfig(const BoardConfig& config) {
-  const auto& ids = config.pci;
+  const auto& ids = config.of<PciSettings>();
   const uint16_t device = ids.device != 0 ? ids.device : made_up_device_id(config.generation);
   words_[identity] = pair(ids.vendor, device);
   words_[command_status] = command_after_boot;
@@ -61,8 +64,27 @@ void PciConfig::write(uint64_t offset, unsigned, uint64_t value) {
   word = (word & ~mask) | (static_cast<uint32_t>(value) & mask);
 }
 
-void install_pci_config(Board& board) {
+namespace {
+
+void read(FileTable& root, BoardConfig& config) {
+  root.table("pci", [&](FileTable& table) {
+    auto& pci = config.of<PciSettings>();
+    table.number("vendor", &pci.vendor);
+    table.number("device", &pci.device);
+    table.number("subsystem_vendor", &pci.subsystem_vendor);
+    table.number("subsystem", &pci.subsystem);
+    table.number("revision", &pci.revision);
+  });
+}
+
+void place(Board& board) {
   board.set_pci(std::make_unique<PciConfig>(board.config()));
+}
+
+}  // namespace
+
+Model pci_model() {
+  return {.read = read, .place = place};
 }
 
 }  // namespace zvgsim

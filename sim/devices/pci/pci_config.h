@@ -25,8 +25,6 @@ class PciConfig : public Device {
   std::array<uint32_t, header_words> writable_{};  // mask
 };
 
-void install_pci_config(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_PCI_PCI_CONFIG_H

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "devices/i2c/i2c_settings.h"
+
 namespace zvgsim {
 
 namespace {
@@ -36,15 +38,15 @@ uint16_t code_of(double volts, double step) {
 
 }  // namespace
 
-Ina3221::Ina3221(Board& board, const PowerMonitorSettings& config)
-    : config_(config), board_(board) {
+Ina3221::Ina3221(Board& board, const PowerMonitorSettings& settings)
+    : settings_(settings), board_(board) {
   configure(power_up_configuration);
 }
 
 bool Ina3221::start(uint8_t address, bool read) {
   bytes_ = 0;
   reading_ = read;
-  return address == config_.address;
+  return address == settings_.address;
 }
 
 bool Ina3221::write(uint8_t byte) {
@@ -122,10 +124,10 @@ void Ina3221::advance() {
   const uint64_t end = round_begin_ + (continuous ? (now - round_begin_) / round : 1) * round;
   for (unsigned i = 0; i < channels; ++i) {
     if ((value >> (14 - i) & 1) == 0) continue;
-    const double volts = i < config_.volts.size() ? config_.volts[i].at(end) : 0;
-    const double shunt = i < config_.shunts.size() ? config_.shunts[i].amperes.at(end) *
-                                                         config_.shunts[i].milliohms / 1000
-                                                   : 0;
+    const double volts = i < settings_.volts.size() ? settings_.volts[i].at(end) : 0;
+    const double shunt = i < settings_.shunts.size() ? settings_.shunts[i].amperes.at(end) *
+                                                           settings_.shunts[i].milliohms / 1000
+                                                     : 0;
     if ((value & mode_shunts) != 0) registers_[first_shunt + 2 * i] = code_of(shunt, shunt_step);
     if ((value & mode_loads) != 0) registers_[first_shunt + 2 * i + 1] = code_of(volts, load_step);
   }

@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "board/i2c_bus.h"
+#include "devices/power_monitors/power_monitor_settings.h"
 
 namespace zvgsim {
 
@@ -14,7 +15,7 @@ namespace zvgsim {
 // After power-up it converts all channels again and again.
 class Ina3221 : public I2cDevice {
  public:
-  Ina3221(Board& board, const PowerMonitorSettings& config);
+  Ina3221(Board& board, const PowerMonitorSettings& settings);
 
   bool start(uint8_t address, bool read) override;
   bool write(uint8_t byte) override;
@@ -30,7 +31,7 @@ class Ina3221 : public I2cDevice {
   uint16_t register_word();
   uint64_t round_time() const;
 
-  const PowerMonitorSettings& config_;
+  const PowerMonitorSettings& settings_;
   Board& board_;
   std::array<uint16_t, register_count> registers_{};
   uint8_t pointer_ = 0;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "devices/i2c/i2c_settings.h"
+
 namespace zvgsim {
 
 namespace {
@@ -33,7 +35,8 @@ void Ltc299x::trigger(bool repeat) {
 
 void Ltc299x::advance() {
   const uint64_t now = board_.clock().now();
-  const I2cFault* const fault = board_.faults().i2c(config_.bus, config_.address);
+  const I2cFault* const fault =
+      board_.faults().of<I2cFaults>().find(settings_.bus, settings_.address);
   while (next_ < running_.size() && next_done_ <= now) {
     const Conversion& done = running_[next_];
     Result& result = results_[done.result];
@@ -54,7 +57,8 @@ void Ltc299x::advance() {
 }
 
 bool Ltc299x::busy() {
-  const I2cFault* const fault = board_.faults().i2c(config_.bus, config_.address);
+  const I2cFault* const fault =
+      board_.faults().of<I2cFaults>().find(settings_.bus, settings_.address);
   return next_ < running_.size() || (fault != nullptr && fault->stays_busy);
 }
 
@@ -67,8 +71,8 @@ uint8_t Ltc299x::result_byte(unsigned number, bool high) {
 }
 
 double Ltc299x::difference(unsigned pair, uint64_t time) const {
-  if (pair < config_.shunts.size()) {
-    const Shunt& shunt = config_.shunts[pair];
+  if (pair < settings_.shunts.size()) {
+    const Shunt& shunt = settings_.shunts[pair];
     return shunt.amperes.at(time) * shunt.milliohms / 1000;
   }
   return volts(2 * pair, time) - volts(2 * pair + 1, time);
@@ -105,8 +109,8 @@ constexpr Mode modes[] = {
 
 }  // namespace ltc2990
 
-Ltc2990::Ltc2990(Board& board, const PowerMonitorSettings& config)
-    : Ltc299x(board, config, 0x0F, ltc2990::results) {}
+Ltc2990::Ltc2990(Board& board, const PowerMonitorSettings& settings)
+    : Ltc299x(board, settings, 0x0F, ltc2990::results) {}
 
 uint8_t Ltc2990::read_register(uint8_t number) {
   advance();
@@ -136,7 +140,7 @@ void Ltc2990::write_register(uint8_t number, uint8_t value) {
 std::vector<Ltc299x::Conversion> Ltc2990::acquisition(uint64_t time) {
   const ltc2990::Mode& mode = ltc2990::modes[control_ & 7];
   const bool first = (control_ & 0x08) != 0, second = (control_ & 0x10) != 0;
-  std::vector<Conversion> list = {{ltc2990::internal, degree_step, config_.temperature.at(time)}};
+  std::vector<Conversion> list = {{ltc2990::internal, degree_step, settings_.temperature.at(time)}};
   for (unsigned i = 0; i < 4; ++i) {
     const unsigned pair = i / 2;
     if (!(pair == 0 ? first : second)) continue;
@@ -154,7 +158,7 @@ std::vector<Ltc299x::Conversion> Ltc2990::acquisition(uint64_t time) {
         break;
     }
   }
-  list.push_back({ltc2990::supply, volt_step, config_.supply.at(time) - supply_offset});
+  list.push_back({ltc2990::supply, volt_step, settings_.supply.at(time) - supply_offset});
   return list;
 }
 
@@ -184,8 +188,8 @@ constexpr uint8_t status_supply_ready = 0x01;
 
 }  // namespace ltc2991
 
-Ltc2991::Ltc2991(Board& board, const PowerMonitorSettings& config)
-    : Ltc299x(board, config, 0x1F, ltc2991::results) {}
+Ltc2991::Ltc2991(Board& board, const PowerMonitorSettings& settings)
+    : Ltc299x(board, settings, 0x1F, ltc2991::results) {}
 
 uint8_t Ltc2991::read_register(uint8_t number) {
   advance();
@@ -252,8 +256,8 @@ std::vector<Ltc299x::Conversion> Ltc2991::acquisition(uint64_t time) {
     }
   }
   if ((enables_ & ltc2991::enable_supply) != 0) {
-    list.push_back({ltc2991::internal, degree_step, config_.temperature.at(time)});
-    list.push_back({ltc2991::supply, volt_step, config_.supply.at(time) - supply_offset});
+    list.push_back({ltc2991::internal, degree_step, settings_.temperature.at(time)});
+    list.push_back({ltc2991::supply, volt_step, settings_.supply.at(time) - supply_offset});
   }
   return list;
 }

@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "devices/i2c/i2c_registers.h"
+#include "devices/power_monitors/power_monitor_settings.h"
 
 namespace zvgsim {
 
@@ -17,9 +18,10 @@ namespace zvgsim {
 // says. Time passes only when somebody looks: advance() catches up.
 class Ltc299x : public I2cRegisters {
  public:
-  Ltc299x(Board& board, const PowerMonitorSettings& config, uint8_t pointer_mask, unsigned results)
-      : I2cRegisters(config.address, pointer_mask),
-        config_(config),
+  Ltc299x(Board& board, const PowerMonitorSettings& settings, uint8_t pointer_mask,
+          unsigned results)
+      : I2cRegisters(settings.address, pointer_mask),
+        settings_(settings),
         board_(board),
         results_(results) {}
 
@@ -47,9 +49,9 @@ class Ltc299x : public I2cRegisters {
   // Volts at a pair of inputs, counted from 0: across the shunt, or between two inputs.
   double difference(unsigned pair, uint64_t time) const;
   double volts(unsigned input, uint64_t time) const {
-    return input < config_.volts.size() ? config_.volts[input].at(time) : 0;
+    return input < settings_.volts.size() ? settings_.volts[input].at(time) : 0;
   }
-  const PowerMonitorSettings& config_;
+  const PowerMonitorSettings& settings_;
 
   static constexpr double volt_step = 305.18e-6;
   static constexpr double supply_offset = 2.5;
@@ -72,7 +74,7 @@ class Ltc299x : public I2cRegisters {
 
 class Ltc2990 : public Ltc299x {
  public:
-  Ltc2990(Board& board, const PowerMonitorSettings& config);
+  Ltc2990(Board& board, const PowerMonitorSettings& settings);
 
  protected:
   uint8_t read_register(uint8_t number) override;
@@ -85,7 +87,7 @@ class Ltc2990 : public Ltc299x {
 
 class Ltc2991 : public Ltc299x {
  public:
-  Ltc2991(Board& board, const PowerMonitorSettings& config);
+  Ltc2991(Board& board, const PowerMonitorSettings& settings);
 
  protected:
   uint8_t read_register(uint8_t number) override;

@@ -60,7 +60,8 @@ uint32_t pvt_code(const SensorSettings& sensors, unsigned type, unsigned index, 
   }
 }
 
-PvtSensors::PvtSensors(Board& board, uint32_t base) : board_(board), base_(base) {
+PvtSensors::PvtSensors(Board& board, uint32_t base)
+    : board_(board), settings_(board.config().of<SensorSettings>()), base_(base) {
   // As the firmware's last look at the temperature left it.
   const bool rq302 = board.generation() == Generation::rq302;
   const uint32_t selector = rq302 ? rq302_selectors[0] : rq301_selectors[0];
@@ -70,22 +71,20 @@ PvtSensors::PvtSensors(Board& board, uint32_t base) : board_(board), base_(base)
 }
 
 std::optional<uint32_t> PvtSensors::convert(uint32_t selector, uint64_t time) const {
-  const SensorSettings& sensors = board_.config().sensors;
   const bool rq302 = board_.generation() == Generation::rq302;
   for (unsigned type = 0; type < pvt_types; ++type) {
     if (rq302 && selector == rq302_selectors[type]) {
-      return pvt_code(sensors, type, 0, time) | pvt_code(sensors, type, 1, time) << 16;
+      return pvt_code(settings_, type, 0, time) | pvt_code(settings_, type, 1, time) << 16;
     }
     if (!rq302 && selector - rq301_selectors[type] < pvt_sensors) {
-      return pvt_code(sensors, type, selector - rq301_selectors[type], time);
+      return pvt_code(settings_, type, selector - rq301_selectors[type], time);
     }
   }
   return std::nullopt;
 }
 
 void PvtSensors::update_data() {
-  const uint64_t period =
-      std::max<uint64_t>(1, milliseconds(board_.config().sensors.conversion_ms));
+  const uint64_t period = std::max<uint64_t>(1, milliseconds(settings_.conversion_ms));
   const uint64_t finished = (board_.clock().now() - selected_at_) / period;
   if (finished == 0) return;
   Memory& registers = board_.mmio_storage();
@@ -111,9 +110,17 @@ void PvtSensors::write(uint64_t offset, unsigned width, uint64_t value) {
   }
 }
 
-void install_pvt_sensors(Board& board) {
+namespace {
+
+void place(Board& board) {
   const uint32_t base = block_bases(board.generation()).system_control;
   board.attach(base, PvtSensors::size, std::make_unique<PvtSensors>(board, base));
+}
+
+}  // namespace
+
+Model sensors_model() {
+  return {.read = read_sensors, .place = place};
 }
 
 }  // namespace zvgsim

@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "board/device.h"
+#include "devices/sensors/sensor_settings.h"
 
 namespace zvgsim {
 
@@ -34,12 +35,10 @@ class PvtSensors : public Device {
   std::optional<uint32_t> convert(uint32_t selector, uint64_t time) const;
 
   Board& board_;
+  const SensorSettings& settings_;
   const uint32_t base_;
   uint64_t selected_at_ = 0;  // ns
 };
-
-// Puts them at the generation's system control block.
-void install_pvt_sensors(Board& board);
 
 }  // namespace zvgsim
 

@@ -1,7 +1,5 @@
 #include "devices/vga/io_ports.h"
 
-#include <memory>
-
 #include "devices/block_bases.h"
 
 namespace zvgsim {
@@ -26,10 +24,6 @@ uint64_t IoPorts::read(uint64_t port, unsigned width) {
 
 void IoPorts::write(uint64_t port, unsigned width, uint64_t value) {
   if (is_vga(port)) board_.dispatch_write(Space::mmio, vga_base + vga_page + port, width, value);
-}
-
-void install_io_ports(Board& board) {
-  board.set_ioports(std::make_unique<IoPorts>(board));
 }
 
 }  // namespace zvgsim

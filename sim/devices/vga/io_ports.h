@@ -19,8 +19,6 @@ class IoPorts : public Device {
   Board& board_;
 };
 
-void install_io_ports(Board& board);
-
 }  // namespace zvgsim
 
 #endif  // ZVGSIM_DEVICES_VGA_IO_PORTS_H

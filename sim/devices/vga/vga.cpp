@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "devices/block_bases.h"
+#include "devices/vga/io_ports.h"
 
 namespace zvgsim {
 
@@ -30,7 +31,8 @@ constexpr bool is_bridge(uint8_t index) {
 
 }  // namespace
 
-Vga::Vga(Board& board) : ByteBlock(board, vga_base), bridge_(board), capture_(board) {}
+Vga::Vga(Board& board)
+    : ByteBlock(board, vga_base), fan_(board.part<Fan>()), bridge_(board), capture_(board) {}
 
 bool Vga::colour() const {
   return (misc_output_ & colour_addressing) != 0;
@@ -49,7 +51,7 @@ uint8_t Vga::read_byte(uint32_t port) {
     case colour_data:
       if (colour() != (port == colour_data)) return nobody;
       if (is_bridge(crtc_index_)) return bridge_.read(crtc_index_);
-      if (is_fan(crtc_index_)) return board().fan().read(crtc_index_);
+      if (is_fan(crtc_index_)) return fan_.read(crtc_index_);
       return crtc_[crtc_index_];
     default:
       return VideoCapture::is_measured(port) ? capture_.measured(port) : stored(port);
@@ -73,7 +75,7 @@ void Vga::write_byte(uint32_t port, uint8_t value) {
       if (is_bridge(crtc_index_)) {
         bridge_.write(crtc_index_, value);
       } else if (is_fan(crtc_index_)) {
-        board().fan().write(crtc_index_, value);
+        fan_.write(crtc_index_, value);
       } else {
         crtc_[crtc_index_] = value;
       }
@@ -85,8 +87,17 @@ void Vga::write_byte(uint32_t port, uint8_t value) {
   }
 }
 
-void install_vga(Board& board) {
+namespace {
+
+void place(Board& board) {
   board.attach(vga_base, Board::attach_unit, std::make_unique<Vga>(board));
+  board.set_ioports(std::make_unique<IoPorts>(board));
+}
+
+}  // namespace
+
+Model vga_model() {
+  return {.place = place};
 }
 
 }  // namespace zvgsim

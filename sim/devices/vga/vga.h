@@ -7,6 +7,7 @@
 
 #include "devices/amba/amba_bridge.h"
 #include "devices/byte_block.h"
+#include "devices/fan/fan.h"
 #include "devices/video/video_capture.h"
 
 namespace zvgsim {
@@ -27,14 +28,13 @@ class Vga : public ByteBlock {
  private:
   bool colour() const;
 
+  Fan& fan_;
   AmbaBridge bridge_;
   VideoCapture capture_;
   uint8_t misc_output_ = 0;
   uint8_t crtc_index_ = 0;
   std::array<uint8_t, 256> crtc_{};
 };
-
-void install_vga(Board& board);
 
 }  // namespace zvgsim
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "board/board.h"
+#include "devices/video/video_settings.h"
 
 namespace zvgsim {
 
@@ -14,7 +15,8 @@ namespace zvgsim {
 // written.
 class VideoCapture {
  public:
-  explicit VideoCapture(Board& board) : board_(board) {}
+  explicit VideoCapture(Board& board)
+      : board_(board), settings_(board.config().of<VideoSettings>()) {}
 
   // Whether the register is the measured size of a port's source.
   static bool is_measured(uint32_t offset) {
@@ -30,6 +32,7 @@ class VideoCapture {
   static constexpr uint32_t size_register = 0xC;
 
   Board& board_;
+  const VideoSettings& settings_;
   struct Port {
     bool captures = false;
     uint64_t since = 0;

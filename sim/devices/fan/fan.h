@@ -1,6 +1,6 @@
-// The board's fan and its PWM controller.
-#ifndef ZVGSIM_BOARD_FAN_H
-#define ZVGSIM_BOARD_FAN_H
+// The board's fan and its PWM controller; a part of the board (board.h).
+#ifndef ZVGSIM_DEVICES_FAN_FAN_H
+#define ZVGSIM_DEVICES_FAN_FAN_H
 
 #include <array>
 #include <cstdint>
@@ -45,4 +45,4 @@ class Fan {
 
 }  // namespace zvgsim
 
-#endif  // ZVGSIM_BOARD_FAN_H
+#endif  // ZVGSIM_DEVICES_FAN_FAN_H

@@ -1,6 +1,9 @@
-#include "board/fan.h"
+#include "devices/fan/fan.h"
 
 #include <algorithm>
+
+#include "board/board.h"
+#include "devices/sensors/sensor_settings.h"
 
 namespace zvgsim {
 
@@ -75,6 +78,18 @@ double Fan::percent() const {
   }
   const double heat = std::clamp((celsius_ - cool_celsius) / (hot_celsius - cool_celsius), 0., 1.);
   return quiet_percent + (full_percent - quiet_percent) * heat;
+}
+
+namespace {
+
+void place(Board& board) {
+  board.add_part<Fan>(board.config().of<SensorSettings>().temperature[0].value);
+}
+
+}  // namespace
+
+Model fan_model() {
+  return {.place = place};
 }
 
 }  // namespace zvgsim

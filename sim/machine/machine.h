@@ -1,16 +1,21 @@
 // The host with its cards.
-#ifndef ZVGSIM_BOARD_MACHINE_H
-#define ZVGSIM_BOARD_MACHINE_H
+#ifndef ZVGSIM_MACHINE_MACHINE_H
+#define ZVGSIM_MACHINE_MACHINE_H
 
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "board/board.h"
 
 namespace zvgsim {
 
-// Owns what all cards of a board configuration share: time, trace, faults and kernel memory.
+// Reads a board file with everything that the models of a machine understand (board_file.h).
+// Throws BoardFileError.
+BoardConfig load_board_file(const std::string& path);
+
+// Cards with all models on them, and what they share: time, trace, faults and kernel memory.
 class Machine {
  public:
   explicit Machine(BoardConfig config, VirtualClock::Mode mode = VirtualClock::Mode::virtual_time);
@@ -54,4 +59,4 @@ class Machine {
 
 }  // namespace zvgsim
 
-#endif  // ZVGSIM_BOARD_MACHINE_H
+#endif  // ZVGSIM_MACHINE_MACHINE_H

@@ -1,6 +1,13 @@
-#include "board/machine.h"
+#include "machine/machine.h"
+
+#include "board/board_file.h"
+#include "devices/models.h"
 
 namespace zvgsim {
+
+BoardConfig load_board_file(const std::string& path) {
+  return load_board_file(path, models());
+}
 
 Machine::Machine(BoardConfig config, VirtualClock::Mode mode)
     : config_(std::move(config)),
@@ -8,7 +15,7 @@ Machine::Machine(BoardConfig config, VirtualClock::Mode mode)
       faults_(config_.faults),
       kernel_memory_("zvgsim-kernel", config_.kernel.size) {
   for (unsigned card = 0; card < config_.cards; ++card) {
-    cards_.push_back(std::make_unique<Board>(config_, clock_, trace_, faults_, card));
+    cards_.push_back(std::make_unique<Board>(config_, models(), clock_, trace_, faults_, card));
   }
   for (const InitialValue& initial : config_.registers) {
     if (initial.space == Space::kmem && kmem_decodes(initial.offset, initial.width)) {
