@@ -4,208 +4,25 @@
 
 #include <errno.h>
 #include <pthread.h>
-#include <sched.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/auxv.h>
 #include <sys/mman.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <mutex>
-#include <vector>
 
 #include "doors/fault_signals.h"
 #include "doors/instruction.h"
+#include "doors/instruction_window.h"
+#include "doors/trap_tables.h"
 
 namespace zvgsim {
 
 namespace {
 
-constexpr uintptr_t page_size = 4096;
 constexpr greg_t trap_flag = 0x100;
 constexpr greg_t resume_flag = 0x10000;
-
-// ---- The ranges --------------------------------------------------------------------------------
-
-struct Range {
-  uintptr_t begin = 0;
-  uintptr_t end = 0;
-  int protection = 0;
-  AccessModel* model = nullptr;
-  uint64_t offset = 0;  // of begin, in the model
-};
-
-// Guards the ranges and the verdicts. Held for a look only, with all signals blocked.
-constinit std::mutex table_lock;
-
-std::vector<Range>& ranges() {
-  static auto& instance = *new std::vector<Range>;
-  return instance;
-}
-
-bool find_range(uintptr_t address, Range* found) {
-  const std::lock_guard guard(table_lock);
-  for (const Range& range : ranges()) {
-    if (address < range.begin || address >= range.end) continue;
-    *found = range;
-    return true;
-  }
-  return false;
-}
-
-// ---- What is known of instructions -------------------------------------------------------------
-
-struct Verdict {
-  uintptr_t address = 0;
-  Instruction::Bytes bytes{};
-  OperandUse use;
-};
-constexpr size_t verdict_count = 1024;
-Verdict verdicts[verdict_count];
-
-Verdict& verdict_of(uintptr_t address) {
-  return verdicts[(address ^ address >> 10) % verdict_count];
-}
-
-bool look_up(uintptr_t address, const Instruction& instruction, OperandUse* use) {
-  const std::lock_guard guard(table_lock);
-  const Verdict& verdict = verdict_of(address);
-  if (verdict.address != address || verdict.bytes != instruction.bytes()) return false;
-  *use = verdict.use;
-  return true;
-}
-
-void remember(uintptr_t address, const Instruction& instruction, const OperandUse& use) {
-  const std::lock_guard guard(table_lock);
-  verdict_of(address) = {address, instruction.bytes(), use};
-}
-
-// ---- Where instructions are carried out --------------------------------------------------------
-
-constexpr size_t max_width = 64;
-constexpr size_t max_floating_state = 16384;
-
-struct Operand {
-  Range range;
-  uintptr_t address = 0;
-  OperandUse use;
-  uint8_t* shadow = nullptr;  // where the copy finds it
-
-  bool there() const { return use.width != 0; }
-  uint64_t offset() const { return range.offset + (address - range.begin); }
-};
-
-enum class Stage : uint8_t {
-  writes,         // on a page that cannot be written
-  extent,         // against the end of a page
-  filling,        // what comes out of one filling
-  other_filling,  // and of another
-  run,            // for good
-};
-
-// Pages of its own for one instruction at a time, and all that is to be known about it meanwhile.
-struct Window {
-  enum Page : unsigned { code_page, below_data, data_page, above_data, constant_page, pages = 6 };
-
-  std::atomic<bool> busy{false};
-  uint8_t* base = nullptr;
-
-  Stage stage = Stage::run;
-  uintptr_t at = 0;  // the instruction's own address
-  Instruction instruction;
-  Operand moved;        // by the segment's base
-  Operand destination;  // a string instruction's: by rdi
-  unsigned attempt = 0;
-  bool writes = false;
-  bool locked = false;  // the model
-
-  siginfo_t cause;
-  gregset_t registers;
-  uint64_t mask = 0;
-  uint64_t segment = 0;
-  greg_t rdi_shift = 0;
-
-  // Of the first filling.
-  uint8_t outcome[max_width];
-  gregset_t outcome_registers;
-
-  // The thread's own, where trials have changed it; nothing otherwise.
-  size_t floating_size = 0;
-  uint8_t floating_state[max_floating_state];
-
-  uint8_t* page(Page number) const { return base + number * page_size; }
-  bool holds(uintptr_t address, Page number) const {
-    return address / page_size == reinterpret_cast<uintptr_t>(page(number)) / page_size;
-  }
-};
-
-constexpr size_t window_count = 16;
-Window windows[window_count];
-
-bool create_windows() {
-  for (Window& window : windows) {
-    if (window.base != nullptr) continue;
-    void* const base = mmap(nullptr, Window::pages * page_size, PROT_NONE,
-                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (base == MAP_FAILED) return false;
-    window.base = static_cast<uint8_t*>(base);
-    if (mprotect(window.page(Window::code_page), page_size, PROT_READ | PROT_WRITE | PROT_EXEC) !=
-            0 ||
-        mprotect(window.page(Window::data_page), page_size, PROT_READ | PROT_WRITE) != 0 ||
-        mprotect(window.page(Window::constant_page), page_size, PROT_READ) != 0) {
-      munmap(base, Window::pages * page_size);
-      window.base = nullptr;
-      return false;
-    }
-  }
-  return true;
-}
-
-// More threads at a time than windows wait for each other.
-Window& acquire_window() {
-  for (;;) {
-    for (Window& window : windows) {
-      if (!window.busy.exchange(true, std::memory_order_acquire)) return window;
-    }
-    sched_yield();
-  }
-}
-
-void release_window(Window& window) {
-  window.busy.store(false, std::memory_order_release);
-}
-
-Window* window_at(uintptr_t instruction) {
-  for (Window& window : windows) {
-    if (window.base != nullptr && window.holds(instruction, Window::code_page)) return &window;
-  }
-  return nullptr;
-}
-
-sigset_t mask_before_fork;  // guarded by the table's lock
-
-void before_fork() {
-  sigset_t all, before;
-  sigfillset(&all);
-  real_pthread_sigmask(SIG_SETMASK, &all, &before);
-  table_lock.lock();
-  mask_before_fork = before;
-}
-
-void after_fork() {
-  const sigset_t before = mask_before_fork;
-  table_lock.unlock();
-  real_pthread_sigmask(SIG_SETMASK, &before, nullptr);
-}
-
-// Threads that were in a window do not exist in a child.
-void after_fork_in_child() {
-  for (Window& window : windows) window.busy.store(false, std::memory_order_relaxed);
-  after_fork();
-}
 
 // ---- The segment whose base moves an operand ---------------------------------------------------
 
@@ -486,13 +303,13 @@ bool run(Window& window, const Fault& fault) {
 }
 
 bool conclude(Window& window, const Fault& fault, const OperandUse& use) {
-  if (!window.instruction.is_masked()) remember(window.at, window.instruction, use);
+  if (!window.instruction.is_masked()) remember_use(window.at, window.instruction, use);
   window.moved.use = use;
   return run(window, fault);
 }
 
 // A thread touched trapped memory: everything about the instruction begins here.
-bool begin(const Range& range, const Fault& fault) {
+bool begin(const TrappedRange& range, const Fault& fault) {
   Window& window = acquire_window();
   const gregset_t& registers = fault.context.uc_mcontext.gregs;
   window.cause = *fault.info;
@@ -527,7 +344,7 @@ bool begin(const Range& range, const Fault& fault) {
   window.moved.range = range;
   window.moved.address = fault.address();
   window.moved.use = window.instruction.known();
-  if (window.moved.there() || look_up(window.at, window.instruction, &window.moved.use)) {
+  if (window.moved.there() || recall_use(window.at, window.instruction, &window.moved.use)) {
     return run(window, fault);
   }
   const size_t size = floating_size_of(fault.context.uc_mcontext.fpregs);
@@ -589,7 +406,7 @@ bool step_failed(Window& window, const Fault& fault) {
     try_out(window, Stage::extent, fault.context);
     return true;
   }
-  Range range;
+  TrappedRange range;
   const auto base = reinterpret_cast<uintptr_t>(window.base);
   const bool still_there = somewhere && find_range(address, &range);
   const bool reaches_out = somewhere && address - base < Window::pages * page_size;
@@ -606,26 +423,32 @@ bool on_fault(int* signal, siginfo_t* info, ucontext_t& context) {
     return *signal == SIGTRAP ? step_done(*window, fault) : step_failed(*window, fault);
   }
   if (*signal != SIGSEGV || info->si_code != SEGV_ACCERR) return false;
-  Range range;
+  TrappedRange range;
   const bool fetches = fault.address() == instruction;
   return !fetches && find_range(fault.address(), &range) && begin(range, fault);
 }
 
-void forget_locked(uintptr_t begin, uintptr_t end) {
-  std::vector<Range> kept;
-  for (const Range& range : ranges()) {
-    if (range.begin < begin) {
-      kept.push_back(range);
-      kept.back().end = std::min(range.end, begin);
-    }
-    if (range.end > end) {
-      const uintptr_t rest = std::max(range.begin, end);
-      kept.push_back(range);
-      kept.back().offset += rest - range.begin;
-      kept.back().begin = rest;
-    }
-  }
-  ranges() = std::move(kept);
+// ---- Around a fork -----------------------------------------------------------------------------
+
+sigset_t mask_before_fork;  // guarded by the tables' lock
+
+void before_fork() {
+  sigset_t all, before;
+  sigfillset(&all);
+  real_pthread_sigmask(SIG_SETMASK, &all, &before);
+  lock_trap_tables();
+  mask_before_fork = before;
+}
+
+void after_fork() {
+  const sigset_t before = mask_before_fork;
+  unlock_trap_tables();
+  real_pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void after_fork_in_child() {
+  release_all_windows();
+  after_fork();
 }
 
 }  // namespace
@@ -634,7 +457,7 @@ bool can_trap_memory() {
   static const bool can = [] {
     const QuietScope quiet;
     if (!has_segment_instructions() || !create_windows()) return false;
-    ranges();
+    create_trap_tables();
     pthread_atfork(before_fork, after_fork, after_fork_in_child);
     return true;
   }();
@@ -655,28 +478,19 @@ void* map_trapped(void* address, size_t length, int protection, int flags, Acces
       mmap(address, length, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | place, -1, 0);
   if (memory == MAP_FAILED) return MAP_FAILED;
   const auto begin = reinterpret_cast<uintptr_t>(memory);
-  const uintptr_t end = begin + (length + page_size - 1) / page_size * page_size;
-  const std::lock_guard guard(table_lock);
-  forget_locked(begin, end);
-  ranges().push_back({begin, end, protection, &model, offset});
+  add_range({begin, begin + length, protection, &model, offset});
   return memory;
 }
 
 void forget_trapped(const void* address, size_t length) {
   if (!fault_signals_taken()) return;
   const QuietScope quiet;
-  const auto begin = reinterpret_cast<uintptr_t>(address);
-  const std::lock_guard guard(table_lock);
-  const bool concerned = std::any_of(ranges().begin(), ranges().end(), [&](const Range& range) {
-    return begin < range.end && std::max(range.begin, begin) - begin < length;
-  });
-  if (concerned) forget_locked(begin, begin + (length + page_size - 1) / page_size * page_size);
+  forget_range(reinterpret_cast<uintptr_t>(address), length);
 }
 
 void forget_trapped(const AccessModel& model) {
   const QuietScope quiet;
-  const std::lock_guard guard(table_lock);
-  std::erase_if(ranges(), [&](const Range& range) { return range.model == &model; });
+  forget_ranges_of(model);
 }
 
 }  // namespace zvgsim
