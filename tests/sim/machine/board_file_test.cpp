@@ -1,10 +1,7 @@
 // Board files: every key, and what is said about a wrong one.
-#include "board/board_file.h"
-
 #include <errno.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -23,7 +20,7 @@
 #include "devices/power_monitors/power_monitor_settings.h"
 #include "devices/sensors/sensor_settings.h"
 #include "devices/video/video_settings.h"
-#include "machine/machine.h"
+#include "sim/board_file_fixture.h"
 
 namespace zvgsim {
 namespace {
@@ -32,44 +29,6 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-class BoardFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "board-file-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    put("one.edid", 128);
-    put("four.edid", 512);
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  void put(const std::string& name, size_t size) {
-    std::ofstream stream(folder_ / name, std::ios::binary);
-    for (size_t i = 0; i < size; ++i) stream.put(static_cast<char>(i * 5));
-  }
-  std::string file() const { return (folder_ / "board.toml").string(); }
-  BoardConfig load(const std::string& text) {
-    std::ofstream(file()) << text;
-    return load_board_file(file());
-  }
-  // What is wrong with a file, without its path.
-  std::vector<std::string> problems(const std::string& text) {
-    try {
-      load(text);
-    } catch (const BoardFileError& failure) {
-      std::vector<std::string> lines;
-      for (const std::string& line : failure.problems()) {
-        EXPECT_THAT(line, ::testing::StartsWith(file() + ":"));
-        lines.push_back(line.substr(file().size() + 1));
-      }
-      return lines;
-    }
-    return {};
-  }
-
-  fs::path folder_;
-};
 
 TEST_F(BoardFileTest, EmptyFileIsTheDefaultBoard) {
   const BoardConfig config = load("");
@@ -549,227 +508,6 @@ TEST_F(BoardFileTest, MissingFileAndFolder) {
   EXPECT_EQ(problem("/nonexistent/board.toml"),
             "/nonexistent/board.toml: No such file or directory");
   EXPECT_EQ(problem(folder_.string()), folder_.string() + ": is a directory");
-}
-
-TEST_F(BoardFileTest, AxiMonitors) {
-  const AxiSettings axi = load(R"(
-generation = "rq301"
-[axi]
-seed = 7
-period_cycles = 1000
-[[axi.port]]
-name = "3D0_AXI0"
-load = "bursty"
-timeout_every = 3
-data_update = false
-[[axi.port]]
-name = "VGA_h0"
-)")
-                              .of<AxiSettings>();
-  EXPECT_EQ(axi.seed, 7u);
-  EXPECT_EQ(axi.period_cycles, 1000u);
-  ASSERT_EQ(axi.ports.size(), 2u);
-  EXPECT_EQ(axi.ports[0].name, "3D0_AXI0");
-  EXPECT_EQ(axi.ports[0].load, AxiLoad::bursty);
-  EXPECT_EQ(axi.ports[0].timeout_every, 3u);
-  EXPECT_FALSE(axi.ports[0].data_update);
-  EXPECT_EQ(axi.ports[1].load, AxiLoad::saturated) << "as the port usually is";
-  EXPECT_TRUE(axi.ports[1].data_update);
-
-  EXPECT_THAT(problems("[axi]\nperiod_cycles = 0\n"),
-              ElementsAre("2: axi.period_cycles: expected a number from 1 to 0xFFFFFFFF, found 0"));
-  EXPECT_THAT(problems("[[axi.port]]\nname = \"PCIE\"\n"),
-              ElementsAre(HasSubstr("expected the name of a port: PCIE_M 2D 3D0")))
-      << "of the generation";
-  EXPECT_THAT(problems("[[axi.port]]\nload = \"idle\"\n"),
-              ::testing::Contains(HasSubstr("expected the name of a port")));
-  EXPECT_THAT(problems("[[axi.port]]\nname = \"2D\"\nload = \"heavy\"\n"),
-              ElementsAre("3: axi.port[0].load: expected \"idle\", \"bursty\" or \"saturated\", "
-                          "found \"heavy\""));
-}
-
-TEST_F(BoardFileTest, Training) {
-  const TrainingSettings training = load(R"(
-[training]
-seed = 3
-gap_us = 50
-endless = true
-[[training.channel]]
-channel = 1
-lanes = 16
-read_eye = [20, 30.5, 60]
-messages = [[0x10003, 1, 2, 0xFFFFFFFF], [0x110000]]
-[[training.channel]]
-channel = 0
-write_eye = [1, 2, 3]
-)")
-                                        .of<TrainingSettings>();
-  EXPECT_TRUE(training.enabled);
-  EXPECT_EQ(training.seed, 3u);
-  EXPECT_EQ(training.gap_us, 50u);
-  EXPECT_TRUE(training.endless);
-  const TrainingChannelSettings& channel = training.channels[1];
-  EXPECT_EQ(channel.lanes, 16u);
-  EXPECT_EQ(channel.read_eye.width, 20);
-  EXPECT_EQ(channel.read_eye.height, 30.5);
-  EXPECT_EQ(channel.read_eye.centre, 60);
-  ASSERT_TRUE(channel.messages);
-  ASSERT_EQ(channel.messages->size(), 2u);
-  EXPECT_EQ(channel.messages->front().id, 0x10003u);
-  EXPECT_THAT(channel.messages->front().arguments, ElementsAre(1, 2, 0xFFFFFFFF));
-  EXPECT_EQ(training.channels[0].write_eye.centre, 3);
-  EXPECT_FALSE(training.channels[0].messages);
-  EXPECT_FALSE(load("[training]\nenabled = false\n").of<TrainingSettings>().enabled);
-
-  EXPECT_THAT(problems("[[training.channel]]\nlanes = 3\n"),
-              ElementsAre("1: training.channel[0]: expected a channel = 0 to 3"));
-  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\n[[training.channel]]\nchannel = 2\n"),
-              ElementsAre("3: training.channel[1]: channel 2 is described a second time"));
-  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\nread_eye = [1, 2]\n"),
-              ElementsAre("3: training.channel[0].read_eye: expected [width, height, centre] in "
-                          "steps, 0 to 127, found an array of 2"));
-  EXPECT_THAT(problems("[[training.channel]]\nchannel = 2\nmessages = [[], 5]\n"),
-              ElementsAre(HasSubstr("messages[0]: expected an identifier and its arguments"),
-                          HasSubstr("messages[1]: expected an identifier and its arguments")));
-}
-
-TEST_F(BoardFileTest, I2cChips) {
-  const BoardConfig config = load(R"(
-[[power_monitors]]
-chip = "ltc2991"
-bus = 5
-address = 0x4F
-supply = 3.25
-temperature = { value = 40, swing = 5, period_s = 60 }
-volts = [1, 2.5, { value = 3.3, swing = 0.1 }]
-shunts = [{ milliohms = 2.5, amperes = { value = 4, swing = 1, period_s = 0.5 } }, { amperes = -2 }]
-[[power_monitors]]
-chip = "ina3221"
-bus = 5
-address = 0x43
-[[i2c_memories]]
-bus = 0
-address = 0x54
-contents = [1, 0xFF]
-[[video]]
-port = 1
-bus = 3
-address = 0x25
-width = 704
-height = 576
-[mcu]
-running = false
-[[mcu.monitors]]
-first = 15
-second = 2
-edid = "one.edid"
-[[faults.i2c]]
-bus = 2
-hangs = true
-[[faults.i2c]]
-bus = 1
-address = 0x4C
-nack = true
-nack_at_byte = 3
-stays_busy = true
-never_ready = true
-drops_valid = true
-[faults.mcu]
-never_done = true
-)");
-  ASSERT_EQ(config.of<PowerMonitors>().list.size(), 2u);
-  const PowerMonitorSettings& first = config.of<PowerMonitors>().list[0];
-  EXPECT_EQ(first.chip, PowerChip::ltc2991);
-  EXPECT_EQ(first.bus, 5u);
-  EXPECT_EQ(first.address, 0x4F);
-  EXPECT_EQ(first.supply.value, 3.25);
-  EXPECT_EQ(first.temperature.swing, 5);
-  EXPECT_EQ(first.temperature.period_s, 60);
-  ASSERT_EQ(first.volts.size(), 3u);
-  EXPECT_EQ(first.volts[1].value, 2.5);
-  EXPECT_EQ(first.volts[2].swing, 0.1);
-  EXPECT_EQ(first.volts[2].period_s, 10);
-  ASSERT_EQ(first.shunts.size(), 2u);
-  EXPECT_EQ(first.shunts[0].milliohms, 2.5);
-  EXPECT_EQ(first.shunts[0].amperes.period_s, 0.5);
-  EXPECT_EQ(first.shunts[1].milliohms, 1);
-  EXPECT_EQ(first.shunts[1].amperes.value, -2);
-  EXPECT_EQ(config.of<PowerMonitors>().list[1].chip, PowerChip::ina3221);
-  ASSERT_EQ(config.of<I2cSettings>().memories.size(), 1u);
-  EXPECT_EQ(config.of<I2cSettings>().memories[0].address, 0x54);
-  EXPECT_THAT(config.of<I2cSettings>().memories[0].contents, ElementsAre(1, 0xFF));
-  EXPECT_FALSE(config.of<VideoSettings>().port[0]);
-  ASSERT_TRUE(config.of<VideoSettings>().port[1]);
-  EXPECT_EQ(config.of<VideoSettings>().port[1]->bus, 3u);
-  EXPECT_EQ(config.of<VideoSettings>().port[1]->address, 0x25);
-  EXPECT_EQ(config.of<VideoSettings>().port[1]->width, 704u);
-  EXPECT_EQ(config.of<VideoSettings>().port[1]->height, 576u);
-  EXPECT_FALSE(config.of<McuSettings>().running);
-  ASSERT_EQ(config.of<McuSettings>().monitors.size(), 1u);
-  EXPECT_EQ(config.of<McuSettings>().monitors[0].first_selector, 15u);
-  EXPECT_EQ(config.of<McuSettings>().monitors[0].second_selector, 2u);
-  EXPECT_EQ(config.of<McuSettings>().monitors[0].edid.size(), 128u);
-  ASSERT_EQ(config.faults.of<I2cFaults>().list.size(), 2u);
-  EXPECT_TRUE(config.faults.of<I2cFaults>().list[0].hangs);
-  EXPECT_FALSE(config.faults.of<I2cFaults>().list[0].address);
-  const I2cFault& fault = config.faults.of<I2cFaults>().list[1];
-  EXPECT_EQ(fault.address, 0x4C);
-  EXPECT_TRUE(fault.nack && fault.stays_busy && fault.never_ready && fault.drops_valid);
-  EXPECT_EQ(fault.nack_at_byte, 3u);
-  EXPECT_TRUE(config.faults.of<McuFaults>().never_done);
-}
-
-TEST_F(BoardFileTest, WrongI2cChips) {
-  EXPECT_THAT(problems("[[power_monitors]]\nchip = 'ltc2992'\nbus = 6\naddress = 0x4C\n"),
-              ElementsAre(HasSubstr("power_monitors[0].chip: expected \"ltc2990\", "),
-                          HasSubstr("power_monitors[0].bus: expected a number from 0 to 5")));
-  EXPECT_THAT(problems("[[power_monitors]]\n"),
-              ElementsAre(HasSubstr("expected a chip = "), HasSubstr("expected a key 'bus'"),
-                          HasSubstr("expected a key 'address'")));
-  EXPECT_THAT(problems("[[power_monitors]]\nchip = 'ltc2990'\nbus = 1\naddress = 0x48\n"),
-              ElementsAre(HasSubstr("address: expected a number from 76 to 79")));
-  EXPECT_THAT(problems("[[power_monitors]]\nchip = 'ltc2990'\nbus = 1\naddress = 0x4C\n"
-                       "volts = [1, 2, 3, 4, 5]\n"),
-              ElementsAre(HasSubstr("expected at most 4 volts and 2 shunts")));
-  EXPECT_THAT(problems("[[power_monitors]]\nchip = 'ltc2990'\nbus = 1\naddress = 0x4C\n"
-                       "supply = 'high'\nvolts = [{ value = 'x', swing = -1 }]\n"),
-              ElementsAre(HasSubstr("supply: expected a number, or { value"),
-                          HasSubstr("volts[0].value: expected a number"),
-                          HasSubstr("volts[0].swing: expected a number from 0")));
-  EXPECT_THAT(problems("[[i2c_memories]]\nbus = 1\naddress = 0x24\n[[video]]\nport = 0\n"
-                       "bus = 1\naddress = 0x24\n"),
-              ElementsAre(HasSubstr("video[0]: bus 1 has another chip at 0x24")));
-  EXPECT_THAT(problems("[[video]]\nport = 0\nbus = 1\naddress = 0x24\n[[video]]\nport = 0\n"
-                       "bus = 1\naddress = 0x25\n"),
-              ElementsAre(HasSubstr("port 0 is described a second time")));
-  EXPECT_THAT(problems("[[mcu.monitors]]\nfirst = 16\nsecond = 0\n"),
-              ElementsAre(HasSubstr("first: expected a number from 0 to 15"),
-                          HasSubstr("expected a key 'edid'")));
-  EXPECT_THAT(problems("[[faults.i2c]]\nbus = 0\n"),
-              ElementsAre(HasSubstr("expected either 'hangs', for the bus, or an 'address'")));
-}
-
-TEST_F(BoardFileTest, SensorsAreWhatTheirCodesCanSay) {
-  EXPECT_THAT(
-      problems("[sensors]\ntemperature = [1]\n"),
-      ElementsAre("2: sensors.temperature: expected an array of 2 numbers, found an array of "
-                  "1"));
-  EXPECT_THAT(problems("[sensors]\nvoltage = [0.8, 1.13]\n"),
-              ElementsAre("2: sensors.voltage[1]: expected numbers from 0.512 to 1.12, found "
-                          "1.13"));
-  EXPECT_THAT(problems("[sensors]\ntemperature = [{ value = 150, swing = 10 }, 1]\n"),
-              ElementsAre("2: sensors.temperature[0]: expected numbers from -62 to 155, found 140 "
-                          "to 160"));
-  EXPECT_THAT(problems("[sensors]\nprocess = [1, 2, 1024]\n"),
-              ElementsAre("2: sensors.process[2]: expected a number from 0 to 1023, found 1024"));
-  EXPECT_THAT(problems("[sensors]\nprocess = [1, 2]\n"),
-              ElementsAre("2: sensors.process: expected an array of 3 numbers, found an array of "
-                          "2"));
-  EXPECT_THAT(problems("[faults.clocks]\nnever_locks = [\"pll\", 1]\n"),
-              ElementsAre("2: faults.clocks.never_locks[0]: expected \"devpll\", \"dev2pll\", "
-                          "\"gpupll\" or \"gpu2pll\", found \"pll\"",
-                          "2: faults.clocks.never_locks[1]: expected \"devpll\", \"dev2pll\", "
-                          "\"gpupll\" or \"gpu2pll\", found 1"));
 }
 
 }  // namespace

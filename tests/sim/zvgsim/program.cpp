@@ -1,4 +1,4 @@
-#include "sim/program.h"
+#include "sim/zvgsim/program.h"
 
 #include <errno.h>
 #include <fcntl.h>

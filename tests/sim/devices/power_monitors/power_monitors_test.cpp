@@ -1,5 +1,5 @@
-// The I2C masters and the chips behind them: each from its data sheet's point of view, and as the
-// library sees them through the driver and through the masters' registers.
+// The power monitors: each from its data sheet's point of view, and as the library sees it through
+// the driver and through the I2C masters' registers.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -26,7 +26,7 @@ PowerMonitorSettings monitor(PowerChip chip, unsigned bus, uint8_t address) {
   return config;
 }
 
-class I2cChips : public BoardFixture {
+class PowerMonitorChips : public BoardFixture {
  protected:
   BoardConfig config() override {
     BoardConfig config;
@@ -40,7 +40,6 @@ class I2cChips : public BoardFixture {
     ina3221.volts = {{12}, {3.3}, {5}};
     ina3221.shunts = {{"", 5, {5.5}}, {"", 10, {-1.2}}};
     config.of<PowerMonitors>().list = {ltc2990, ltc2991, ina3221};
-    config.of<I2cSettings>().memories = {{0, 0x54, {0x11, 0x22, 0x33}}};
     return config;
   }
 
@@ -64,96 +63,9 @@ class I2cChips : public BoardFixture {
   void pass(uint64_t time) { clock().sleep(time); }
 };
 
-// The master --------------------------------------------------------------------------------
-
-constexpr uint32_t master = 0x100000;
-
-TEST_F(I2cChips, MasterTakesTheTimeOfTheWires) {
-  poke(master + 3, 0x54 << 1, 1);
-  poke(master + 4, 0x90, 1);
-  EXPECT_EQ(peek(master + 4, 1), 0x42u);  // busy, the bus is taken
-  pass(microseconds(99));
-  EXPECT_EQ(peek(master + 4, 1), 0x42u);
-  pass(microseconds(3));
-  EXPECT_EQ(peek(master + 4, 1), 0x40u);
-  poke(master + 3, 1, 1);
-  poke(master + 4, 0x50, 1);
-  pass(microseconds(110));
-  EXPECT_EQ(peek(master + 4, 1), 0x00u) << "released by the stop";
-}
-
-TEST_F(I2cChips, MasterRunsAtItsPrescalersRate) {
-  EXPECT_EQ(peek(master, 2), 107u);  // 54 MHz by 5 x 108: 100 kHz
-  poke(master, 26, 2);               // 400 kHz
-  poke(master + 3, 0x54 << 1, 1);
-  poke(master + 4, 0x90, 1);
-  pass(microseconds(24));
-  EXPECT_EQ(peek(master + 4, 1) & 2, 2u);
-  pass(microseconds(2));
-  EXPECT_EQ(peek(master + 4, 1) & 2, 0u);
-}
-
-TEST_F(I2cChips, MasterReportsAMissingAcknowledge) {
-  poke(master + 3, 0x22 << 1, 1);
-  poke(master + 4, 0x90, 1);
-  pass(milliseconds(1));
-  EXPECT_EQ(peek(master + 4, 1), 0xC0u);
-  poke(master + 4, 0x40, 1);
-  pass(milliseconds(1));
-  EXPECT_EQ(peek(master + 4, 1) & 0x40, 0u);
-}
-
-TEST_F(I2cChips, ADisabledMasterDoesNothing) {
-  poke(master + 2, 0, 1);
-  poke(master + 3, 0x54 << 1, 1);
-  poke(master + 4, 0x90, 1);
-  EXPECT_EQ(peek(master + 4, 1), 0u);
-}
-
-TEST_F(I2cChips, LibraryReadsAndWritesInEveryMode) {
-  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
-    SCOPED_TRACE(name(door));
-    open_through(door, 9600);
-    uint8_t bytes[3] = {};
-    EXPECT_EQ(zvgI2cRead(0, 0x54, 0, 3, bytes), 0u);
-    EXPECT_EQ(bytes[0], 0x11);
-    EXPECT_EQ(bytes[2], 0x33);
-    uint8_t written[] = {0xAB, 0xCD};
-    EXPECT_EQ(zvgI2cWrite(0, 0x54, 0x80, 2, written), 0u);
-    EXPECT_EQ(zvgI2cRead(0, 0x54, 0x80, 2, bytes), 0u);
-    EXPECT_EQ(bytes[0] << 8 | bytes[1], 0xABCD);
-    EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x55, 0, 1, bytes)), -2);
-    EXPECT_EQ(static_cast<int>(zvgI2cRead(1, 0x54, 0, 1, bytes)), -2);
-    written[0] = written[1] = 0;
-    EXPECT_EQ(zvgI2cWrite(0, 0x54, 0x80, 2, written), 0u);
-  }
-}
-
-TEST_F(I2cChips, FaultsOfTheBus) {
-  uint8_t byte = 0;
-  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x54, .nack = true}};
-  for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
-    SCOPED_TRACE(name(door));
-    open_through(door, 9600);
-    EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x54, 0, 1, &byte)), -2);
-  }
-  // A byte in the middle: the driver says so, on the registers nobody looks.
-  faults().of<I2cFaults>().list = {{.bus = 0, .address = 0x54, .nack_at_byte = 2}};
-  open_through(Door::driver);
-  EXPECT_EQ(static_cast<int>(zvgI2cWriteByte(0, 0x54, 0, 1)), -3);
-  open_through(Door::uart, 9600);
-  EXPECT_EQ(zvgI2cWriteByte(0, 0x54, 0, 1), 0u);
-  faults().of<I2cFaults>().list = {{.bus = 0, .hangs = true}};
-  const uint64_t begin = clock().now();
-  EXPECT_EQ(static_cast<int>(zvgI2cRead(0, 0x54, 0, 1, &byte)), -2);
-  EXPECT_GE(clock().now() - begin, milliseconds(3276));
-  faults().of<I2cFaults>().list.clear();
-  EXPECT_EQ(zvgI2cRead(0, 0x54, 0, 1, &byte), 0u);
-}
-
 // LTC2990 -----------------------------------------------------------------------------------
 
-TEST_F(I2cChips, Ltc2990ConvertsOnceAndForgetsWhatWasRead) {
+TEST_F(PowerMonitorChips, Ltc2990ConvertsOnceAndForgetsWhatWasRead) {
   EXPECT_EQ(read(0, 0x4C, 0, 1)[0], 0);
   write(0, 0x4C, {0x01, 0x5F, 0x00});
   EXPECT_EQ(read(0, 0x4C, 0, 1)[0], 0x01);
@@ -169,7 +81,7 @@ TEST_F(I2cChips, Ltc2990ConvertsOnceAndForgetsWhatWasRead) {
   EXPECT_EQ(read(0, 0x4C, 4, 1)[0] & 0x80, 0x00);
 }
 
-TEST_F(I2cChips, Ltc2990ConvertsAgainAndAgain) {
+TEST_F(PowerMonitorChips, Ltc2990ConvertsAgainAndAgain) {
   write(0, 0x4C, {0x01, 0x1E, 0x00});
   pass(seconds(3600));
   EXPECT_EQ(read(0, 0x4C, 0, 1)[0] & 0x55, 0x55) << "always busy; supply and both pairs";
@@ -178,13 +90,13 @@ TEST_F(I2cChips, Ltc2990ConvertsAgainAndAgain) {
   EXPECT_EQ(read(0, 0x4C, 0, 1)[0] & 0x55, 0x55);
 }
 
-TEST_F(I2cChips, Ltc2990PointerWrapsAfterItsLastRegister) {
+TEST_F(PowerMonitorChips, Ltc2990PointerWrapsAfterItsLastRegister) {
   write(0, 0x4C, {0x01, 0x5F});
   EXPECT_EQ(read(0, 0x4C, 0x0F, 3)[2], 0x5F);
 }
 
 // Both ways of measuring, in both modes of access.
-TEST_F(I2cChips, Ltc2990AsTheLibrarySeesIt) {
+TEST_F(PowerMonitorChips, Ltc2990AsTheLibrarySeesIt) {
   for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
     SCOPED_TRACE(name(door));
     open_through(door, 9600);
@@ -211,7 +123,7 @@ TEST_F(I2cChips, Ltc2990AsTheLibrarySeesIt) {
   }
 }
 
-TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
+TEST_F(PowerMonitorChips, Ltc2990OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
     PowerMonitorSettings chip = monitor(PowerChip::ltc2990, 0, 0x4C);
@@ -235,7 +147,7 @@ TEST_F(I2cChips, Ltc2990OverItsWholeRange) {
   }
 }
 
-TEST_F(I2cChips, PowerMonitorFaults) {
+TEST_F(PowerMonitorChips, Faults) {
   open_through(Door::driver);
   const auto volts = [](uint32_t wait) {
     return zvgLTC2990GetVolt4(0, 0, nullptr, nullptr, nullptr, nullptr, nullptr, wait);
@@ -254,7 +166,7 @@ TEST_F(I2cChips, PowerMonitorFaults) {
 
 // LTC2991 -----------------------------------------------------------------------------------
 
-TEST_F(I2cChips, Ltc2991ConvertsWhatIsEnabled) {
+TEST_F(PowerMonitorChips, Ltc2991ConvertsWhatIsEnabled) {
   write(0, 0x48, {0x08, 0x00});
   write(0, 0x48, {0x01, 0x50});  // V1 and V2, V5 and V6
   EXPECT_EQ(read(0, 0x48, 1, 1)[0], 0x54);
@@ -267,7 +179,7 @@ TEST_F(I2cChips, Ltc2991ConvertsWhatIsEnabled) {
   EXPECT_EQ(read(0, 0x48, 0, 1)[0], 0x30);
 }
 
-TEST_F(I2cChips, Ltc2991PutsADifferenceIntoTheSecondRegister) {
+TEST_F(PowerMonitorChips, Ltc2991PutsADifferenceIntoTheSecondRegister) {
   write(0, 0x48, {0x06, 0x10, 0x01, 0x00, 0x10});  // V3-V4, V5-V6; PWM threshold
   write(0, 0x48, {0x01, 0xF0});
   pass(milliseconds(13));
@@ -282,7 +194,7 @@ TEST_F(I2cChips, Ltc2991PutsADifferenceIntoTheSecondRegister) {
   EXPECT_EQ(code(7), std::lround(0.85 / 305.18e-6));
 }
 
-TEST_F(I2cChips, Ltc2991AsTheLibrarySeesIt) {
+TEST_F(PowerMonitorChips, Ltc2991AsTheLibrarySeesIt) {
   for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
     SCOPED_TRACE(name(door));
     open_through(door, 9600);
@@ -304,7 +216,7 @@ TEST_F(I2cChips, Ltc2991AsTheLibrarySeesIt) {
   }
 }
 
-TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
+TEST_F(PowerMonitorChips, Ltc2991OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
     PowerMonitorSettings chip = monitor(PowerChip::ltc2991, 2, 0x4F);
@@ -328,7 +240,7 @@ TEST_F(I2cChips, Ltc2991OverItsWholeRange) {
 
 // INA3221 -----------------------------------------------------------------------------------
 
-TEST_F(I2cChips, Ina3221ConvertsFromPowerUpOn) {
+TEST_F(PowerMonitorChips, Ina3221ConvertsFromPowerUpOn) {
   pass(milliseconds(10));
   const auto word = [&](uint8_t reg) {
     const auto bytes = read(3, 0x40, reg, 2);
@@ -343,7 +255,7 @@ TEST_F(I2cChips, Ina3221ConvertsFromPowerUpOn) {
   EXPECT_EQ(word(0x40), 0);
 }
 
-TEST_F(I2cChips, Ina3221ConvertsTheShuntsOnce) {
+TEST_F(PowerMonitorChips, Ina3221ConvertsTheShuntsOnce) {
   write(3, 0x40, {0x00, 0x71, 0x21});
   EXPECT_EQ(read(3, 0x40, 0x0F, 2)[1] & 1, 0);
   pass(microseconds(3 * 1100 - 100));
@@ -355,7 +267,7 @@ TEST_F(I2cChips, Ina3221ConvertsTheShuntsOnce) {
   EXPECT_EQ(read(3, 0x40, 0x0F, 2)[1] & 1, 0) << "no second round";
 }
 
-TEST_F(I2cChips, Ina3221KeepsLimitsAndResets) {
+TEST_F(PowerMonitorChips, Ina3221KeepsLimitsAndResets) {
   write(3, 0x40, {0x07, 0x12, 0x38});
   EXPECT_EQ(read(3, 0x40, 0x07, 2)[1], 0x38);
   write(3, 0x40, {0x01, 0x12, 0x38});
@@ -365,7 +277,7 @@ TEST_F(I2cChips, Ina3221KeepsLimitsAndResets) {
   EXPECT_EQ(read(3, 0x40, 0x00, 2)[1], 0x27);
 }
 
-TEST_F(I2cChips, Ina3221AsTheLibrarySeesIt) {
+TEST_F(PowerMonitorChips, Ina3221AsTheLibrarySeesIt) {
   pass(milliseconds(10));
   for (const Door door : {Door::driver, Door::aperture, Door::uart}) {
     SCOPED_TRACE(name(door));
@@ -381,7 +293,7 @@ TEST_F(I2cChips, Ina3221AsTheLibrarySeesIt) {
   }
 }
 
-TEST_F(I2cChips, Ina3221OverItsWholeRange) {
+TEST_F(PowerMonitorChips, Ina3221OverItsWholeRange) {
   for (int step = 0; step <= 40; ++step) {
     BoardConfig config;
     PowerMonitorSettings chip = monitor(PowerChip::ina3221, 1, 0x40);
@@ -397,17 +309,6 @@ TEST_F(I2cChips, Ina3221OverItsWholeRange) {
     EXPECT_NEAR(v[0], amperes * 2, 0.04) << amperes;
     EXPECT_NEAR(i[1], -amperes, 0.04 / 2) << amperes;
   }
-}
-
-// Signals -----------------------------------------------------------------------------------
-
-TEST(Signal, SwingsAroundItsValue) {
-  const Signal signal = {5, 2, 8};
-  EXPECT_DOUBLE_EQ(signal.at(0), 5);
-  EXPECT_DOUBLE_EQ(signal.at(seconds(2)), 7);
-  EXPECT_NEAR(signal.at(seconds(4)), 5, 1e-12);
-  EXPECT_DOUBLE_EQ(signal.at(seconds(6)), 3);
-  EXPECT_DOUBLE_EQ((Signal{1.5}).at(seconds(123)), 1.5);
 }
 
 }  // namespace

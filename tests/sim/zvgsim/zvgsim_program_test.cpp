@@ -13,7 +13,7 @@
 #include <fstream>
 #include <nlohmann/json.hpp>
 
-#include "sim/program.h"
+#include "sim/zvgsim/program.h"
 
 namespace zvgsim {
 namespace {

@@ -1,6 +1,6 @@
 // The built program as a real process.
-#ifndef TESTS_SIM_PROGRAM_H
-#define TESTS_SIM_PROGRAM_H
+#ifndef TESTS_SIM_ZVGSIM_PROGRAM_H
+#define TESTS_SIM_ZVGSIM_PROGRAM_H
 
 #include <string>
 #include <vector>
@@ -39,4 +39,4 @@ class Running {
 
 }  // namespace zvgsim
 
-#endif  // TESTS_SIM_PROGRAM_H
+#endif  // TESTS_SIM_ZVGSIM_PROGRAM_H
