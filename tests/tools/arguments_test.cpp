@@ -54,9 +54,9 @@ TEST(ArgumentsTest, NothingChangesBehindTwoDashes) {
 std::string usage_text(const ConnectionText& text) {
   try {
     parse_connection(text);
-  } catch (const zvgctl::Failure& failure) {
-    EXPECT_EQ(failure.exit(), zvgctl::Exit::usage);
-    return failure.what();
+  } catch (const zvg::Error& error) {
+    EXPECT_EQ(error.kind(), zvg::ErrorKind::bad_argument);
+    return error.what();
   }
   return "no failure";
 }

@@ -230,7 +230,9 @@ TEST(CardTest, OneThatIsNotThereIsRefused) {
   EXPECT_EQ(bench.trace(), "");
   const Result as_json = bench.run("reg read 0x318000 --driver 2 --json");
   EXPECT_EQ(as_json.exit, 1);
-  EXPECT_EQ(as_json.out, "");
+  const json document = json::parse(as_json.out);
+  EXPECT_EQ(document["schema"], "zvg/error/1");
+  EXPECT_EQ(document["error"]["kind"], "not_connected");
 }
 
 TEST(CardTest, PciReachesCard0Only) {
