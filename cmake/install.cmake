@@ -15,7 +15,7 @@ configure_package_config_file(
   ${PROJECT_BINARY_DIR}/util_zvg-config.cmake
   INSTALL_DESTINATION ${ZVG_CMAKE_DIR})
 write_basic_package_version_file(
-  ${PROJECT_BINARY_DIR}/util_zvg-config-version.cmake COMPATIBILITY SameMinorVersion)
+  ${PROJECT_BINARY_DIR}/util_zvg-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES
   ${PROJECT_BINARY_DIR}/util_zvg-config.cmake
   ${PROJECT_BINARY_DIR}/util_zvg-config-version.cmake
