@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "script/script_line.h"
+#include "formats/script/line.h"
 #include "service/board/board.h"
 #include "service/board/error.h"
 #include "service/text.h"
@@ -19,11 +19,9 @@ namespace zvg {
 
 namespace {
 
-using zvg::script::BlockLine;
-using zvg::script::LineKind;
-using zvg::script::ScriptLine;
-
-constexpr int script_fields = 5;
+using zvg::formats::script::BlockLine;
+using zvg::formats::script::LineKind;
+using zvg::formats::script::ScriptLine;
 
 // The text of a file, in the pieces that the library's buffer takes.
 std::vector<std::string> read_pieces(const std::string& path) {
@@ -47,7 +45,7 @@ std::vector<std::string> read_pieces(const std::string& path) {
   for (size_t at = 0; at < text.size();) {
     const size_t newline = text.find('\n', at);
     const size_t end = newline == std::string::npos ? text.size() : newline + 1;
-    const size_t size = std::min(end - at, zvg::script::line_buffer_size - 1);
+    const size_t size = std::min(end - at, zvg::formats::script::line_buffer_size - 1);
     pieces.push_back(text.substr(at, size));
     at += size;
   }
@@ -73,14 +71,14 @@ std::string leftover(const std::string& text, int fields) {
 }
 
 void plan_wait(PlannedLine& line, const std::string& text) {
-  const zvg::script::Delay delay = zvg::script::parse_delay(text.c_str());
+  const zvg::formats::script::Delay delay = zvg::formats::script::parse_delay(text.c_str());
   const char* const unit = delay.unit == 's'   ? "seconds"
                            : delay.unit == 'm' ? "milliseconds"
                                                : "microseconds";
   line.step = Step::wait;
   line.deed = format("wait %d %s", std::max(delay.count, 0), unit);
   if (delay.count <= 0) add_remark(line, "no number above 0: it does not wait");
-  constexpr size_t word = 6;
+  constexpr size_t word = zvg::formats::script::delay_word_length;
   if (text.size() > word && text[word] != ' ' && text[word] != '\t') {
     add_remark(line, "the command word is longer than six letters: it is taken for a delay");
   }
@@ -151,7 +149,7 @@ void plan_script_line(PlannedLine& line, const std::string& text, ScriptLine& fi
     add_remark(line, "a DDR script has only W and R");
     line.step = Step::unknown;
   }
-  remark_on_fields(line, text, count, script_fields);
+  remark_on_fields(line, text, count, ScriptLine::field_count);
   if (ddr || line.step == Step::unknown) return;
   if (fields.width != 8 && fields.width != 16 && fields.width != 32) {
     add_remark(line, "the width is not 8, 16 or 32: it stops the script");
@@ -212,7 +210,9 @@ void plan_block_line(PlannedLine& line, const std::string& text, BlockLine& fiel
     add_remark(line,
                format("\"%.16s\": the third character is no channel of the block", fields.name));
   }
-  remark_on_fields(line, text, count, kind == FileKind::read ? 4 : 5);
+  remark_on_fields(
+      line, text, count,
+      kind == FileKind::read ? BlockLine::read_field_count : BlockLine::check_field_count);
 }
 
 }  // namespace
@@ -229,7 +229,8 @@ size_t Plan::remarks() const {
 
 Plan plan_file(const std::string& path, FileKind kind) {
   const bool blocks = kind == FileKind::check || kind == FileKind::read;
-  const auto& format_of_file = blocks ? zvg::script::block_file_format : zvg::script::script_format;
+  const auto& format_of_file =
+      blocks ? zvg::formats::script::block_file_format : zvg::formats::script::script_format;
   Plan plan;
   ScriptLine script_fields_so_far;
   const auto block_fields_so_far = std::make_unique<BlockLine>();
@@ -260,7 +261,7 @@ Plan plan_file(const std::string& path, FileKind kind) {
         break;
     }
     if (continues) add_remark(line, "it is the rest of a line of over 1,023 characters");
-    continues = text.back() != '\n' && text.size() == zvg::script::line_buffer_size - 1;
+    continues = text.back() != '\n' && text.size() == zvg::formats::script::line_buffer_size - 1;
     plan.lines.push_back(line);
   }
   return plan;

@@ -18,7 +18,7 @@ void wait_milliseconds(unsigned count) {
   usleep(count * 1000);
 }
 
-void wait(const Delay& delay) {
+void wait(const formats::script::Delay& delay) {
   if (delay.count <= 0) return;
   const auto count = static_cast<unsigned>(delay.count);
   switch (delay.unit) {
@@ -45,6 +45,7 @@ int ScriptFile::open(const char* path) {
 }
 
 bool ScriptFile::next(Line* line) {
+  using namespace formats::script;
   if (fgets(text_, sizeof text_, file_) == nullptr) return false;
   ++number_;
   *line = Line::nothing;

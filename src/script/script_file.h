@@ -5,9 +5,16 @@
 #include <stdint.h>
 #include <stdio.h>
 
-#include "script/script_line.h"
+#include "formats/script/line.h"
 
 namespace zvg::script {
+
+using formats::script::block_file_format;
+using formats::script::BlockLine;
+using formats::script::Format;
+using formats::script::line_buffer_size;
+using formats::script::script_format;
+using formats::script::ScriptLine;
 
 // What is left of a line for its runner.
 enum class Line {

@@ -8,7 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "script/script_line.h"
+#include "formats/script/line.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
@@ -75,13 +75,13 @@ Snapshot load(const std::string& path) {
   int number = 0;
   while (std::getline(stream, text)) {
     ++number;
-    if (classify(zvg::script::script_format, text.c_str()) != zvg::script::LineKind::registers ||
+    if (classify(zvg::formats::script::script_format, text.c_str()) !=
+            zvg::formats::script::LineKind::registers ||
         text.empty()) {
       continue;
     }
-    zvg::script::ScriptLine line;
-    constexpr int all_fields = 5;
-    if (line.parse(text.c_str()) != all_fields || line.operation != 'C') {
+    zvg::formats::script::ScriptLine line;
+    if (line.parse(text.c_str()) != line.field_count || line.operation != 'C') {
       fail("%s:%d: this is no line of a snapshot: expected ADDRESS VALUE C MASK WIDTH",
            path.c_str(), number);
     }

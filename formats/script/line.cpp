@@ -1,15 +1,14 @@
-#include "script/script_line.h"
+#include "formats/script/line.h"
 
 #include <ctype.h>
 #include <stdio.h>
 #include <string.h>
 
-namespace zvg::script {
+namespace zvg::formats::script {
 
 namespace {
 
 constexpr const char* delay_words[] = {"ssleep", "msleep", "usleep"};
-constexpr size_t delay_word_length = 6;
 constexpr char echo_word[] = "echo";
 constexpr size_t echo_word_length = sizeof echo_word - 1;
 
@@ -55,4 +54,4 @@ int BlockLine::parse(const char* text) {
   return sscanf(text, "%lx %1023s %x %d %x", &address, name, &third, &width, &value);
 }
 
-}  // namespace zvg::script
+}  // namespace zvg::formats::script
