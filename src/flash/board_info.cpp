@@ -1,28 +1,27 @@
-// Board information: a chain of small entries in the flash, among them EDIDs for outputs whose
-// display cannot be asked.
+// Board information in the flash: reading its chain, handing out the EDIDs in it.
 #include <stddef.h>
 #include <stdint.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
-#include "flash/checksum.h"
+#include <optional>
+
+#include "formats/board_info/entry.h"
 #include "util_zvg.h"
 
 namespace {
 
-using zvg::flash::negated_sum;
-using zvg::flash::record_magic;
+using namespace zvg::formats::board_info;
 
-constexpr uint32_t area_begin = 0x70200;
-constexpr uint32_t area_end = 0x80000;
-constexpr uint32_t slot_size = 512;
-// No chain is longer. One that leads back to an entry before would have no end otherwise.
-constexpr int most_entries = (area_end - area_begin) / slot_size;
-constexpr uint32_t header_size = 64;
-constexpr uint16_t edid_type = 0x5044;
-
+// An entry begins with the header's bytes as they are in the flash.
 static_assert(offsetof(board_info_entry, address) == header_size);
+uint8_t* header_bytes(board_info_entry* entry) {
+  return reinterpret_cast<uint8_t*>(entry);
+}
+Header header_of(const board_info_entry& entry) {
+  return parse_header(reinterpret_cast<const uint8_t*>(&entry));
+}
 
 // Whole words: that is what a quad read fills.
 void* allocate(uint32_t bytes) {
@@ -34,10 +33,6 @@ void* allocate(uint32_t bytes) {
 
 bool in_area(uint32_t address) {
   return address >= area_begin && address <= area_end;
-}
-
-bool is_edid_of(const board_info_entry& entry, uint32_t output) {
-  return entry.type == edid_type && entry.id == output && entry.sub_index == 0;
 }
 
 // Frees an entry and its data.
@@ -71,7 +66,7 @@ board_info_entry* find(uint32_t output) {
     if (next == nullptr) break;
     release(entry);
     entry = next;
-    if (is_edid_of(*entry, output)) break;
+    if (header_of(*entry).is_edid_of(output)) break;
   }
   return entry;
 }
@@ -80,12 +75,9 @@ board_info_entry* find(uint32_t output) {
 int add_edid(board_info_entry* header, uint32_t address, uint32_t output, const uint16_t* bytes,
              uint32_t size) {
   memset(header, 0, header_size);
-  header->magic = record_magic;
-  header->type = edid_type;
-  header->id = static_cast<uint16_t>(output);
-  header->data_offset = header_size;
-  header->data_size = static_cast<uint16_t>(size);
-  header->checksum = negated_sum(bytes, size / 2);
+  put_header(edid_header(static_cast<uint16_t>(output), reinterpret_cast<const uint8_t*>(bytes),
+                         static_cast<uint16_t>(size)),
+             header_bytes(header));
   return write_slot(address, header_size, *header, bytes, size);
 }
 
@@ -102,30 +94,29 @@ int append_edid(board_info_entry* last, uint32_t output, const uint16_t* bytes, 
 
 // In the place of the one that the output has.
 int change_edid(board_info_entry* entry, const uint16_t* bytes, uint32_t size) {
-  entry->checksum = negated_sum(bytes, size / 2);  // the size stays what it was
+  entry->checksum =
+      negated_sum(reinterpret_cast<const uint8_t*>(bytes), size / 2);  // the size stays what it was
   return write_slot(entry->address, slot_size, *entry, bytes, size);
 }
 
 }  // namespace
 
 struct board_info_entry* board_info_image_next(const struct board_info_entry* previous) {
-  uint32_t address = area_begin;
-  if (previous != nullptr) {
-    if (previous->next == 0) return nullptr;
-    address += previous->next;
-  }
+  const std::optional<uint32_t> address =
+      previous == nullptr ? area_begin : header_of(*previous).next_address();
+  if (!address) return nullptr;
   auto* const entry = static_cast<board_info_entry*>(allocate(sizeof(board_info_entry)));
   if (entry == nullptr) {
     puts("Failed to malloc header.");
     return nullptr;
   }
-  if (zvgSpiReadBuffer(reinterpret_cast<uint32_t*>(entry), address, header_size) != 0 ||
-      entry->magic != record_magic) {
+  if (zvgSpiReadBuffer(reinterpret_cast<uint32_t*>(entry), *address, header_size) != 0 ||
+      !header_of(*entry).is_entry()) {
     free(entry);
     return nullptr;
   }
   const uint32_t size = entry->data_size;
-  entry->address = address;
+  entry->address = *address;
   // With a word to spare: an odd size is summed up one byte further.
   entry->data = static_cast<uint8_t*>(allocate(size + 4));
   if (entry->data == nullptr) {
@@ -134,8 +125,8 @@ struct board_info_entry* board_info_image_next(const struct board_info_entry* pr
     return nullptr;
   }
   auto* const words = reinterpret_cast<uint32_t*>(entry->data);
-  if (zvgSpiReadBuffer(words, address + entry->data_offset, static_cast<int>(size)) != 0 ||
-      entry->checksum != negated_sum(entry->data, (size + 1) / 2)) {
+  if (zvgSpiReadBuffer(words, *address + entry->data_offset, static_cast<int>(size)) != 0 ||
+      !header_of(*entry).matches(entry->data)) {
     release(entry);
     return nullptr;
   }
@@ -148,7 +139,7 @@ int board_info_image_handle(struct board_info_edid_request* target) {
   for (int i = 0; i < most_entries; ++i) {
     entry = board_info_image_next(entry);
     if (entry == nullptr) break;
-    if (is_edid_of(*entry, target->output) &&
+    if (header_of(*entry).is_edid_of(target->output) &&
         (entry->data_size == 128 || entry->data_size == 256)) {
       memcpy(target->edid, entry->data, entry->data_size);
     }
@@ -157,7 +148,7 @@ int board_info_image_handle(struct board_info_edid_request* target) {
 }
 
 int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t size) {
-  if (size > slot_size - header_size) return -1;
+  if (size > most_slot_data) return -1;
   board_info_entry* entry = find(output);
   int result = -1;
   if (entry == nullptr) {
@@ -168,8 +159,8 @@ int board_info_image_write_edid(uint32_t output, const uint16_t* data, uint32_t 
     }
     result = add_edid(entry, area_begin, output, data, size);
   } else if (in_area(entry->address)) {
-    result = is_edid_of(*entry, output) ? change_edid(entry, data, size)
-                                        : append_edid(entry, output, data, size);
+    result = header_of(*entry).is_edid_of(output) ? change_edid(entry, data, size)
+                                                  : append_edid(entry, output, data, size);
   }
   release(entry);
   return result;

@@ -3,9 +3,10 @@
 #define ZVGCTL_BOARD_INFO_CHAIN_H
 
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <vector>
+
+#include "formats/board_info/entry.h"
 
 namespace zvgctl {
 
@@ -14,12 +15,10 @@ class BoardInfoChain {
   // The sectors that the area lies in.
   static constexpr uint32_t first_sector = 0x70000;
   static constexpr uint32_t sectors_size = 0x10000;
-  // The most that a slot holds.
-  static constexpr size_t most_data = 448;
 
   struct Entry {
     uint32_t address;
-    unsigned type, id, sub_index;
+    zvg::formats::board_info::Header header;
     std::vector<uint8_t> data;
     bool valid;  // its checksum is right; a walk over the flash ends before one that is not
   };
@@ -32,16 +31,13 @@ class BoardInfoChain {
 
   // Stores an EDID for an output: in its entry, or in a new one at the chain's end. Every other
   // entry stays. Throws a Failure when the chain is damaged or full.
-  void set_edid(unsigned output, std::span<const uint8_t> edid);
+  void set_edid(uint16_t output, std::span<const uint8_t> edid);
 
   const std::vector<uint8_t>& bytes() const { return bytes_; }
 
-  static bool is_edid(const Entry& entry);
-
  private:
-  unsigned word(uint32_t address) const;
-  void set_word(uint32_t address, unsigned value);
-  void put_slot(uint32_t address, unsigned output, unsigned next, std::span<const uint8_t> edid);
+  uint8_t* at(uint32_t address) { return bytes_.data() + (address - first_sector); }
+  void put_edid(uint32_t address, uint16_t output, uint16_t next, std::span<const uint8_t> edid);
 
   std::vector<uint8_t> bytes_;
 };

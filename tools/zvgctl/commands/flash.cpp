@@ -233,14 +233,15 @@ void edid_list_command(const Context& context) {
   Json document = Json::array();
   Table table({"ADDRESS", "TYPE", "OUTPUT", "BYTES", "STATE"});
   for (const BoardInfoChain::Entry& entry : chain.entries()) {
-    const bool edid = BoardInfoChain::is_edid(entry);
+    const bool edid = entry.header.is_edid();
     document.push_back({{"address", address_text(entry.address)},
-                        {"type", edid ? "edid" : hex(entry.type, 4)},
-                        {"output", entry.id},
+                        {"type", edid ? "edid" : hex(entry.header.type, 4)},
+                        {"output", entry.header.id},
                         {"size", entry.data.size()},
                         {"valid", entry.valid}});
-    table.row({hex(entry.address, 6), edid ? "edid" : hex(entry.type, 4), std::to_string(entry.id),
-               std::to_string(entry.data.size()), entry.valid ? "valid" : "damaged"});
+    table.row({hex(entry.address, 6), edid ? "edid" : hex(entry.header.type, 4),
+               std::to_string(entry.header.id), std::to_string(entry.data.size()),
+               entry.valid ? "valid" : "damaged"});
   }
   if (context.json) {
     print_json("entries", document);
@@ -251,7 +252,7 @@ void edid_list_command(const Context& context) {
 
 void edid_set_command(const Context& context, const FlashArguments& arguments) {
   constexpr unsigned last_output = 0xFFFF;
-  const auto output = static_cast<unsigned>(parse_number("OUTPUT", arguments.number, last_output));
+  const auto output = static_cast<uint16_t>(parse_number("OUTPUT", arguments.number, last_output));
   const EdidImage image = EdidImage::from_file(arguments.file);
   if (image.blocks() > 2) {
     fail("%s has %zu blocks, and the board keeps one or two", arguments.file.c_str(),
