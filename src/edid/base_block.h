@@ -2,13 +2,12 @@
 #ifndef ZVG_EDID_BASE_BLOCK_H
 #define ZVG_EDID_BASE_BLOCK_H
 
-#include <stdint.h>
+#include "formats/edid/base_block.h"
 
 namespace zvg::edid {
 
-// Prints everything that the 128 bytes of the base block say, from the manufacturer to the last
-// descriptor, and sets edid_revision on the way.
-void print_base_block(const uint8_t* edid);
+// Prints everything that the block says, from the manufacturer to the last descriptor.
+void print_base_block(const formats::edid::BaseBlock& base);
 
 }  // namespace zvg::edid
 

@@ -1,7 +1,6 @@
 #include "edid/cea_data_blocks.h"
 
 #include <stdio.h>
-#include <string.h>
 
 #include "edid/report_text.h"
 #include "edid/video_code.h"
@@ -9,195 +8,156 @@
 namespace zvg::edid {
 namespace {
 
-// Tags (bits 7:5 of the header) and the tags that follow tag 7 in the next byte.
-enum DataBlockTag : uint8_t {
-  tag_audio = 1,
-  tag_video = 2,
-  tag_vendor = 3,
-  tag_speakers = 4,
-  tag_transfer_characteristic = 5,
-  tag_extended = 7,
-};
-constexpr int no_extended_tag = -1;
-enum ExtendedTag : uint8_t {
-  ext_video_capability = 0,
-  ext_vendor_video = 1,
-  ext_colorimetry = 5,
-  ext_hdr_static_metadata = 6,
-  ext_video_format_preference = 13,
-  ext_ycbcr420_video = 14,
-  ext_ycbcr420_capability_map = 15,
-  ext_vendor_audio = 17,
-  ext_infoframe = 32,
-};
+using namespace formats::edid;
 
-// Bytes of the HDMI vendor block behind its physical address; what follows them is a list.
-enum HdmiField {
-  hdmi_deep_color = 6,
-  hdmi_max_tmds_clock = 7,
-  hdmi_presence = 8,
-  hdmi_first_latency = 9,
-  hdmi_last_latency = 12,
-  hdmi_3d = 13,
-  hdmi_list_lengths = 14,
-};
-
-void print_audio(const uint8_t*, int length) {
-  constexpr int audio_descriptor_size = 3;
-  if (length % audio_descriptor_size != 0) {
+void print_audio(const DataBlock& block) {
+  const std::optional<int> count = audio_descriptor_count(block);
+  if (!count) {
     puts("\tSome errors occurred here in the audio data block!");
     return;
   }
-  printf("\tAudio Data Block lenth:%d\n", length);
-  printf("\tCEA short Audio Descriptor count:%d\n", length / audio_descriptor_size);
+  printf("\tAudio Data Block lenth:%d\n", block.length);
+  printf("\tCEA short Audio Descriptor count:%d\n", *count);
 }
 
-void print_video(const uint8_t* block, int length) {
-  printf("Video Data Block Count:%d\n", length);
-  for (int i = 1; i <= length; ++i) {
-    printf("\t*%d", i);
-    print_video_code(block[i]);
+void print_video(const DataBlock& block) {
+  printf("Video Data Block Count:%d\n", block.length);
+  int number = 0;
+  for (const uint8_t code : block.payload()) {
+    printf("\t*%d", ++number);
+    print_video_code(code);
   }
 }
 
-void print_hdmi_deep_color(uint8_t byte) {
-  constexpr FlagLine lines[] = {
-      {0x80, "\tsupports_AI :\tsupported", "\tsupports_AI :\tnot-supported"},
-      {0x40, "\tDC_48bit : \tsupported", "\tDC_48bit : \tnot-supported"},
-      {0x20, "\tDC_36bit : \tsupported", "\tDC_36bit : \tnot-supported"},
-      {0x10, "\tDC_30bit : \tsupported", "\tDC_30bit : \tnot-supported"},
-      {0x08, "\tDC_YC444 : \tsupported", "\tDC_YC444 : \tnot-supported"},
-      {0x01, "\tDVI_Dual : \tsupported", "\tDVI_Dual : \tnot-supported"},
-  };
-  print_flag_lines(byte, lines);
+void print_deep_color(const HdmiDeepColor& color) {
+  print_flag_lines({
+      {color.supports_ai, "\tsupports_AI :\tsupported", "\tsupports_AI :\tnot-supported"},
+      {color.bits_48, "\tDC_48bit : \tsupported", "\tDC_48bit : \tnot-supported"},
+      {color.bits_36, "\tDC_36bit : \tsupported", "\tDC_36bit : \tnot-supported"},
+      {color.bits_30, "\tDC_30bit : \tsupported", "\tDC_30bit : \tnot-supported"},
+      {color.ycbcr_444, "\tDC_YC444 : \tsupported", "\tDC_YC444 : \tnot-supported"},
+      {color.dvi_dual, "\tDVI_Dual : \tsupported", "\tDVI_Dual : \tnot-supported"},
+  });
 }
 
-void print_hdmi_extension_field(int index, uint8_t value) {
-  constexpr int tmds_clock_unit_mhz = 5;
-  if (index == hdmi_deep_color) {
-    print_hdmi_deep_color(value);
-  } else if (index == hdmi_max_tmds_clock) {
-    printf("\tMax TMDS Clock: %dMHz\n", value * tmds_clock_unit_mhz);
-  } else if (index == hdmi_presence) {
-    printf("\tHere is some info in byte:%d,value:%x\n", index, value);
-  } else if (index >= hdmi_first_latency && index <= hdmi_last_latency) {
-    printf("\tHere is some info about Latency in byte:%d,value :%x\n", index, value);
-  } else if (index == hdmi_3d) {
-    printf("\tHere is some info about 3d,value :%x\n", value);
-  } else if (index == hdmi_list_lengths) {
-    printf("\tHDMI_VIC_LEN:%d\tHDMI_3D_LEN:%d\n", value >> 5, value & 0x1F);
-  } else {
+// The extension fields, as far as the block is long.
+void print_hdmi_extension(const HdmiBlock& hdmi) {
+  constexpr int presence_byte = 8;  // the latencies follow
+  if (!hdmi.deep_color) return;
+  puts("\tSupport extension fields");
+  print_deep_color(*hdmi.deep_color);
+  if (hdmi.max_tmds_clock_mhz) printf("\tMax TMDS Clock: %dMHz\n", *hdmi.max_tmds_clock_mhz);
+  int byte = presence_byte;
+  if (hdmi.presence) printf("\tHere is some info in byte:%d,value:%x\n", byte, *hdmi.presence);
+  for (const uint8_t latency : hdmi.latencies) {
+    printf("\tHere is some info about Latency in byte:%d,value :%x\n", ++byte, latency);
+  }
+  if (hdmi.three_d) printf("\tHere is some info about 3d,value :%x\n", *hdmi.three_d);
+  if (hdmi.list_lengths) {
+    printf("\tHDMI_VIC_LEN:%d\tHDMI_3D_LEN:%d\n", *hdmi.list_lengths >> 5,
+           *hdmi.list_lengths & 0x1F);
+  }
+  for (size_t i = 0; i < hdmi.lists.size(); ++i) {
     puts("\tHere is some info about HDMI_VIC_4k or HDMI_3D");
   }
 }
 
-void print_vendor(const uint8_t* block, int length) {
-  constexpr uint8_t hdmi_identifier[3] = {0x03, 0x0C, 0x00};
-  if (memcmp(block + 1, hdmi_identifier, sizeof hdmi_identifier) != 0) {
-    printf("\tIEEE Registration Identifier:%x%x%x\n", block[3], block[2], block[1]);
+void print_vendor(const DataBlock& block) {
+  const uint32_t identifier = vendor_identifier(block);
+  if (identifier != hdmi_identifier) {
+    printf("\tIEEE Registration Identifier:%x%x%x\n", identifier >> 16, identifier >> 8 & 0xFF,
+           identifier & 0xFF);
     return;
   }
-  printf("\tSource Physical Address: A:%d B:%d C:%d D:%d\n", block[4] >> 4, block[4] & 0x0F,
-         block[5] >> 4, block[5] & 0x0F);
-  if (length < hdmi_deep_color) return;
-  puts("\tSupport extension fields");
-  for (int i = hdmi_deep_color; i <= length; ++i) print_hdmi_extension_field(i, block[i]);
+  const HdmiBlock hdmi = parse_hdmi_block(block);
+  const auto& [a, b, c, d] = hdmi.physical_address;
+  printf("\tSource Physical Address: A:%d B:%d C:%d D:%d\n", a, b, c, d);
+  print_hdmi_extension(hdmi);
 }
 
-void print_colorimetry(const uint8_t* block, int) {
-  constexpr FlagWord words[] = {
-      {0x80, "xvYCC601\t"}, {0x40, "xvYCC709\t"},  {0x20, "sYCC601\t"},   {0x10, "AdobeYCC601\t"},
-      {0x08, "AdobeRGB\t"}, {0x04, "BT2020RBG\t"}, {0x02, "BT2020YCC\t"}, {0x01, "BT2020cYCC\t"},
-  };
+void print_colorimetry(const DataBlock& block) {
   constexpr uint8_t metadata_limit = 16;
+  const Colorimetry supports = parse_colorimetry(block);
   fputs("\tColorimetry Supports:", stdout);
-  print_flag_words(block[2], words);
-  if (block[3] < metadata_limit) printf("\nMD3_MD2_MD1_MD0:%x\n", block[3]);
+  print_flag_words({
+      {supports.xvycc_601, "xvYCC601\t"},
+      {supports.xvycc_709, "xvYCC709\t"},
+      {supports.sycc_601, "sYCC601\t"},
+      {supports.adobe_ycc_601, "AdobeYCC601\t"},
+      {supports.adobe_rgb, "AdobeRGB\t"},
+      {supports.bt2020_rgb, "BT2020RBG\t"},
+      {supports.bt2020_ycc, "BT2020YCC\t"},
+      {supports.bt2020_cycc, "BT2020cYCC\t"},
+  });
+  if (supports.metadata < metadata_limit) printf("\nMD3_MD2_MD1_MD0:%x\n", supports.metadata);
 }
 
-void print_video_capability(const uint8_t* block, int) {
-  constexpr uint8_t s_pt = 0x30;
-  constexpr uint8_t s_it = 0x0C;
-  constexpr FlagLine quantization[] = {
-      {0x80, "\tQY:Selectable (via AVI YQ)", nullptr},
-      {0x40, "\tQS:Selectable (via AVI Q)", nullptr},
-  };
+void print_video_capability_block(const DataBlock& block) {
   const auto print_scan = [](const char* label) {
     printf("\t%s:Supports both over-and underscan\n", label);
     printf("\t%s:Always Underscanned\n", label);
   };
   // The flags are taken from the byte behind the two-byte payload, deliberately.
-  const uint8_t flags = block[3];
-  print_flag_lines(flags, quantization);
-  if (flags & s_pt) print_scan("S_PT");
-  if (flags & s_it) print_scan("S_IT");
+  const VideoCapability capability = parse_video_capability(block.bytes[3]);
+  print_flag_lines({
+      {capability.ycc_quantization_selectable, "\tQY:Selectable (via AVI YQ)", nullptr},
+      {capability.rgb_quantization_selectable, "\tQS:Selectable (via AVI Q)", nullptr},
+  });
+  if (capability.preferred_scan != 0) print_scan("S_PT");
+  if (capability.it_scan != 0) print_scan("S_IT");
   // The CE lines hang on the PT bits, not on bits of their own.
-  if (flags & s_pt) print_scan("S_CE");
+  if (capability.preferred_scan != 0) print_scan("S_CE");
 }
 
-void print_ycbcr420_video(const uint8_t* block, int length) {
-  for (int i = 2; i <= length; ++i) print_video_code(block[i]);
+void print_ycbcr420_video(const DataBlock& block) {
+  for (const uint8_t code : block.payload()) print_video_code(code);
 }
 
-void print_ycbcr420_capability_map(const uint8_t* block, int length) {
+void print_ycbcr420_capability_map(const DataBlock& block) {
   constexpr int max_positions = 50;
   int printed = 0;
-  for (int position = 0; position < 8 * (length - 1); ++position) {
-    if (!((block[2 + position / 8] >> (position % 8)) & 1)) continue;
+  for (int position = 0; position < ycbcr420_map_size(block); ++position) {
+    if (!in_ycbcr420_map(block, position)) continue;
     if (printed++ == max_positions) return;
     printf("\tThe no.%d VDB supports YCBCR420\n", position + 1);
   }
 }
 
-// A kind of data block: the first row that fits a block prints it.
 struct Kind {
-  uint8_t tag;
-  int extended_tag;
-  int min_length;
-  int max_length;
+  DataBlockKind kind;
   const char* title;
-  void (*print)(const uint8_t* block, int length);  // null: the title's line tells the length
+  void (*print)(const DataBlock& block);  // null: the title's line tells the length
 };
 
-constexpr int any = data_block_length_mask;  // as a maximum
-
+using enum DataBlockKind;
 constexpr Kind kinds[] = {
-    {tag_audio, no_extended_tag, 0, any, "Audio Data Block", print_audio},
-    {tag_video, no_extended_tag, 0, any, "Video Data Block", print_video},
-    {tag_vendor, no_extended_tag, 0, any, "HDMI Vendor Specific Data Block", print_vendor},
-    {tag_speakers, no_extended_tag, 0, any, "Speaker Allocation Data Block", nullptr},
-    {tag_transfer_characteristic, no_extended_tag, 0, any,
-     "VESA Display Transfer Characteristic Data Block", nullptr},
-    {tag_extended, ext_colorimetry, 3, 3, "Colorimetry Data Block", print_colorimetry},
-    {tag_extended, ext_video_capability, 2, 2, "cea_ext_Video Capability Data Block",
-     print_video_capability},
-    {tag_extended, ext_vendor_video, 5, any, "Vendor-Specific Video Data Block", nullptr},
-    {tag_extended, ext_vendor_audio, 5, any, "Vendor-Specific Audio Data Block", nullptr},
-    {tag_extended, ext_infoframe, 8, any, "InfoFrame Data Block", nullptr},
-    {tag_extended, ext_ycbcr420_video, 1, any, "The SVDs that only support YCBCR420",
-     print_ycbcr420_video},
-    {tag_extended, ext_ycbcr420_capability_map, 1, any, "YCBCR420 Capability Map Data Block",
-     print_ycbcr420_capability_map},
-    {tag_extended, ext_video_format_preference, 1, any, "Video Format Preference Data Block",
-     nullptr},
-    {tag_extended, ext_hdr_static_metadata, 1, any, "HDR Static Metadata Data Block", nullptr},
+    {audio, "Audio Data Block", print_audio},
+    {video, "Video Data Block", print_video},
+    {vendor, "HDMI Vendor Specific Data Block", print_vendor},
+    {speakers, "Speaker Allocation Data Block", nullptr},
+    {transfer_characteristic, "VESA Display Transfer Characteristic Data Block", nullptr},
+    {colorimetry, "Colorimetry Data Block", print_colorimetry},
+    {video_capability, "cea_ext_Video Capability Data Block", print_video_capability_block},
+    {vendor_video, "Vendor-Specific Video Data Block", nullptr},
+    {vendor_audio, "Vendor-Specific Audio Data Block", nullptr},
+    {infoframe, "InfoFrame Data Block", nullptr},
+    {ycbcr420_video, "The SVDs that only support YCBCR420", print_ycbcr420_video},
+    {ycbcr420_capability_map, "YCBCR420 Capability Map Data Block", print_ycbcr420_capability_map},
+    {video_format_preference, "Video Format Preference Data Block", nullptr},
+    {hdr_static_metadata, "HDR Static Metadata Data Block", nullptr},
 };
 
 }  // namespace
 
-void print_data_block(const uint8_t* block) {
-  const int tag = block[0] >> 5;
-  const int length = block[0] & data_block_length_mask;
+void print_data_block(const DataBlock& block) {
   for (const Kind& kind : kinds) {
-    if (kind.tag != tag || length < kind.min_length || length > kind.max_length) continue;
-    if (kind.extended_tag != no_extended_tag && kind.extended_tag != block[1]) continue;
+    if (kind.kind != block.kind) continue;
     if (kind.print == nullptr) {
-      printf("%s\tlenth:%d\n", kind.title, length);
+      printf("%s\tlenth:%d\n", kind.title, block.length);
     } else {
       puts(kind.title);
-      kind.print(block, length);
+      kind.print(block);
     }
-    return;
   }
 }
 

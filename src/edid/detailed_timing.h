@@ -1,14 +1,13 @@
-// Detailed timing descriptors.
+// The report on detailed timing descriptors.
 #ifndef ZVG_EDID_DETAILED_TIMING_H
 #define ZVG_EDID_DETAILED_TIMING_H
 
-#include <stdint.h>
+#include "formats/edid/detailed_timing.h"
 
 namespace zvg::edid {
 
-// Decodes an 18-byte descriptor whose pixel clock is not 0 and prints its mode, or why there is
-// none.
-void print_detailed_timing(const uint8_t* descriptor);
+// Prints the timing's mode, or why there is none.
+void print_detailed_timing(const formats::edid::DetailedTiming& timing);
 
 }  // namespace zvg::edid
 

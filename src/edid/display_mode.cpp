@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "formats/edid/mode.h"
 #include "util_zvg.h"
 
 // The record crosses the boundary: its layout is fixed.
@@ -35,10 +36,9 @@ ZVG_API int zvg_mode_vrefresh(const zvg_display_mode* mode) {
   if (mode->vrefresh > 0) return mode->vrefresh;
   if (mode->htotal < 1 || mode->vtotal < 1) return 0;
 
-  const uint32_t htotal = static_cast<uint32_t>(mode->htotal);
-  const uint32_t vtotal = static_cast<uint32_t>(mode->vtotal);
-  // Half of vtotal rounds to the nearest Hz.
-  uint32_t rate = (static_cast<uint32_t>(mode->clock) * 1000 / htotal + vtotal / 2) / vtotal;
+  uint32_t rate = zvg::formats::edid::frame_rate(static_cast<uint32_t>(mode->clock),
+                                                 static_cast<uint32_t>(mode->htotal),
+                                                 static_cast<uint32_t>(mode->vtotal));
   if (mode->flags & ZVG_FLAG_INTERLACED) rate *= 2;
   if (mode->flags & ZVG_FLAG_DOUBLE_SCAN) rate /= 2;
   if (mode->vscan > 1) rate /= static_cast<uint32_t>(mode->vscan);

@@ -1,13 +1,13 @@
-// The display range limits descriptor (tag 0xFD) with its GTF and CVT variants.
+// The report on the display range limits descriptor.
 #ifndef ZVG_EDID_RANGE_LIMITS_H
 #define ZVG_EDID_RANGE_LIMITS_H
 
-#include <stdint.h>
+#include "formats/edid/range_limits.h"
 
 namespace zvg::edid {
 
-// Prints the 18-byte descriptor. Reads edid_revision.
-void print_range_limits(const uint8_t* descriptor);
+// revision: of the EDID; before 4 there is nothing behind the limits themselves.
+void print_range_limits(const formats::edid::RangeLimits& limits, int revision);
 
 }  // namespace zvg::edid
 

@@ -5,22 +5,19 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <span>
+
 #include "edid/base_block.h"
 #include "edid/cea_extension.h"
-#include "edid/layout.h"
 #include "edid/report_text.h"
-#include "edid/revision.h"
+#include "edid/store.h"
 #include "util_zvg.h"
 
 namespace zvg::edid {
 
-int32_t edid_revision;
-
 namespace {
 
-// The image is followed by zeros for the fields that a broken length or offset puts behind it.
-constexpr size_t image_size = 512;
-static_assert(block_size + cea_reach <= image_size);
+using namespace formats::edid;
 
 constexpr char banner_rule[] = "************************************************************";
 
@@ -45,18 +42,18 @@ void print_base(const uint8_t* edid) {
   puts("*                     BASE BLOCK                           *");
   puts(banner_rule);
   zvg_edid_block_is_valid(edid, 0);  // faults are only reported, the bytes are decoded all the same
-  print_base_block(edid);
+  print_base_block(parse_base_block(edid));
 }
 
 void print_extension(const uint8_t* edid) {
   constexpr int number = 1;
-  const uint8_t* const block = edid + number * block_size;
+  const std::span<const uint8_t> block(edid + number * block_size, block_size);
   puts(banner_rule);
   printf("*                     BLOCK %02d                             *\n", number);
   puts(banner_rule);
   zvg_edid_block_is_valid(edid, number);
-  if (block[0] == cea_tag) {
-    print_cea_extension(block);
+  if (ExtensionTag{block[0]} == ExtensionTag::cea861) {
+    print_cea_extension(parse_cea_extension(block), parse_identification(edid).revision);
   } else {
     printf(EDID_WARNING("Extension block tag 0x%02x is not CEA-861."), block[0]);
   }
@@ -70,15 +67,14 @@ extern "C" ZVG_API int do_edid_parse(const char* path) {
   using namespace zvg::edid;
   constexpr int decodable_extensions = 1;  // of more than one none is decoded
 
-  edid_revision = 0;
-  uint8_t edid[image_size] = {};
+  uint8_t edid[edid_size] = {};
   if (path == nullptr) {
-    memcpy(edid, g_last_edid, edid_size);
+    memcpy(edid, stored_edid(), edid_size);
   } else if (!read_file(path, edid)) {
     return 0;
   }
   edid_print_helper(edid, edid_size, 0);
   print_base(edid);
-  if (edid[base::extension_count] == decodable_extensions) print_extension(edid);
+  if (parse_extension_count(edid) == decodable_extensions) print_extension(edid);
   return 0;
 }

@@ -3,7 +3,6 @@
 #define ZVG_EDID_REPORT_TEXT_H
 
 #include <stddef.h>
-#include <stdint.h>
 #include <stdio.h>
 
 // The newline stands before the escape that ends the colour, so what follows starts a line.
@@ -12,31 +11,31 @@
 
 namespace zvg::edid {
 
-// One line of the report for one bit of a byte.
+// One line of the report for one flag.
 struct FlagLine {
-  uint8_t mask;
+  bool flag;
   const char* set;
   const char* clear;  // null: nothing is printed
 };
 
 template <size_t n>
-void print_flag_lines(uint8_t flags, const FlagLine (&lines)[n]) {
+void print_flag_lines(const FlagLine (&lines)[n]) {
   for (const FlagLine& line : lines) {
-    const char* const text = (flags & line.mask) ? line.set : line.clear;
+    const char* const text = line.flag ? line.set : line.clear;
     if (text != nullptr) puts(text);
   }
 }
 
 // One word on a line that others share.
 struct FlagWord {
-  uint8_t mask;
+  bool flag;
   const char* word;
 };
 
 template <size_t n>
-void print_flag_words(uint8_t flags, const FlagWord (&words)[n]) {
+void print_flag_words(const FlagWord (&words)[n]) {
   for (const FlagWord& word : words) {
-    if (flags & word.mask) fputs(word.word, stdout);
+    if (word.flag) fputs(word.word, stdout);
   }
 }
 

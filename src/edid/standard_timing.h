@@ -1,14 +1,20 @@
-// Standard timings: a mode in two bytes.
+// Standard timings, of the base block and of a descriptor.
 #ifndef ZVG_EDID_STANDARD_TIMING_H
 #define ZVG_EDID_STANDARD_TIMING_H
 
-#include <stdint.h>
+#include <stdio.h>
+
+#include <optional>
+
+#include "formats/edid/standard_timing.h"
 
 namespace zvg::edid {
 
-// Prints the mode that the pair stands for. revision: of the EDID; it decides the first aspect.
-// Returns 0, or -1 without a line when the pair is one of the fillers of unused entries.
-int print_standard_timing(uint8_t b0, uint8_t b1, int32_t revision);
+// Returns whether there was one to print.
+inline bool print_standard_timing(const std::optional<formats::edid::StandardTiming>& timing) {
+  if (timing) printf("\t%dx%d@%dHz\n", timing->width, timing->height, timing->refresh_hz);
+  return timing.has_value();
+}
 
 }  // namespace zvg::edid
 

@@ -3,7 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "edid/layout.h"
+#include "edid/store.h"
 #include "util_zvg.h"
 
 namespace zvg::edid {
@@ -23,9 +23,14 @@ void print_rule(int width) {
   putchar('\n');
 }
 
+}  // namespace
+
 static_assert(sizeof last_edid == edid_size);
 
-}  // namespace
+const uint8_t* stored_edid() {
+  return g_last_edid;
+}
+
 }  // namespace zvg::edid
 
 extern "C" {

@@ -1,13 +1,15 @@
-// The 18-byte blocks of both the base block and the CEA extension.
+// The report on the 18-byte blocks of both the base block and the CEA extension.
 #ifndef ZVG_EDID_TIMING_BLOCK_H
 #define ZVG_EDID_TIMING_BLOCK_H
 
-#include <stdint.h>
+#include <stddef.h>
+
+#include "formats/edid/timing_block.h"
 
 namespace zvg::edid {
 
-// Prints count blocks, numbered from 0, each as a detailed timing or as a display descriptor.
-void print_timing_blocks(const uint8_t* first, int count);
+// number: of the block in its list, from 0 on. revision: of the EDID.
+void print_timing_block(size_t number, const formats::edid::TimingBlock& block, int revision);
 
 }  // namespace zvg::edid
 

@@ -1,8 +1,14 @@
 // 10-bit chromaticity codes.
-#ifndef ZVG_EDID_CHROMATICITY_H
-#define ZVG_EDID_CHROMATICITY_H
+#ifndef ZVG_FORMATS_EDID_CHROMATICITY_H
+#define ZVG_FORMATS_EDID_CHROMATICITY_H
 
-namespace zvg::edid {
+namespace zvg::formats::edid {
+
+// A point in the CIE diagram.
+struct ChromaPoint {
+  int x;  // code, 0 to 1023
+  int y;
+};
 
 // The coordinate, 0 to below 1, that a 10-bit code stands for.
 constexpr float chroma_value(int code) {
@@ -16,6 +22,6 @@ constexpr float rounded_chroma_value(int code) {
   return static_cast<float>(static_cast<int>(chroma_value(code) * 1000.0f + 0.5f)) / 1000.0f;
 }
 
-}  // namespace zvg::edid
+}  // namespace zvg::formats::edid
 
-#endif  // ZVG_EDID_CHROMATICITY_H
+#endif  // ZVG_FORMATS_EDID_CHROMATICITY_H
