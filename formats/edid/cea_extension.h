@@ -45,10 +45,11 @@ class CeaExtension {
 // reads as zeros when a broken offset or length leads there.
 CeaExtension parse_cea_extension(std::span<const uint8_t> bytes);
 
-// Walks the data blocks of an extension.
+// Walks the data blocks of an extension, which must stay while they are used.
 class DataBlocks {
  public:
   explicit DataBlocks(const CeaExtension& extension) : extension_(extension) {}
+  explicit DataBlocks(const CeaExtension&&) = delete;
 
   // None at the end, and from a block on that does not fit before the detailed timings.
   std::optional<DataBlock> next();
