@@ -6,11 +6,11 @@ namespace zvg {
 
 void Eye::add(std::span<const uint32_t, columns> values) {
   for (int column = 0; column < columns; ++column) {
-    const int row = static_cast<int>(values[static_cast<size_t>(column)] & 0xFF);
-    if (row >= rows) continue;
-    ++counts_[index(column, row)];
-    lowest_ = std::min(lowest_, row);
-    highest_ = std::max(highest_, row);
+    const auto row = zvg::formats::training::voltage_step(values[static_cast<size_t>(column)]);
+    if (!row) continue;
+    ++counts_[index(column, *row)];
+    lowest_ = std::min<int>(lowest_, *row);
+    highest_ = std::max<int>(highest_, *row);
   }
 }
 

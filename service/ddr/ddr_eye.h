@@ -9,12 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "formats/training/message.h"
+
 namespace zvg {
 
 class Eye {
  public:
-  static constexpr int columns = 31;  // delay steps
-  static constexpr int rows = 128;    // voltage steps
+  static constexpr int columns = zvg::formats::training::eye_columns;  // delay steps
+  static constexpr int rows = zvg::formats::training::eye_rows;        // voltage steps
   static constexpr int middle = columns / 2;
 
   // One row of a scan: the voltage step that each delay step's edge was found at; from 128 on none.

@@ -2,6 +2,10 @@
 
 #include <util_zvg.h>
 
+#include <array>
+
+#include "formats/training/message.h"
+#include "formats/training/printed_message.h"
 #include "service/board/error.h"
 #include "service/seam/library_messages.h"
 #include "service/seam/transport.h"
@@ -11,12 +15,9 @@ namespace zvg {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace zvg::formats::training;
 
-// Messages of the 2D catalogue that eyes come from.
-constexpr uint32_t eye_row_id = 0x14001F;
-constexpr uint32_t read_scan_ids[] = {0x210004, 0x250004};
-constexpr uint32_t write_scan_ids[] = {0x1E0004, 0x280004};
+using Clock = std::chrono::steady_clock;
 
 // What the library prints last before its text grids.
 constexpr char state_line[] = "set_2d_eye: read_write_f:";
@@ -56,26 +57,28 @@ class Ending : public seam::Forwarding {
   const Work& work_;
 };
 
-PrintedMessage printed(uint32_t id) {
-  const zvg_ddr_message* const record = find_message(ddr_catalogues().front(), id);
-  if (record == nullptr) {
+// The formats of those messages that the catalogue of 2D training has.
+template <size_t count>
+std::vector<std::string_view> formats_of(const uint32_t (&ids)[count]) {
+  std::vector<std::string_view> formats;
+  for (const uint32_t id : ids) {
+    const zvg_ddr_message* const record = find_message(ddr_catalogues().front(), id);
+    if (record != nullptr) formats.push_back(record->format);
+  }
+  if (formats.empty()) {
     throw_error(ErrorKind::unsupported,
                 "the library's catalogue of 2D training has no message 0x%08x, which eyes need",
-                id);
+                ids[0]);
   }
-  return PrintedMessage(record->format);
+  return formats;
 }
 
-template <size_t count>
-std::vector<PrintedMessage> printed(const uint32_t (&ids)[count]) {
-  std::vector<PrintedMessage> messages;
-  for (const uint32_t id : ids) messages.push_back(printed(id));
-  return messages;
-}
+using Arguments = std::array<uint32_t, most_arguments>;
 
-bool matches(const std::vector<PrintedMessage>& messages, const std::string& line) {
-  for (const PrintedMessage& message : messages) {
-    if (message.match(line)) return true;
+bool matches(const std::vector<std::string_view>& formats, const std::string& line) {
+  Arguments arguments;
+  for (const std::string_view format : formats) {
+    if (read_printed(format, line, arguments)) return true;
   }
   return false;
 }
@@ -84,9 +87,9 @@ bool matches(const std::vector<PrintedMessage>& messages, const std::string& lin
 
 DdrListener::DdrListener(unsigned channel, int type)
     : type_(type),
-      eye_row_(printed(eye_row_id)),
-      read_scans_(printed(read_scan_ids)),
-      write_scans_(printed(write_scan_ids)) {
+      eye_row_(formats_of({eye_row_id}).front()),
+      read_scans_(formats_of(read_scan_ids)),
+      write_scans_(formats_of(write_scan_ids)) {
   eyes_.channel = channel;
 }
 
@@ -113,8 +116,9 @@ void DdrListener::notice(const std::string& line) {
   if (line.starts_with(state_line)) eyes_.complete = true;
   if (matches(read_scans_, line)) reading_ = true;
   if (matches(write_scans_, line)) reading_ = false;
-  if (const auto values = eye_row_.match(line); values && values->size() == Eye::columns) {
-    (reading_ ? eyes_.read : eyes_.write).add(std::span<const uint32_t, Eye::columns>(*values));
+  Arguments values;
+  if (read_printed(eye_row_, line, values) == Eye::columns) {
+    (reading_ ? eyes_.read : eyes_.write).add(std::span(values).first<Eye::columns>());
   }
 }
 

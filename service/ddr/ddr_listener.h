@@ -3,6 +3,8 @@
 #define ZVG_SERVICE_DDR_DDR_LISTENER_H
 
 #include <chrono>
+#include <string_view>
+#include <vector>
 
 #include "service/ddr/ddr_eye.h"
 #include "service/ddr/ddr_message.h"
@@ -33,9 +35,10 @@ class DdrListener {
   void notice(const std::string& line);
 
   const int type_;
-  const PrintedMessage eye_row_;
-  const std::vector<PrintedMessage> read_scans_;
-  const std::vector<PrintedMessage> write_scans_;
+  // Formats of messages, in the library's catalogue.
+  const std::string_view eye_row_;
+  const std::vector<std::string_view> read_scans_;
+  const std::vector<std::string_view> write_scans_;
 
   ChannelEyes eyes_;
   bool reading_ = false;

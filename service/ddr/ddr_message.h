@@ -1,15 +1,11 @@
-// The messages of the DDR training firmware, as the library has and prints them.
+// The catalogues of the DDR training firmware's messages.
 #ifndef ZVG_SERVICE_DDR_DDR_MESSAGE_H
 #define ZVG_SERVICE_DDR_DDR_MESSAGE_H
 
 #include <util_zvg.h>
 
 #include <cstdint>
-#include <optional>
 #include <span>
-#include <string>
-#include <string_view>
-#include <vector>
 
 namespace zvg {
 
@@ -24,24 +20,6 @@ std::span<const DdrCatalogue> ddr_catalogues();
 
 // The record of an identifier; null when the catalogue has none.
 const zvg_ddr_message* find_message(const DdrCatalogue& catalogue, uint32_t id);
-
-// Reads a message's arguments back from a line that was printed with its format.
-class PrintedMessage {
- public:
-  explicit PrintedMessage(std::string_view format);
-
-  // The arguments, when the line ends with the message; something else may stand in front of it.
-  std::optional<std::vector<uint32_t>> match(std::string_view line) const;
-
- private:
-  struct Number {
-    bool hexadecimal;
-    std::string behind;  // the text up to the next number
-  };
-
-  std::string begin_;
-  std::vector<Number> numbers_;
-};
 
 }  // namespace zvg
 

@@ -9,15 +9,16 @@ namespace zvg::ddr {
 
 namespace {
 
-constexpr unsigned columns = 31;
-constexpr unsigned rows = 128;  // a value from here on is none
+using formats::training::eye_columns;
+using formats::training::eye_rows;
+using formats::training::Scan;
 
 constexpr useconds_t row_pause_us = 100'000;
 constexpr unsigned grid_pause_s = 1;
 
 // How often the scans met each row in each column, modulo 256.
 struct Grid {
-  uint8_t count[columns][rows];
+  uint8_t count[eye_columns][eye_rows];
   uint8_t highest;  // the highest row that was met
 };
 
@@ -31,7 +32,7 @@ struct {
 void print(const char* title, const Grid& grid) {
   puts(title);
   for (int row = grid.highest; row >= 0; --row) {
-    for (unsigned column = 0; column < columns; ++column) {
+    for (int column = 0; column < eye_columns; ++column) {
       printf(column == 0 ? "%3d" : " %3d", grid.count[column][row]);
     }
     putchar('\n');
@@ -58,12 +59,12 @@ void report_eyes() {
 using namespace zvg::ddr;
 
 void set_2d_eye(const uint32_t* values) {
-  Grid& grid = g_eyes.scan == Scan::read ? g_eyes.read : g_eyes.write;
-  for (unsigned column = 0; column < columns; ++column) {
-    const auto row = static_cast<uint8_t>(values[column]);
-    if (row >= rows) continue;
-    ++grid.count[column][row];
-    if (row > grid.highest) grid.highest = row;
+  Grid& grid = g_eyes.scan == zvg::formats::training::Scan::read ? g_eyes.read : g_eyes.write;
+  for (int column = 0; column < zvg::formats::training::eye_columns; ++column) {
+    const auto row = zvg::formats::training::voltage_step(values[column]);
+    if (!row) continue;
+    ++grid.count[column][*row];
+    if (*row > grid.highest) grid.highest = *row;
   }
 }
 

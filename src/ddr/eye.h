@@ -2,14 +2,12 @@
 #ifndef ZVG_DDR_EYE_H
 #define ZVG_DDR_EYE_H
 
-#include <stdint.h>
+#include "formats/training/message.h"
 
 namespace zvg::ddr {
 
-enum class Scan : uint16_t { write = 0, read = 1 };
-
 // Tells which eye the rows that follow belong to.
-void begin_scan(Scan scan);
+void begin_scan(formats::training::Scan scan);
 
 // Prints the state of both eyes, and the eyes themselves when there is anything in them.
 void report_eyes();

@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "formats/training/message.h"
 #include "util_zvg.h"
 
 namespace {
@@ -134,7 +135,7 @@ class Table {
                  text.data());
       }
     }
-    const unsigned expected = record.id & 0xFF;
+    const unsigned expected = zvg::formats::training::argument_count(record.id);
     if (conversions != expected) {
       complain("the format has %u conversions, the identifier says %u", conversions, expected);
     }

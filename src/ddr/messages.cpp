@@ -3,14 +3,20 @@
 #include <stdio.h>
 
 #include <iterator>
+#include <span>
 #include <utility>
 
 #include "ddr/catalogues.h"
+#include "formats/training/catalogue.h"
+#include "formats/training/message.h"
 #include "util_zvg.h"
 
 namespace zvg::ddr {
 
 namespace {
+
+using formats::training::look_up;
+using formats::training::Lookup;
 
 struct Catalogue {
   const zvg_ddr_message* records;
@@ -35,24 +41,14 @@ constexpr Catalogue catalogues[] = {
 // Stays selected until another training is listened to.
 const Catalogue* g_current = &catalogues[ZVG_DDR_TRAINING_DDR4_2D];
 
-// A binary search that narrows [low, high] to two neighbours and looks at those. It finds records
-// whose identifiers ascend, and may miss others. Returns the catalogue's count when it finds none.
+// Returns the catalogue's count when it has no such record.
 uint32_t search(const Catalogue& catalogue, uint32_t id) {
-  const zvg_ddr_message* const records = catalogue.records;
-  uint32_t low = 0;
-  uint32_t high = catalogue.count;
-  while (high - low > 1) {
-    const uint32_t middle = (low + high) / 2;
-    if (records[middle].id == id) return middle;
-    (records[middle].id < id ? low : high) = middle;
+  const Lookup found = look_up(std::span(catalogue.records, catalogue.count), id);
+  if (found.position == catalogue.count) {
+    // What was compared last, and what stands where the search ended: the same record.
+    printf("findDebugPos %08x %08x %08x\n", id, found.last_id, found.last_id);
   }
-  // The upper neighbour of the last record is none.
-  if (high < catalogue.count && records[high].id == id) return high;
-  const uint32_t last = records[low].id;
-  if (last == id) return low;
-  // What was compared last, and what stands where the search ended: the same record.
-  printf("findDebugPos %08x %08x %08x\n", id, last, last);
-  return catalogue.count;
+  return found.position;
 }
 
 constexpr uint32_t most_plain_arguments = 12;
@@ -100,7 +96,7 @@ uint32_t findDebugPos(uint32_t id) {
 
 void my_printf(const uint32_t* arguments, struct zvg_ddr_message message) {
   if (message.id == 0) return;
-  const uint32_t count = argument_count(message.id);
+  const uint32_t count = zvg::formats::training::argument_count(message.id);
   if (count == 0) {
     printf("%s", message.format);
   } else if (count <= most_plain_arguments) {

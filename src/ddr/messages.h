@@ -8,12 +8,6 @@
 
 namespace zvg::ddr {
 
-// A message's identifier ends with the number of its arguments.
-constexpr uint32_t argument_count(uint32_t id) {
-  return id & 0xFF;
-}
-constexpr unsigned most_arguments = 0xFF;
-
 // Makes the catalogue of a training type (enum zvg_ddr_training) the current one. False for a type
 // that there is not; the current one then stays.
 bool select_catalogue(int type);

@@ -6,11 +6,14 @@
 #include "core/ddr_channels.h"
 #include "ddr/eye.h"
 #include "ddr/messages.h"
+#include "formats/training/message.h"
 #include "util_zvg.h"
 
 namespace zvg::ddr {
 
 namespace {
+
+using formats::training::Message;
 
 // Mailbox registers, from the channel's PHY base on.
 enum Register : uint32_t {
@@ -25,65 +28,15 @@ constexpr uint32_t status_empty = 1;
 constexpr uint32_t word_taken = 0;
 constexpr uint32_t burst_done = 1;
 
-// The word in front of a message's identifier.
-constexpr uint32_t message_marker = 8;
-
 constexpr useconds_t poll_step_us = 100;
 constexpr useconds_t unknown_pause_us = 1000;
 constexpr uint32_t idle_polls = 1000;
-
-// Messages that the eyes come from.
-enum Identifier : uint32_t {
-  eye_row = 0x14001F,
-};
-
-// Heads of the scans. Two of each are in no catalogue of today's firmware.
-constexpr uint32_t write_scans[] = {0x1D0004, 0x1E0004, 0x270004, 0x280004};
-constexpr uint32_t read_scans[] = {0x200004, 0x210004, 0x240004, 0x250004};
-
-bool is_one_of(uint32_t id, const uint32_t (&ids)[4]) {
-  for (const uint32_t one : ids) {
-    if (one == id) return true;
-  }
-  return false;
-}
 
 uint32_t read(uint32_t address) {
   uint32_t value = 0;
   zvgRegReadLong(address, &value);
   return value;
 }
-
-// Puts messages together from the words of one channel.
-class Message {
- public:
-  uint32_t id() const { return id_; }
-  const uint32_t* arguments() const { return arguments_; }
-  bool complete() const { return id_ != 0 && all_collected(); }
-
-  void take(uint32_t low, uint32_t high) {
-    if (low == message_marker && all_collected()) {
-      // What was expected stays: right after a marker, a second 8 is an identifier unless the
-      // message before had no arguments.
-      id_ = 0;
-      collected_ = 0;
-    } else if (id_ == 0) {
-      expected_ = argument_count(low);
-      id_ = (high << 16) + low;
-    } else {
-      if (collected_ < most_arguments) arguments_[collected_] = low;
-      ++collected_;
-    }
-  }
-
- private:
-  bool all_collected() const { return collected_ >= expected_; }
-
-  uint32_t id_ = 0;
-  uint32_t expected_ = 0;
-  uint32_t collected_ = 0;  // words beyond the last argument are counted, and dropped
-  uint32_t arguments_[most_arguments] = {};
-};
 
 void show(const Message& message) {
   const zvg_ddr_message* const record = find_message(message.id());
@@ -92,9 +45,8 @@ void show(const Message& message) {
     return;
   }
   my_printf(message.arguments(), *record);
-  if (is_one_of(message.id(), write_scans)) begin_scan(Scan::write);
-  if (is_one_of(message.id(), read_scans)) begin_scan(Scan::read);
-  if (message.id() == eye_row) set_2d_eye(message.arguments());
+  if (const auto scan = formats::training::scan_begun_by(message.id())) begin_scan(*scan);
+  if (message.id() == formats::training::eye_row_id) set_2d_eye(message.arguments());
 }
 
 // Takes words until the firmware has no more of them.

@@ -10,7 +10,6 @@
 #include <sstream>
 
 #include "service/ddr/ddr_eye.h"
-#include "service/ddr/ddr_message.h"
 #include "tools/zvgctl_process.h"
 #include "zvgctl/pictures/ddr_eye_text.h"
 
@@ -273,16 +272,6 @@ TEST(EyeMaps, HaveALineForTwoSteps) {
   EXPECT_THAT(coloured, HasSubstr("\033[38;5;228;48;5;236m▀")) << "edge above, opening below";
   EXPECT_THAT(coloured, HasSubstr("\033[38;5;236;48;5;228m▀"));
   EXPECT_THAT(coloured, HasSubstr("\033[0;38;5;228m▄"));
-}
-
-TEST(PrintedMessages, GiveTheirArgumentsBack) {
-  const zvg::PrintedMessage row("PMU4: %3d >%3d< %x%%\n");
-  EXPECT_THAT(row.match("PMU4:   1 >128< ff%").value(), ElementsAre(1, 128, 255));
-  EXPECT_THAT(row.match("03 PMU4:  -1 >1000< 0%").value(), ElementsAre(0xFFFFFFFF, 1000, 0));
-  EXPECT_FALSE(row.match("PMU4:   1 >128< ff% "));
-  EXPECT_FALSE(row.match("PMU4:   1 >128<"));
-  EXPECT_FALSE(row.match("PMU4: x >1< 1%"));
-  EXPECT_FALSE(row.match(""));
 }
 
 }  // namespace

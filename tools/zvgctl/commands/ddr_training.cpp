@@ -8,6 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "formats/training/message.h"
 #include "service/ddr/ddr_channels.h"
 #include "service/ddr/ddr_listener.h"
 #include "service/number.h"
@@ -149,7 +150,7 @@ void messages_command(const Context& context, const MessageArguments& arguments)
   }
   Json list = Json::array();
   for (const zvg_ddr_message* record : found) {
-    const unsigned count = record->id & 0xFF;
+    const unsigned count = zvg::formats::training::argument_count(record->id);
     if (context.json) {
       list.push_back(
           {{"id", hex(record->id, 8)}, {"arguments", count}, {"format", record->format}});
