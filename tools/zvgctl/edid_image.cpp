@@ -5,44 +5,29 @@
 #include <string.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "formats/edid/base_block.h"
 #include "zvgctl/errors.h"
 
 namespace zvgctl {
 
 namespace {
 
-constexpr std::array<uint8_t, 8> header = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
-
-// Offsets in the base block.
-constexpr size_t manufacturer_offset = 0x08;
-constexpr size_t product_offset = 0x0A;
-constexpr size_t serial_offset = 0x0C;
-constexpr size_t week_offset = 0x10;
-constexpr size_t year_offset = 0x11;
-constexpr size_t version_offset = 0x12;
-constexpr size_t revision_offset = 0x13;
-constexpr size_t extensions_offset = 0x7E;
-
-constexpr int first_year = 1990;
+using namespace zvg::formats::edid;
 
 struct CloseFile {
   void operator()(FILE* file) const { fclose(file); }
 };
 
-// Three letters of five bits, A is 1.
-std::string manufacturer(uint8_t high, uint8_t low) {
-  const unsigned letters = unsigned{high} << 8 | low;
-  std::string name;
-  for (const int shift : {10, 5, 0}) {
-    const unsigned letter = letters >> shift & 0x1F;
-    name.push_back(letter >= 1 && letter <= 26 ? static_cast<char>('A' + letter - 1) : '?');
+std::string letters(const std::array<uint8_t, 3>& codes) {
+  std::string text;
+  for (const uint8_t code : codes) {
+    text.push_back(code >= 1 && code <= 26 ? static_cast<char>('A' + code - 1) : '?');
   }
-  return name;
+  return text;
 }
 
 }  // namespace
@@ -68,17 +53,15 @@ EdidImage EdidImage::from_file(const std::string& path) {
 }
 
 bool EdidImage::header_valid() const {
-  return std::equal(header.begin(), header.end(), bytes_.begin());
+  return header_right(bytes_.data());
 }
 
 bool EdidImage::checksum_valid(size_t block) const {
-  uint8_t sum = 0;
-  for (size_t i = 0; i < edid_block_size; ++i) sum += bytes_[block * edid_block_size + i];
-  return sum == 0;
+  return parse_checksum(bytes_.data() + block * edid_block_size).right();
 }
 
 bool EdidImage::count_valid() const {
-  return bytes_[extensions_offset] + size_t{1} == blocks();
+  return parse_extension_count(bytes_.data()) + size_t{1} == blocks();
 }
 
 bool EdidImage::valid() const {
@@ -95,7 +78,8 @@ std::string EdidImage::faults() const {
     if (!checksum_valid(block)) add(format("the checksum of block %zu is wrong", block));
   }
   if (!count_valid()) {
-    add(format("it announces %u extensions and has %zu", bytes_[extensions_offset], blocks() - 1));
+    add(format("it announces %u extensions and has %zu", parse_extension_count(bytes_.data()),
+               blocks() - 1));
   }
   return faults;
 }
@@ -105,23 +89,20 @@ Json EdidImage::json() const {
   for (size_t block = 0; block < blocks(); ++block) checksums.push_back(checksum_valid(block));
   std::string raw;
   for (const uint8_t byte : bytes_) raw += format("%02x", byte);
-  const unsigned product = bytes_[product_offset] | unsigned{bytes_[product_offset + 1]} << 8;
-  uint32_t serial = 0;
-  for (size_t i = 0; i < 4; ++i) serial |= uint32_t{bytes_[serial_offset + i]} << (8 * i);
-  return {
-      {"manufacturer", manufacturer(bytes_[manufacturer_offset], bytes_[manufacturer_offset + 1])},
-      {"product", product},
-      {"serial", serial},
-      {"week", bytes_[week_offset]},
-      {"year", first_year + bytes_[year_offset]},
-      {"version", format("%u.%u", bytes_[version_offset], bytes_[revision_offset])},
-      {"blocks", blocks()},
-      {"valid",
-       {{"all", valid()},
-        {"header", header_valid()},
-        {"checksums", checksums},
-        {"block_count", count_valid()}}},
-      {"raw", raw}};
+  const Identification id = parse_identification(bytes_.data());
+  return {{"manufacturer", letters(id.manufacturer)},
+          {"product", id.product},
+          {"serial", id.serial},
+          {"week", id.week},
+          {"year", id.year},
+          {"version", format("%u.%u", id.version, id.revision)},
+          {"blocks", blocks()},
+          {"valid",
+           {{"all", valid()},
+            {"header", header_valid()},
+            {"checksums", checksums},
+            {"block_count", count_valid()}}},
+          {"raw", raw}};
 }
 
 }  // namespace zvgctl

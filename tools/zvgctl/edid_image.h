@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "formats/edid/block.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
 
-inline constexpr size_t edid_block_size = 128;
-inline constexpr size_t edid_most_blocks = 256;
+inline constexpr size_t edid_block_size = zvg::formats::edid::block_size;
+inline constexpr size_t edid_most_blocks = zvg::formats::edid::most_blocks;
 
 // What the library's store holds and its report shows.
 inline constexpr size_t edid_report_size = 2 * edid_block_size;
