@@ -43,20 +43,13 @@ void Ddc::run(uint64_t operation, const char* deed, uint8_t slave, uint32_t offs
        slave, offset);
 }
 
-uint8_t Ddc::read(uint8_t slave, uint8_t offset) {
-  begin(slave, offset);
-  run(ddc_operation_read, "read", slave, offset);
-  return static_cast<uint8_t>(connection_.read_register(hdmi_base(hdmi_) + ddc_read_data, 1));
-}
-
 void Ddc::write(uint8_t slave, uint8_t offset, uint8_t value) {
   begin(slave, offset);
   put(ddc_write_data, value);
   run(ddc_operation_write, "write", slave, offset);
 }
 
-uint8_t Ddc::read_edid(uint32_t offset) {
-  if (offset < segment_size) return read(edid_slave, static_cast<uint8_t>(offset));
+uint8_t Ddc::read_behind_two_blocks(uint32_t offset) {
   put(ddc_segment_slave, edid_segment_slave);
   put(ddc_segment, offset / segment_size);
   begin(edid_slave, static_cast<uint8_t>(offset));

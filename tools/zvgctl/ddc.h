@@ -13,15 +13,14 @@ class Ddc {
  public:
   Ddc(Connection& connection, uint32_t hdmi) : connection_(connection), hdmi_(hdmi) {}
 
-  // slave: 7-bit address. offset: 0 to 255. All throw a Failure when the monitor does not answer.
-  uint8_t read(uint8_t slave, uint8_t offset);
-
+  // slave: 7-bit address. Both throw a Failure when the monitor does not answer.
+  //
   // The library's own DDC write waits for the PHY's I2C master, which has nothing to do with it:
   // the wait lasts a minute and tells nothing about the write. This one waits for the DDC master.
   void write(uint8_t slave, uint8_t offset, uint8_t value);
 
-  // A byte of the EDID, from any of its 256 blocks: offset up to 0x7FFF.
-  uint8_t read_edid(uint32_t offset);
+  // A byte of the EDID behind its second block: offset from 0x100 to 0x7FFF.
+  uint8_t read_behind_two_blocks(uint32_t offset);
 
  private:
   void put(uint64_t reg, uint64_t value);

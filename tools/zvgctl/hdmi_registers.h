@@ -33,7 +33,6 @@ inline constexpr uint64_t ddc_offset = 0x7E01;
 inline constexpr uint64_t ddc_write_data = 0x7E02;
 inline constexpr uint64_t ddc_read_data = 0x7E03;
 inline constexpr uint64_t ddc_operation = 0x7E04;
-inline constexpr uint64_t ddc_operation_read = 0x01;
 inline constexpr uint64_t ddc_operation_segment_read = 0x02;
 inline constexpr uint64_t ddc_operation_write = 0x10;
 inline constexpr uint64_t ddc_segment_slave = 0x7E08;

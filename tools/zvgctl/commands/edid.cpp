@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "formats/edid/base_block.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/i2c.h"
@@ -76,41 +77,41 @@ void expect_monitor(uint32_t hdmi) {
   }
 }
 
-// The library prints the bytes as it fetches them and keeps the first two blocks.
-void fetch(uint32_t hdmi) {
-  if (zvgHdmiDDCInit(hdmi) != 0) fail("HDMI %u: cannot set up the DDC bus", hdmi);
-  if (zvgHdmiEDIDRead(hdmi) != 0) {
-    fail(
-        "HDMI %u: the monitor's EDID could not be read over DDC: the monitor does not answer, or "
-        "stopped in the middle",
-        hdmi);
-  }
-}
-
-// What the library kept of the EDID, and the rest straight from the monitor.
-EdidImage whole_edid(Connection& connection, uint32_t hdmi) {
-  constexpr size_t extensions_offset = 0x7E;
-  const size_t size = (size_t{g_last_edid[extensions_offset]} + 1) * edid_block_size;
-  std::vector<uint8_t> bytes(g_last_edid, g_last_edid + std::min(size, edid_report_size));
-  Ddc ddc(connection, hdmi);
-  while (bytes.size() < size) bytes.push_back(ddc.read_edid(static_cast<uint32_t>(bytes.size())));
-  return EdidImage(std::move(bytes));
-}
-
-// Over a transmitter's DDC bus. The library prints the bytes.
-EdidImage read_hdmi(Connection& connection, uint32_t hdmi, bool blind) {
-  if (!blind) expect_monitor(hdmi);
-  fetch(hdmi);
-  return whole_edid(connection, hdmi);
-}
-
-// Bytes that came another way: printed and kept as the library does with its own.
+// Bytes that were fetched: printed and kept as the library does with its own.
 EdidImage keep(std::vector<uint8_t> bytes) {
   if (bytes.empty() || bytes.size() % edid_block_size != 0) {
     fail("expected whole EDID blocks of %zu bytes, got %zu bytes", edid_block_size, bytes.size());
   }
   edid_print_helper(bytes.data(), static_cast<uint32_t>(bytes.size()), 1);
   return EdidImage(std::move(bytes));
+}
+
+// A byte over a transmitter's DDC bus: the library has a function for the first two blocks.
+uint8_t read_byte(Connection& connection, uint32_t hdmi, uint32_t offset) {
+  if (offset >= edid_report_size) return Ddc(connection, hdmi).read_behind_two_blocks(offset);
+  uint8_t byte = 0;
+  if (zvgHdmiDDCRead(hdmi, edid_slave, static_cast<int>(offset), &byte) != 0) {
+    fail(
+        "HDMI %u: the monitor's EDID could not be read over DDC: the monitor does not answer, or "
+        "stopped in the middle, at offset 0x%x",
+        hdmi, offset);
+  }
+  return byte;
+}
+
+// Over a transmitter's DDC bus: the base block, then as many blocks as it announces.
+EdidImage read_hdmi(Connection& connection, uint32_t hdmi, bool blind) {
+  if (!blind) expect_monitor(hdmi);
+  if (zvgHdmiDDCInit(hdmi) != 0) fail("HDMI %u: cannot set up the DDC bus", hdmi);
+  std::vector<uint8_t> bytes;
+  const auto read_blocks = [&](size_t count) {
+    while (bytes.size() < count * edid_block_size) {
+      bytes.push_back(read_byte(connection, hdmi, static_cast<uint32_t>(bytes.size())));
+    }
+  };
+  read_blocks(1);
+  read_blocks(1u + zvg::formats::edid::parse_extension_count(bytes.data()));
+  return keep(std::move(bytes));
 }
 
 // Over a DisplayPort AUX channel.
