@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "core/serial_line.h"
+#include "hw/driver_requests.h"
 
 namespace zvg::core {
 
@@ -30,9 +31,9 @@ void close_connection() {
       unmap(c.mmio);
       unmap(c.vram);
     } else if (c.mode == ZVG_MODE_SERIAL) {
-      switch_board_baud(c.fd, serial_default_baud);
-      set_up_line(c.fd, serial_default_baud);
-      c.baud = serial_default_baud;
+      switch_board_baud(c.fd, hw::serial::default_baud);
+      set_up_line(c.fd, hw::serial::default_baud);
+      c.baud = hw::serial::default_baud;
     }
     close(c.fd);
   }
@@ -69,7 +70,7 @@ int zvgRwOpen(int card) {
     fprintf(stderr, "Invalid argument card (%d)\n", card);
     return -EINVAL;
   }
-  const int fd = open("/dev/zvgrw", O_RDWR);
+  const int fd = open(zvg::hw::driver::node, O_RDWR);
   if (fd < 0) {
     const int error = errno;
     fprintf(stderr, "Opening device %d failed, %s\n", card, strerror(error));

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "hw/serial_frames.h"
 #include "util_zvg.h"
 
 namespace zvg::core {
@@ -25,15 +26,11 @@ struct Connection {
   Aperture vram;
   uint32_t card = 0;
   uint32_t device_id = ZVG_DEVICE_RQ301;
-  int baud = 9600;
+  int baud = hw::serial::default_baud;
   bool vga_colour_mode = false;
 };
 
 extern Connection g_connection;
-
-// Where the on-chip bus, which the serial link and the AMBA bridge address, shows the two spaces.
-constexpr uint64_t bus_mmio_base = 0x1000000;
-constexpr uint64_t bus_vram_base = 0x8000000000;
 
 }  // namespace zvg::core
 

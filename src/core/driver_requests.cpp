@@ -6,6 +6,8 @@
 
 namespace zvg::core {
 
+using namespace hw::driver;
+
 namespace {
 
 // One record for every PCI access. Its card field is never filled: the request always names card 0.
@@ -29,6 +31,7 @@ int generic_operation(unsigned long request, uint32_t arg0, uint32_t arg1, uint3
 }  // namespace zvg::core
 
 using namespace zvg::core;
+using namespace zvg::hw::driver;
 
 int zvg3DOperate(uint32_t arg0, uint32_t arg1, uint32_t arg2, uint32_t arg3, uint64_t value) {
   return generic_operation(request_3d, arg0, arg1, arg2, arg3, value);
@@ -72,7 +75,7 @@ int zvgI2cOperate(uint32_t bus, uint32_t device, uint32_t reg, uint32_t op, uint
     return result;
   }
   if (op == ZVG_OP_READ && size != 0) memcpy(data, record.data, size);
-  return static_cast<int>(record.result);
+  return record.result;
 }
 
 int zvgQueryOperate(int key, void* buffer) {
@@ -118,7 +121,7 @@ int zvgInfoRead(void* info) {
 }
 
 int zvgDumpVramFree(void) {
-  CommandRecord record = {g_connection.card, command_dump_vram_nodes, {}, {}};
+  CommandRecord record = {g_connection.card, command_dump_free_vram, {}, {}};
   const int result = issue(request_command, &record);
   if (result != 0) printf("card %d: dump vram node failed\n", static_cast<int>(g_connection.card));
   return result;

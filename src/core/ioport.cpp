@@ -9,7 +9,7 @@ namespace zvg::core {
 namespace {
 
 // One record for every request of the process.
-IoportRecord ioport_record;
+hw::driver::IoportRecord ioport_record;
 
 bool without_driver() {
   if (g_connection.mode == ZVG_MODE_DRIVER) return false;
@@ -26,7 +26,7 @@ using namespace zvg::core;
 int zvgIoportRead(uint8_t port, uint8_t* value) {
   if (without_driver()) return -EINVAL;
   ioport_record = {port, *value, ZVG_OP_READ};
-  const int result = issue(request_ioport, &ioport_record, port);
+  const int result = issue(zvg::hw::driver::request_ioport, &ioport_record, port);
   if (result == 0) *value = ioport_record.value;
   return result;
 }
@@ -34,5 +34,5 @@ int zvgIoportRead(uint8_t port, uint8_t* value) {
 int zvgIoportWrite(uint8_t port, uint8_t value) {
   if (without_driver()) return -EINVAL;
   ioport_record = {port, value, ZVG_OP_WRITE};
-  return issue(request_ioport, &ioport_record, port);
+  return issue(zvg::hw::driver::request_ioport, &ioport_record, port);
 }

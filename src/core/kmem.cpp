@@ -6,12 +6,12 @@ namespace zvg::core {
 namespace {
 
 // One record for every request of the process.
-KmemRecord kmem_record;
+hw::driver::KmemRecord kmem_record;
 
 template <typename Value>
 int kmem_read(uint64_t address, Value* value) {
   kmem_record = {address, ZVG_OP_READ, sizeof(Value), 0};
-  const int result = issue(request_kmem, &kmem_record, address);
+  const int result = issue(hw::driver::request_kmem, &kmem_record, address);
   *value = static_cast<Value>(kmem_record.value);
   return result;
 }
@@ -19,7 +19,7 @@ int kmem_read(uint64_t address, Value* value) {
 template <typename Value>
 int kmem_write(uint64_t address, Value value) {
   kmem_record = {address, ZVG_OP_WRITE, sizeof(Value), value};
-  return issue(request_kmem, &kmem_record, address);
+  return issue(hw::driver::request_kmem, &kmem_record, address);
 }
 
 }  // namespace

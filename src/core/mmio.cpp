@@ -4,9 +4,11 @@
 #include <stdio.h>
 #include <termios.h>
 
+#include "hw/bus.h"
+
 namespace zvg::core {
 
-RegisterRecord g_register_record;
+hw::driver::RegisterRecord g_register_record;
 
 int refuse_aperture_access(uint32_t bar, uint32_t op, bool in_range, uint64_t offset) {
   note_failed_access(FailedAccess::aperture, 0, offset);
@@ -29,7 +31,7 @@ int by_serial_link(uint32_t op, uint32_t width, uint64_t offset, uint64_t* value
   // A reply that came after its time must not be taken for this access's.
   tcflush(g_connection.fd, TCIFLUSH);
   // The link reports its own errors; callers of this layer see a success in every case.
-  zvgUartOperate(static_cast<int>(op), static_cast<int>(width), offset + bus_mmio_base, value);
+  zvgUartOperate(static_cast<int>(op), static_cast<int>(width), offset + hw::bus_mmio_base, value);
   return 0;
 }
 

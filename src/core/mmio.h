@@ -13,11 +13,11 @@
 namespace zvg::core {
 
 // One record for every register request of the process: an access allocates and clears nothing.
-extern RegisterRecord g_register_record;
+extern hw::driver::RegisterRecord g_register_record;
 
 inline int by_driver(uint32_t bar, uint32_t op, uint32_t width, uint64_t offset, uint64_t* value) {
   g_register_record = {g_connection.card, bar, op, width, offset, *value};
-  const int result = issue(request_register, &g_register_record, offset);
+  const int result = issue(hw::driver::request_register, &g_register_record, offset);
   *value = g_register_record.value;
   return result;
 }

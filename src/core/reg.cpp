@@ -4,12 +4,13 @@
 
 #include "core/connection.h"
 #include "core/mmio.h"
+#include "hw/bus.h"
 
 namespace zvg::core {
 
 namespace {
 
-constexpr uint64_t last_offset = 0xFFFFFF;
+constexpr uint64_t last_offset = hw::mmio_size - 1;
 
 // The serial link addresses the whole on-chip bus, so that it takes any offset.
 bool rejected(uint64_t offset) {

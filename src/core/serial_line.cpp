@@ -7,32 +7,26 @@
 #include <time.h>
 #include <unistd.h>
 
+#include <iterator>
+
 #include "core/connection.h"
 
 namespace zvg::core {
 
 namespace {
 
-struct BaudRate {
-  int baud;
-  speed_t speed;
-};
+// What termios calls the board's rates, in their order.
+constexpr speed_t speeds[] = {B9600, B19200, B38400, B115200, B460800};
+static_assert(std::size(speeds) == std::size(hw::serial::baud_rates));
 
-constexpr BaudRate baud_rates[] = {
-    {9600, B9600}, {19200, B19200}, {38400, B38400}, {115200, B115200}, {460800, B460800},
-};
-
-constexpr int uart_clock_hz = 27000000;
 constexpr useconds_t baud_settle_us = 200000;
 constexpr int sync_frames = 4;
 constexpr int64_t stall_limit_ms = 2000;
 
-constexpr uint8_t command_lead_in = 0xFF;
-constexpr uint8_t command_set_divisor = 0xFC;
-
-const BaudRate* find_baud(int baud) {
-  for (const BaudRate& rate : baud_rates) {
-    if (rate.baud == baud) return &rate;
+// The speed of a rate; null when the board's UART does not have it.
+const speed_t* find_speed(int baud) {
+  for (size_t i = 0; i < std::size(speeds); ++i) {
+    if (hw::serial::baud_rates[i] == baud) return &speeds[i];
   }
   return nullptr;
 }
@@ -76,14 +70,14 @@ void make_raw(termios& line) {
   line.c_cflag &= ~static_cast<tcflag_t>(CRTSCTS | PARENB | CSTOPB | CSIZE);
   line.c_cflag |= CS8 | CREAD | CLOCAL;
   line.c_lflag &= ~static_cast<tcflag_t>(ISIG | ICANON | ECHO | ECHOE);
-  line.c_cc[VMIN] = 4;
+  line.c_cc[VMIN] = hw::serial::reply_size;
   line.c_cc[VTIME] = 1;
 }
 
 }  // namespace
 
 bool baud_is_supported(int baud) {
-  return find_baud(baud) != nullptr;
+  return find_speed(baud) != nullptr;
 }
 
 int read_attributes(int fd, termios* line) {
@@ -93,13 +87,13 @@ int read_attributes(int fd, termios* line) {
 }
 
 int set_up_line(int fd, termios line, int baud) {
-  const BaudRate* const rate = find_baud(baud);
-  if (rate == nullptr) {
+  const speed_t* const speed = find_speed(baud);
+  if (speed == nullptr) {
     fprintf(stderr, "baudrate %d is not supported\n", baud);
     return -EINVAL;
   }
-  cfsetispeed(&line, rate->speed);
-  cfsetospeed(&line, rate->speed);
+  cfsetispeed(&line, *speed);
+  cfsetospeed(&line, *speed);
   make_raw(line);
   tcflush(fd, TCIOFLUSH);
   const int result = tcsetattr(fd, TCSANOW, &line);
@@ -133,12 +127,12 @@ void send_sync_burst(int fd) {
 
 void switch_board_baud(int fd, int baud) {
   if (g_connection.baud != baud) {
-    const Frame lead_in = {command_lead_in};
+    const Frame lead_in = {hw::serial::lead_in};
     // Whether the lead-in got through shows with the frame after it.
     write_frame(fd, lead_in);
-    const auto divisor = static_cast<uint32_t>(uart_clock_hz / baud);
-    Frame frame = {command_set_divisor};
-    put_big_endian(&frame[7], divisor);
+    const auto divisor = static_cast<uint32_t>(hw::serial::uart_clock_hz / baud);
+    Frame frame = {hw::serial::set_divisor};
+    put_big_endian(&frame[hw::serial::data_at], divisor);
     if (send_frame(fd, frame) < 0) return;
   }
   usleep(baud_settle_us);

@@ -2,19 +2,16 @@
 #ifndef ZVG_CORE_SERIAL_LINE_H
 #define ZVG_CORE_SERIAL_LINE_H
 
-#include <stddef.h>
 #include <stdint.h>
 #include <sys/types.h>
 #include <termios.h>
 
+#include "hw/serial_frames.h"
+
 namespace zvg::core {
 
 // Every frame to the board has this size, commands and padding alike.
-constexpr size_t serial_frame_size = 11;
-using Frame = uint8_t[serial_frame_size];
-
-// The rate that the board's UART starts with.
-constexpr int serial_default_baud = 9600;
+using Frame = uint8_t[hw::serial::frame_size];
 
 bool baud_is_supported(int baud);
 

@@ -13,10 +13,10 @@
 
 namespace zvg::core {
 
+using namespace hw::serial;
+
 namespace {
 
-constexpr uint8_t command_read = 0xFD;
-constexpr uint8_t command_write = 0xFE;
 constexpr int reply_timeout_s = 2;
 
 // Where a narrow access lies in its 32-bit word: the lane of its lowest byte.
@@ -27,13 +27,13 @@ unsigned first_lane(int width, uint64_t address) {
 }
 
 uint8_t byte_enables(int width, uint64_t address) {
-  const unsigned lanes = width == 1 ? 0x1 : width == 2 ? 0x3 : 0xF;
+  const unsigned lanes = width == 1 ? 0x1 : width == 2 ? 0x3 : all_enables;
   return static_cast<uint8_t>(lanes << first_lane(width, address));
 }
 
 void put_address(Frame& frame, uint64_t address) {
-  frame[2] = static_cast<uint8_t>(address >> 32);
-  put_big_endian(&frame[3], static_cast<uint32_t>(address) & ~uint32_t{3});
+  frame[address_at] = static_cast<uint8_t>(address >> 32);
+  put_big_endian(&frame[address_at + 1], static_cast<uint32_t>(address) & ~uint32_t{3});
 }
 
 // The bytes of the value in the lanes that the access enables.
@@ -61,7 +61,7 @@ int wait_readable(int fd) {
 // several, each of which gets the same time.
 int receive(uint32_t* word) {
   const int fd = g_connection.fd;
-  uint8_t reply[4] = {};
+  uint8_t reply[reply_size] = {};
   for (size_t received = 0; received < sizeof reply;) {
     const int ready = wait_readable(fd);
     if (ready < 0) {
@@ -116,10 +116,11 @@ int uart_write(uint64_t address, Value value) {
 
 int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
   using namespace zvg::core;
+  using namespace zvg::hw::serial;
   const bool reading = op == ZVG_OP_READ;
-  Frame frame = {reading ? command_read : command_write, byte_enables(width, address)};
+  Frame frame = {reading ? read_word : write_word, byte_enables(width, address)};
   put_address(frame, address);
-  if (!reading) put_big_endian(&frame[7], in_lanes(width, address, *value));
+  if (!reading) put_big_endian(&frame[data_at], in_lanes(width, address, *value));
   ssize_t sent = send(frame, address);
   if (sent < 0) return static_cast<int>(sent);
 
@@ -132,7 +133,7 @@ int zvgUartOperate(int op, int width, uint64_t address, uint64_t* value) {
 
   // The board moves 32 bits at a time: a quad is a second frame for the upper word.
   put_address(frame, address + 4);
-  if (!reading) put_big_endian(&frame[7], static_cast<uint32_t>(*value >> 32));
+  if (!reading) put_big_endian(&frame[data_at], static_cast<uint32_t>(*value >> 32));
   sent = send(frame, address + 4);
   // A quad write ends with what write() returned, not with 0; callers know it.
   if (!reading || sent < 0) return static_cast<int>(sent);

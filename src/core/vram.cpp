@@ -3,15 +3,16 @@
 
 #include "core/connection.h"
 #include "core/mmio.h"
+#include "hw/bus.h"
 
 namespace zvg::core {
 
 namespace {
 
-constexpr uint64_t last_offset = 0xFFFFFFF;
+constexpr uint64_t last_offset = hw::vram_size - 1;
 
 // What the dispatcher adds for the serial link is the MMIO base; this moves an offset on to VRAM.
-constexpr uint64_t serial_shift = bus_vram_base - bus_mmio_base;
+constexpr uint64_t serial_shift = hw::bus_vram_base - hw::bus_mmio_base;
 
 // Checks the offset and moves it to where the connection has video memory.
 bool locate(uint64_t* offset) {

@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include "core/connection.h"
+#include "hw/bus.h"
 
 namespace zvg::core {
 
@@ -34,7 +35,7 @@ class File {
 void read_word(uint64_t offset, uint32_t* word) {
   for (int round = 0; round < rounds; ++round) {
     if (zvgVramReadLong(offset, word) == 0) return;
-    if (zvgAmbaReadLong(bus_vram_base + offset, word) == 0) return;
+    if (zvgAmbaReadLong(hw::bus_vram_base + offset, word) == 0) return;
   }
   fprintf(stderr, "Failed to read vram [0x%lx]\n", offset);
 }
@@ -43,7 +44,7 @@ void read_word(uint64_t offset, uint32_t* word) {
 void write_word(uint64_t offset, uint32_t word, const char* failure) {
   for (int round = 0; round < rounds; ++round) {
     if (zvgVramWriteLong(offset, word) == 0) return;
-    if (zvgAmbaWriteLong(bus_vram_base + offset, word) == 0) return;
+    if (zvgAmbaWriteLong(hw::bus_vram_base + offset, word) == 0) return;
   }
   fprintf(stderr, failure, offset);
 }

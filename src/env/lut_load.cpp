@@ -55,7 +55,7 @@ int refuse_temperature(int32_t kelvin) {
 int send(int fd, zvg_crtc_lut* lut) {
   // The request reads and writes: where the entries are must be known before.
   auto* const entries = reinterpret_cast<void*>(static_cast<uintptr_t>(lut->red));
-  const int result = ioctl(fd, core::request_lut, lut);
+  const int result = ioctl(fd, hw::driver::request_lut, lut);
   free(entries);
   free(lut);
   return result;

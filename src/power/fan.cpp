@@ -30,13 +30,14 @@ constexpr uint8_t latch = 1;
 
 int set_by_driver(int percent) {
   using namespace core;
+  using namespace hw::driver;
   if (percent < 0) {
     if (issue(request_clear_fan, nullptr) == 0) return 0;
     puts("failed to clear manual fan");
     return failure;
   }
-  auto rate = static_cast<uint32_t>(percent);
-  if (rate > full_percent) {
+  FanRateRecord rate = {static_cast<uint32_t>(percent)};
+  if (rate.percent > full_percent) {
     puts("input number is out of range!");
     return failure;
   }
@@ -82,7 +83,8 @@ int zvgFanSetRate(int percent) {
 }
 
 int zvgThermalDebug(uint32_t temperature) {
-  if (zvg::core::issue(zvg::core::request_temperature, &temperature) == 0) return 0;
+  zvg::hw::driver::TemperatureRecord record = {temperature};
+  if (zvg::core::issue(zvg::hw::driver::request_temperature, &record) == 0) return 0;
   puts("failed to input thermal temp");
   return failure;
 }

@@ -9,8 +9,6 @@ namespace zvg::power {
 
 namespace {
 
-enum class Operation : uint32_t { get = 0, set = 1 };
-
 constexpr struct {
   int32_t state;
   char name[32];
@@ -21,9 +19,9 @@ constexpr struct {
     {ZVG_POWER_STANDBY, "standby"},
 };
 
-int request(Operation operation, uint32_t* state) {
-  core::PowerRecord record = {static_cast<uint32_t>(operation), *state};
-  const int result = core::issue(core::request_power, &record);
+int request(hw::driver::PowerOperation operation, uint32_t* state) {
+  hw::driver::PowerRecord record = {operation, *state};
+  const int result = core::issue(hw::driver::request_power, &record);
   *state = record.state;
   return result;
 }
@@ -37,7 +35,7 @@ using namespace zvg::power;
 int zvgPowerGetState(uint32_t* state) {
   uint32_t value = 0;
   if (get_s_type() == ZVG_MODE_DRIVER) {
-    if (const int result = request(Operation::get, &value); result != 0) {
+    if (const int result = request(zvg::hw::driver::power_get, &value); result != 0) {
       fprintf(stderr, "%s: get power state failed\n", __func__);
       return result;
     }
@@ -51,7 +49,7 @@ int zvgPowerSetState(uint32_t state) {
     fprintf(stderr, "%s: error, driver module is not installed!\n", __func__);
     return -1;
   }
-  const int result = request(Operation::set, &state);
+  const int result = request(zvg::hw::driver::power_set, &state);
   if (result != 0) fprintf(stderr, "%s: set power state failed\n", __func__);
   return result;
 }

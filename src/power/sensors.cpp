@@ -37,8 +37,8 @@ uint64_t system_control(uint32_t offset) {
 
 int code_by_driver(uint32_t type, uint32_t index, uint32_t* code) {
   using namespace core;
-  CommandRecord record = {g_connection.card, type, {index, code_size}, {}};
-  const int result = issue(request_command, &record);
+  hw::driver::CommandRecord record = {g_connection.card, type, {index, code_size}, {}};
+  const int result = issue(hw::driver::request_command, &record);
   if (result != 0) {
     printf("card %d: Geting Pvt code failed with type %d and index %d\n",
            static_cast<int>(g_connection.card), static_cast<int>(type), static_cast<int>(index));

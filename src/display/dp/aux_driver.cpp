@@ -7,9 +7,9 @@
 #include "core/driver_requests.h"
 #include "util_zvg.h"
 
-using zvg::core::AuxRecord;
 using zvg::core::issue;
-using zvg::core::request_aux;
+using zvg::hw::driver::AuxRecord;
+using zvg::hw::driver::request_aux;
 
 int zvgDpAuxRead(uint32_t port, uint32_t address, uint8_t* byte) {
   return zvgDpAuxReadBuf(port, address, byte, 1);

@@ -4,6 +4,7 @@
 
 #include "core/connection.h"
 #include "core/poll.h"
+#include "hw/driver_requests.h"
 #include "util_zvg.h"
 
 namespace {
@@ -14,7 +15,6 @@ using zvg::core::g_connection;
 constexpr int no_channel = -1;
 constexpr int no_device = -2;  // a transfer that does not end counts as nobody answering
 
-constexpr uint32_t driver_channels = 6;
 constexpr uint32_t driver_bad_channel = 4;  // a positive 4, although -4 is "Invalid argument"
 
 constexpr uint32_t register_channels = 4;
@@ -113,7 +113,7 @@ int write_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count,
 
 uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count, uint8_t* buf) {
   if (g_connection.mode == ZVG_MODE_DRIVER) {
-    if (channel >= driver_channels) return driver_bad_channel;
+    if (channel >= zvg::hw::driver::i2c_channels) return driver_bad_channel;
     return static_cast<uint32_t>(zvgI2cOperate(channel, slave, reg, ZVG_OP_READ, count, buf));
   }
   return static_cast<uint32_t>(read_registers(channel, slave, reg, static_cast<int>(count), buf));
@@ -122,7 +122,7 @@ uint32_t zvgI2cRead(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t cou
 uint32_t zvgI2cWrite(uint32_t channel, uint32_t slave, uint32_t reg, uint32_t count,
                      uint8_t* data) {
   if (g_connection.mode == ZVG_MODE_DRIVER) {
-    if (channel >= driver_channels) return driver_bad_channel;
+    if (channel >= zvg::hw::driver::i2c_channels) return driver_bad_channel;
     return static_cast<uint32_t>(zvgI2cOperate(channel, slave, reg, ZVG_OP_WRITE, count, data));
   }
   return static_cast<uint32_t>(write_registers(channel, slave, reg, static_cast<int>(count), data));
