@@ -2,9 +2,10 @@
 // eight byte lanes of a 16-byte bus line at a time.
 #include <stdint.h>
 
-#include "core/connection.h"
+#include "core/chip.h"
 #include "core/mmio.h"
 #include "core/poll.h"
+#include "hw/bus.h"
 
 namespace zvg::core {
 
@@ -34,22 +35,14 @@ constexpr uint8_t start_write = 0x80;
 
 constexpr uint8_t address_is_write = 0x80;
 constexpr uint8_t lane_valid = 0x10;
-constexpr uint8_t rq302_mode = 0x44;
 
 constexpr uint8_t status_mask = 0xF0;
-constexpr uint8_t status_done_rq302 = 0xA0;
-constexpr uint8_t status_done = 0xE0;
 
-constexpr int address_bytes = 5;
 constexpr unsigned status_repeats = 15;
 constexpr useconds_t status_step_us = 50;
 
 constexpr int write_timed_out = -1;
 constexpr int read_timed_out = -2;
-
-bool is_rq302() {
-  return g_connection.device_id == ZVG_DEVICE_RQ302;
-}
 
 void put(uint32_t index, uint8_t value) {
   zvgCrtcWriteByte(index, value);
@@ -76,12 +69,12 @@ struct Lanes {
 // direction: 0 or address_is_write.
 void send_address(uint64_t address, uint8_t direction) {
   const uint64_t line = address & ~uint64_t{0xF};
-  for (int i = 0; i < address_bytes; ++i) {
+  for (int i = 0; i < int{hw::bus_address_bytes}; ++i) {
     put(address_byte, static_cast<uint8_t>(line >> (8 * i)));
     put(address_select, static_cast<uint8_t>(1u << i) | direction);
     strobe(take_address);
   }
-  if (is_rq302()) put(bridge_mode, rq302_mode);
+  if (const uint8_t mode = chip().amba_bus_mode; mode != 0) put(bridge_mode, mode);
 }
 
 // Starts the transfer and waits until the bridge reports its end. A report that comes with the
@@ -89,7 +82,7 @@ void send_address(uint64_t address, uint8_t direction) {
 bool run(uint8_t start) {
   strobe(start);
   put(status, 0);
-  const uint8_t done = is_rq302() ? status_done_rq302 : status_done;
+  const uint8_t done = chip().amba_done;
   uint8_t value = 0;
   const auto read = [&] {
     value = 0;

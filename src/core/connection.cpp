@@ -8,6 +8,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "core/chip.h"
+#include "core/hardware_bases.h"
 #include "core/serial_line.h"
 #include "hw/driver_requests.h"
 
@@ -58,6 +60,13 @@ int failed_mapping(int fd, const char* name) {
   return -error;
 }
 
+// Whether a text names a generation: "RQ301", "rq301" or "301".
+bool names(const char* text, const hw::Chip& chip) {
+  const char* const number = chip.name + 2;
+  if (strncmp(text, "RQ", 2) == 0 || strncmp(text, "rq", 2) == 0) text += 2;
+  return strcmp(text, number) == 0;
+}
+
 }  // namespace
 
 }  // namespace zvg::core
@@ -99,7 +108,7 @@ int zvgRwOpen(int card) {
   zvgQueryInt(ZVG_QUERY_DEVICE_ID, &device_id);
   c.card = static_cast<uint32_t>(card);
   c.device_id = device_id;
-  if (device_id == ZVG_DEVICE_RQ302) set_rq302_reg_base();
+  if (const zvg::hw::Chip* chip = zvg::core::known_chip()) zvg::core::provide_bases(*chip);
   return fd;
 }
 
@@ -190,18 +199,13 @@ unsigned get_device_id(void) {
 }
 
 int doGetDeviceId(const char* program, const char* generation) {
-  static constexpr struct {
-    const char* text;
-    uint32_t device_id;
-  } names[] = {
-      {"RQ302", ZVG_DEVICE_RQ302}, {"rq302", ZVG_DEVICE_RQ302}, {"302", ZVG_DEVICE_RQ302},
-      {"RQ301", ZVG_DEVICE_RQ301}, {"rq301", ZVG_DEVICE_RQ301}, {"301", ZVG_DEVICE_RQ301},
-  };
-  for (const auto& name : names) {
-    if (generation == nullptr || strcmp(generation, name.text) != 0) continue;
-    if (name.device_id == ZVG_DEVICE_RQ302) set_rq302_reg_base();
-    g_connection.device_id = name.device_id;
-    return static_cast<int>(name.device_id);
+  for (const zvg::hw::Chip& chip : zvg::hw::chips) {
+    // A generation that answers as another one is called by that one's name.
+    if (zvg::hw::chip_with_id(chip.device_id) != &chip) continue;
+    if (generation == nullptr || !zvg::core::names(generation, chip)) continue;
+    zvg::core::provide_bases(chip);
+    g_connection.device_id = chip.device_id;
+    return static_cast<int>(chip.device_id);
   }
   printf("%s need correct gpu type, eg: rq301, rq302\n", program);
   exit(1);

@@ -25,7 +25,7 @@ struct Connection {
   Aperture mmio;
   Aperture vram;
   uint32_t card = 0;
-  uint32_t device_id = ZVG_DEVICE_RQ301;
+  uint32_t device_id = ZVG_DEVICE_RQ301;  // also an RQ300's
   int baud = hw::serial::default_baud;
   bool vga_colour_mode = false;
 };

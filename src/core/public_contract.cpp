@@ -4,6 +4,7 @@
 
 #include "hw/bus.h"
 #include "hw/driver_requests.h"
+#include "hw/generations.h"
 #include "util_zvg.h"
 
 using namespace zvg::hw;
@@ -25,6 +26,10 @@ static_assert(sizeof(zvg_crtc_lut) == sizeof(driver::LutRecord) &&
 static_assert(driver::request_register ==
               _IOC(_IOC_READ | _IOC_WRITE, driver::request_type, 0x01, 32));
 static_assert(driver::request_clear_fan == _IOC(_IOC_NONE, driver::request_type, 0x16, 0));
+
+static_assert(ZVG_DEVICE_RQ301 == chip_of(Generation::rq300).device_id &&
+              ZVG_DEVICE_RQ301 == chip_of(Generation::rq301).device_id &&
+              ZVG_DEVICE_RQ302 == chip_of(Generation::rq302).device_id);
 
 static_assert(ZVG_OP_READ == int{driver::op_read} && ZVG_OP_WRITE == int{driver::op_write});
 static_assert(ZVG_BAR_VRAM == int{bar_vram} && ZVG_BAR_MMIO == int{bar_mmio});

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "core/connection.h"
+#include "core/chip.h"
 #include "core/poll.h"
 
 namespace zvg::flash {
@@ -17,7 +17,7 @@ constexpr uint32_t status_busy = 0x01;
 constexpr uint32_t status_received = 0x08;
 constexpr uint32_t status_receive_full = 0x10;
 
-// In the clock block of an RQ302.
+// In the clock block.
 constexpr uint32_t clock_gate = 0x30;
 constexpr uint32_t clock_on = 1;
 
@@ -104,15 +104,15 @@ void write_thresholds(uint32_t value) {
 }
 
 void prepare_clock() {
-  if (core::g_connection.device_id != ZVG_DEVICE_RQ302) return;
+  if (!core::chip().spi_clock_gated) return;
   const uint32_t gate = zvg_gpu_hardware[ZVG_HW_CLOCK] + clock_gate;
   uint32_t value = 0;
   zvgRegReadLong(gate, &value);
   if ((value & clock_on) == 0) zvgRegWriteLong(gate, value | clock_on);
 }
 
-bool is_rq301() {
-  return core::g_connection.device_id == ZVG_DEVICE_RQ301;
+const hw::Chip& fifo_chip() {
+  return core::chip_or(hw::Generation::rq302);
 }
 
 bool enable_quad_mode(int budget) {
@@ -151,7 +151,8 @@ int zvgSpiExitCrmMode(void) {
   // In the system block.
   constexpr uint32_t identifier = 0x04, continuous_read_left = 0x168;
   constexpr uint32_t left_bit = 1;
-  constexpr uint32_t chip_with_continuous_read = 0x0201;
+  constexpr uint32_t chip_with_continuous_read =
+      zvg::hw::chip_of(zvg::hw::Generation::rq301).flash_identifier;
   constexpr uint32_t exit_strobe = 0x164;  // at this very offset, in no block
   constexpr uint32_t short_threshold = 7;
 

@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "hw/generations.h"
 #include "util_zvg.h"
 
 namespace zvg::flash {
@@ -110,10 +111,11 @@ int read_flash_status(Opcode opcode, uint32_t* value);
 // The four words of the two FIFOs' thresholds.
 void write_thresholds(uint32_t value);
 
-// RQ302 only: lets the controller have its clock.
+// Lets the controller have its clock, where that is gated.
 void prepare_clock();
 
-bool is_rq301();
+// The chip, for the depth of its FIFOs; one that is not known has the smaller ones.
+const hw::Chip& fifo_chip();
 
 // Byte order of a 32-bit frame on the wire.
 constexpr uint32_t swapped(uint32_t word) {

@@ -34,11 +34,12 @@ using namespace zvg::flash;
 
 namespace {
 
-constexpr int quad_page(bool rq301) {
-  return rq301 ? 256 : 64;
+// Bytes of one program command, four or one a frame.
+int quad_page() {
+  return static_cast<int>(fifo_chip().spi_program_frames * 4);
 }
-constexpr int standard_page(bool rq301) {
-  return rq301 ? 64 : 16;
+int standard_page() {
+  return static_cast<int>(fifo_chip().spi_program_frames);
 }
 
 constexpr int quad_budget = 80;
@@ -121,7 +122,7 @@ int zvgSpiCheckDataStandard(const uint8_t* expected, uint32_t address, int lengt
 }
 
 int zvgSpiProgram(const uint32_t* data, uint32_t address, int length) {
-  const int page = quad_page(is_rq301());
+  const int page = quad_page();
   zvgSpiExitCrmMode();
   configure_to_modify();
   fputs("..", stdout);
@@ -141,7 +142,7 @@ int zvgSpiProgram(const uint32_t* data, uint32_t address, int length) {
 }
 
 int zvgSpiProgramStandard(const uint8_t* data, uint32_t address, int length) {
-  const int page = standard_page(is_rq301());
+  const int page = standard_page();
   zvgSpiExitCrmMode();
   configure_to_modify();
   fputs("..", stdout);

@@ -12,15 +12,12 @@ using namespace zvg::flash;
 
 namespace {
 
-// The FIFO of the RQ301 holds eight times as much.
-constexpr int quad_chunk(bool rq301) {
-  return rq301 ? 1024 : 128;
+// Bytes that the FIFO holds, four or one a frame.
+int quad_chunk() {
+  return static_cast<int>(fifo_chip().spi_fifo_frames * 4);
 }
-constexpr uint32_t quad_frames(bool rq301) {
-  return rq301 ? 255 : 31;
-}
-constexpr int standard_chunk(bool rq301) {
-  return rq301 ? 256 : 32;
+int standard_chunk() {
+  return static_cast<int>(fifo_chip().spi_fifo_frames);
 }
 
 constexpr int quad_budget = 800;
@@ -71,20 +68,19 @@ int read_chunks(uint32_t* buffer, uint32_t address, int length, int chunk, Chunk
 
 int zvgSpiReadBuffer(uint32_t* buffer, uint32_t address, int length) {
   prepare_clock();
-  const bool rq301 = is_rq301();
-  const uint32_t frames = quad_frames(rq301);
+  const uint32_t frames = fifo_chip().spi_fifo_frames - 1;
   zvgSpiExitCrmMode();
   write({{enable, 0}, {control, bytes_transmit}, {clock_divider, divider}});
   write_thresholds(frames);
   write({{interrupt_mask, all_interrupts}, {slave_select, 1}, {enable, 1}, {slave_select, 1}});
   if (!enable_quad_mode(quad_budget)) return failed();
   configure_quad_read(frames);
-  return read_chunks(buffer, address, length, quad_chunk(rq301), ChunkEnd::awaited);
+  return read_chunks(buffer, address, length, quad_chunk(), ChunkEnd::awaited);
 }
 
 int zvgSpiReadBufferStandard(uint8_t* buffer, uint32_t address, int length) {
   prepare_clock();
-  const int chunk = standard_chunk(is_rq301());
+  const int chunk = standard_chunk();
   zvgSpiExitCrmMode();
   write({{enable, 0}, {clock_divider, divider}, {control, bytes_command_receive}});
   write_thresholds(deepest_threshold);
@@ -112,7 +108,7 @@ int zvgSpiReadBufferStandard(uint8_t* buffer, uint32_t address, int length) {
 }
 
 int zvgSpiDebugRead(uint32_t* buffer, uint32_t address, int length) {
-  const int chunk = quad_chunk(is_rq301());
+  const int chunk = quad_chunk();
   prepare_clock();
   zvgSpiExitCrmMode();
   configure_quad_read(255);  // on every generation

@@ -154,5 +154,5 @@ int zvg_rq302_get_freq(unsigned clock) {
 }
 
 int zvg_rq300_get_freq(unsigned clock) {
-  return is_rq302() ? zvg_rq302_get_freq(clock) : zvg_rq301_get_freq(clock);
+  return has_rq302_clocks() ? zvg_rq302_get_freq(clock) : zvg_rq301_get_freq(clock);
 }

@@ -210,5 +210,6 @@ int zvg_rq302_set_clk_mode(int mode, int number) {
 }
 
 int zvg_rq300_set_clk_mode(int mode, int number) {
-  return is_rq302() ? zvg_rq302_set_clk_mode(mode, number) : zvg_rq301_set_clk_mode(mode, number);
+  return has_rq302_clocks() ? zvg_rq302_set_clk_mode(mode, number)
+                            : zvg_rq301_set_clk_mode(mode, number);
 }

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "core/chip.h"
 #include "util_zvg.h"
 
 namespace zvg::power {
@@ -51,8 +52,8 @@ inline void write_clock(Register reg, uint32_t value) {
   zvgRegWriteLong(clock_address(reg), value);
 }
 
-inline bool is_rq302() {
-  return get_device_id() == ZVG_DEVICE_RQ302;
+inline bool has_rq302_clocks() {
+  return core::chip().clock_tree == hw::ClockTree::rq302;
 }
 
 }  // namespace zvg::power

@@ -161,15 +161,15 @@ void zvg_rq302_set_2d_clk_freq(uint32_t word) {
 }
 
 void zvg_rq300_set_3d_clk_freq(uint32_t word) {
-  is_rq302() ? zvg_rq302_set_3d_clk_freq(word) : zvg_rq301_set_3d_clk_freq(word);
+  has_rq302_clocks() ? zvg_rq302_set_3d_clk_freq(word) : zvg_rq301_set_3d_clk_freq(word);
 }
 
 void zvg_rq300_set_3dsh_clk_freq(uint32_t word) {
-  is_rq302() ? zvg_rq302_set_3dsh_clk_freq(word) : zvg_rq301_set_3dsh_clk_freq(word);
+  has_rq302_clocks() ? zvg_rq302_set_3dsh_clk_freq(word) : zvg_rq301_set_3dsh_clk_freq(word);
 }
 
 void zvg_rq300_set_2d_clk_freq(uint32_t word) {
-  is_rq302() ? zvg_rq302_set_2d_clk_freq(word) : zvg_rq301_set_2d_clk_freq(word);
+  has_rq302_clocks() ? zvg_rq302_set_2d_clk_freq(word) : zvg_rq301_set_2d_clk_freq(word);
 }
 
 void zvg_rq300_set_clk_freq(unsigned clock, uint32_t word) {

@@ -5,13 +5,14 @@
 #include <stdint.h>
 
 #include "core/ddr_channels.h"
+#include "hw/generations.h"
 
 namespace zvg::script::ddr {
 
 using namespace core::ddr;
 
-constexpr uint32_t controller_size = 0x8000;
-constexpr uint32_t phy_size = 0x40000;
+constexpr uint32_t controller_size = hw::ddr_controller_size;
+constexpr uint32_t phy_size = hw::ddr_phy_size;
 
 }  // namespace zvg::script::ddr
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/chip.h"
 #include "script/reg_width.h"
 #include "util_zvg.h"
 
@@ -215,14 +216,13 @@ int write(const Block& block, const Access& a) {
 
 // Where an HDMI controller has a register that the file gives by its place in the block.
 uint64_t hdmi_address(uint64_t address, unsigned channel) {
-  return address + static_cast<uint32_t>((channel + 17) * 0x10000);
+  return address + core::chip().hdmi_transmitters.base(channel);
 }
 
 // The files give DP registers from 0x10000 on.
 uint64_t dp_address(uint64_t address, unsigned channel) {
   uint32_t base = 0;
-  if (get_device_id() == ZVG_DEVICE_RQ301) base = 0x510000 + channel * 0x20000;
-  if (get_device_id() == ZVG_DEVICE_RQ302) base = 0x2B0000 + channel * 0x20000;
+  if (const hw::Chip* chip = core::known_chip()) base = chip->dp_windows.base(channel);
   return address - 0x10000 + base;
 }
 
