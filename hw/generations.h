@@ -79,29 +79,30 @@ struct Chip {
 constexpr uint32_t pvt_sensors = 2;       // of temperature and of voltage
 constexpr uint32_t pvt_sensor_bits = 16;  // between two sensors that are converted at once
 
-// Blocks that every generation so far has at the same place.
+// Blocks that every generation so far has at the same place. The display controllers' timing and
+// the registers of video input and overlay overlap.
 namespace common {
 
-constexpr Bases vga = at(0x10000);
-constexpr Bases output_mux = at(0x10024);
-constexpr Bases display_controllers = series(3, 0x10040, 0x40, 1);
-constexpr Bases capture_ports = series(2, 0x100C0, 0x10);
-constexpr Bases overlay_frames = series(2, 0x10038, 0x10);
-constexpr Bases overlay_windows = series(2, 0x10060, 0x20);
-constexpr Bases mcu = at(0x3FF00);
-constexpr Bases i2c_masters = series(4, 0x100000, 0x400);
-constexpr Bases hdmi_transmitters = series(4, 0x110000, 0x10000);
-constexpr Bases mcu_reset = at(0x308068);
-constexpr Bases dp_phys = series(4, 0x500000, 0x20000);
-constexpr Bases dp_controllers = series(4, 0x510000, 0x20000);
-constexpr Bases first_page = at(0);
+inline constexpr Bases vga = at(0x10000);
+inline constexpr Bases output_mux = at(0x10024);
+inline constexpr Bases display_controllers = series(3, 0x10040, 0x40, 1);
+inline constexpr Bases capture_ports = series(2, 0x100C0, 0x10);
+inline constexpr Bases overlay_frames = series(2, 0x10038, 0x10);
+inline constexpr Bases overlay_windows = series(2, 0x10060, 0x20);
+inline constexpr Bases mcu = at(0x3FF00);
+inline constexpr Bases i2c_masters = series(4, 0x100000, 0x400);
+inline constexpr Bases hdmi_transmitters = series(4, 0x110000, 0x10000);
+inline constexpr Bases mcu_reset = at(0x308068);
+inline constexpr Bases dp_phys = series(4, 0x500000, 0x20000);
+inline constexpr Bases dp_controllers = series(4, 0x510000, 0x20000);
+inline constexpr Bases first_page = at(0);
 
 }  // namespace common
 
-constexpr Place rq302_ddr_controllers[] = {{0x280000}, {0x130000}};
-constexpr Place rq302_ddr_phys[] = {{0x2C0000}, {0x1C0000}};
+inline constexpr Place rq302_ddr_controllers[] = {{0x280000}, {0x130000}};
+inline constexpr Place rq302_ddr_phys[] = {{0x2C0000}, {0x1C0000}};
 
-constexpr Chip rq301_chip = {
+inline constexpr Chip rq301_chip = {
     .generation = Generation::rq301,
     .name = "RQ301",
     .device_id = 0x201,
@@ -152,7 +153,7 @@ constexpr Chip make_rq300() {
   return chip;
 }
 
-constexpr Chip rq302_chip = {
+inline constexpr Chip rq302_chip = {
     .generation = Generation::rq302,
     .name = "RQ302",
     .device_id = 0x202,
