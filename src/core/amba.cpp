@@ -1,42 +1,17 @@
-// The bridge to the chip's on-chip bus. It sits behind extended CRTC registers and moves up to
-// eight byte lanes of a 16-byte bus line at a time.
+// Accesses through the bridge to the chip's on-chip bus.
 #include <stdint.h>
 
 #include "core/chip.h"
 #include "core/mmio.h"
 #include "core/poll.h"
+#include "hw/blocks/amba_bridge.h"
 #include "hw/bus.h"
 
 namespace zvg::core {
 
+using namespace hw::amba;
+
 namespace {
-
-// CRTC indices of the bridge.
-constexpr uint32_t command = 0xB0;
-constexpr uint32_t address_select = 0xB1;
-constexpr uint32_t address_byte = 0xB2;
-constexpr uint32_t write_data = 0xB3;
-constexpr uint32_t write_lane = 0xB4;
-constexpr uint32_t enables_select = 0xB5;
-constexpr uint32_t enables_byte = 0xB6;
-constexpr uint32_t read_lane = 0xB7;
-constexpr uint32_t read_data = 0xB8;
-constexpr uint32_t status = 0xB9;
-constexpr uint32_t bridge_mode = 0xBA;  // RQ302 only
-
-// Commands, strobed through the command register.
-constexpr uint8_t acknowledge = 0x01;
-constexpr uint8_t take_read_lane = 0x04;
-constexpr uint8_t take_enables = 0x08;
-constexpr uint8_t take_write_lane = 0x10;
-constexpr uint8_t take_address = 0x20;
-constexpr uint8_t start_read = 0x40;
-constexpr uint8_t start_write = 0x80;
-
-constexpr uint8_t address_is_write = 0x80;
-constexpr uint8_t lane_valid = 0x10;
-
-constexpr uint8_t status_mask = 0xF0;
 
 constexpr unsigned status_repeats = 15;
 constexpr useconds_t status_step_us = 50;
@@ -56,7 +31,7 @@ void strobe(uint8_t value) {
 // The lanes of a 16-byte line that an access of a width covers.
 template <typename Value>
 struct Lanes {
-  static constexpr uint64_t mask = 0xF & ~(sizeof(Value) - 1);
+  static constexpr uint64_t mask = (line_size - 1) & ~(sizeof(Value) - 1);
   static constexpr uint32_t all = (1u << sizeof(Value)) - 1;
 
   static uint8_t first(uint64_t address) { return static_cast<uint8_t>(address & mask); }
@@ -68,13 +43,13 @@ struct Lanes {
 
 // direction: 0 or address_is_write.
 void send_address(uint64_t address, uint8_t direction) {
-  const uint64_t line = address & ~uint64_t{0xF};
+  const uint64_t line = address & ~uint64_t{line_size - 1};
   for (int i = 0; i < int{hw::bus_address_bytes}; ++i) {
     put(address_byte, static_cast<uint8_t>(line >> (8 * i)));
     put(address_select, static_cast<uint8_t>(1u << i) | direction);
     strobe(take_address);
   }
-  if (const uint8_t mode = chip().amba_bus_mode; mode != 0) put(bridge_mode, mode);
+  if (const uint8_t mode = chip().amba_bus_mode; mode != 0) put(bus_mode, mode);
 }
 
 // Starts the transfer and waits until the bridge reports its end. A report that comes with the
@@ -106,10 +81,10 @@ int amba_write(uint64_t address, Value value) {
   }
   const uint16_t enables = Lanes<Value>::enables(address);
   put(enables_byte, static_cast<uint8_t>(enables));
-  put(enables_select, 1);
+  put(enables_select, enables_low);
   strobe(take_enables);
   put(enables_byte, static_cast<uint8_t>(enables >> 8));
-  put(enables_select, 2);
+  put(enables_select, enables_high);
   strobe(take_enables);
   if (!run(start_write)) return write_timed_out;
   strobe(acknowledge);
