@@ -6,6 +6,8 @@
 
 #include "core/chip.h"
 #include "core/poll.h"
+#include "hw/blocks/clocks.h"
+#include "hw/blocks/system_control.h"
 
 namespace zvg::flash {
 
@@ -13,15 +15,7 @@ namespace {
 
 constexpr unsigned look_repeats = 21;
 
-constexpr uint32_t status_busy = 0x01;
-constexpr uint32_t status_received = 0x08;
-constexpr uint32_t status_receive_full = 0x10;
-
-// In the clock block.
-constexpr uint32_t clock_gate = 0x30;
-constexpr uint32_t clock_on = 1;
-
-uint32_t address_of(Register reg) {
+uint32_t address_of(Offset reg) {
   return zvg_gpu_hardware[ZVG_HW_SPI_FLASH] + reg;
 }
 
@@ -41,15 +35,15 @@ bool is_there(Awaited awaited, uint32_t value) {
 
 }  // namespace
 
-void write(Register reg, uint32_t value) {
+void write(Offset reg, uint32_t value) {
   zvgRegWriteLong(address_of(reg), value);
 }
 
-void write(std::initializer_list<std::pair<Register, uint32_t>> values) {
+void write(std::initializer_list<std::pair<Offset, uint32_t>> values) {
   for (const auto& [reg, value] : values) write(reg, value);
 }
 
-uint32_t read(Register reg) {
+uint32_t read(Offset reg) {
   uint32_t value = 0;
   zvgRegReadLong(address_of(reg), &value);
   return value;
@@ -97,18 +91,18 @@ int read_flash_status(Opcode opcode, uint32_t* value) {
 }
 
 void write_thresholds(uint32_t value) {
-  for (const Register reg :
-       {transmit_threshold, receive_threshold, transmit_level, receive_level}) {
+  for (const Offset reg : {transmit_threshold, receive_threshold, transmit_level, receive_level}) {
     write(reg, value);
   }
 }
 
 void prepare_clock() {
   if (!core::chip().spi_clock_gated) return;
-  const uint32_t gate = zvg_gpu_hardware[ZVG_HW_CLOCK] + clock_gate;
+  constexpr uint32_t on = hw::clocks::spi_clock_on;
+  const uint32_t gate = zvg_gpu_hardware[ZVG_HW_CLOCK] + hw::clocks::clock_select;
   uint32_t value = 0;
   zvgRegReadLong(gate, &value);
-  if ((value & clock_on) == 0) zvgRegWriteLong(gate, value | clock_on);
+  if ((value & on) == 0) zvgRegWriteLong(gate, value | on);
 }
 
 const hw::Chip& fifo_chip() {
@@ -148,21 +142,18 @@ bool enable_quad_mode(int budget) {
 using namespace zvg::flash;
 
 int zvgSpiExitCrmMode(void) {
-  // In the system block.
-  constexpr uint32_t identifier = 0x04, continuous_read_left = 0x168;
-  constexpr uint32_t left_bit = 1;
+  using namespace zvg::hw::system_control;
   constexpr uint32_t chip_with_continuous_read =
       zvg::hw::chip_of(zvg::hw::Generation::rq301).flash_identifier;
-  constexpr uint32_t exit_strobe = 0x164;  // at this very offset, in no block
   constexpr uint32_t short_threshold = 7;
 
   const uint32_t system = zvg_gpu_hardware[ZVG_HW_SYSTEM_CONTROL];
   uint32_t left = 0;
   zvgRegReadLong(system + continuous_read_left, &left);
-  if ((left & left_bit) != 0) return 0;
+  if ((left & left_continuous_read) != 0) return 0;
   uint32_t chip = 0;
   zvgRegReadLong(system + identifier, &chip);
-  if (chip >> 16 == chip_with_continuous_read) {
+  if (chip >> identifier_shift == chip_with_continuous_read) {
     write({{enable, 0},
            {control, quad_continuous_exit},
            {frame_count, 3},
@@ -174,9 +165,9 @@ int zvgSpiExitCrmMode(void) {
            {enhanced_control, continuous_exit_format},
            {slave_select, 1},
            {enable, 1}});
-    zvgRegWriteLong(exit_strobe, 1);
+    zvgRegWriteLong(continuous_exit_strobe, 1);
     read(control);  // the strobe lasts as long as this access
-    zvgRegWriteLong(exit_strobe, 0);
+    zvgRegWriteLong(continuous_exit_strobe, 0);
   }
-  return zvgRegWriteLong(system + continuous_read_left, left | left_bit);
+  return zvgRegWriteLong(system + continuous_read_left, left | left_continuous_read);
 }

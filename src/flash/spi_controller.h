@@ -8,44 +8,13 @@
 #include <initializer_list>
 #include <utility>
 
+#include "hw/blocks/spi.h"
 #include "hw/generations.h"
 #include "util_zvg.h"
 
 namespace zvg::flash {
 
-// Offsets in the controller's block.
-enum Register : uint32_t {
-  control = 0x00,
-  frame_count = 0x04,   // frames to receive, minus one
-  enable = 0x08,        // 0 while the controller is configured
-  slave_select = 0x10,  // 0 queues what is written to the data register, 1 sends it
-  clock_divider = 0x14,
-  transmit_threshold = 0x18,
-  receive_threshold = 0x1C,
-  transmit_level = 0x20,
-  receive_level = 0x24,
-  status = 0x28,
-  interrupt_mask = 0x2C,
-  data = 0x60,
-  sample_delay = 0xF0,
-  enhanced_control = 0xF4,
-};
-
-// Frame format and transfer mode.
-enum Control : uint32_t {
-  bytes_transmit = 0x70100,
-  bytes_command_receive = 0x70300,
-  quad_receive = 0x5F0200,
-  quad_transmit = 0x5F0100,
-  quad_continuous_exit = 0x5F0300,
-};
-
-// Instruction of 8 bits and address of 24; a read waits 8 cycles before its data.
-enum EnhancedControl : uint32_t {
-  quad_read_format = 0x4218,
-  quad_program_format = 0x218,
-  continuous_exit_format = 0x2021,
-};
+using namespace hw::spi;
 
 // What the flash understands.
 enum Opcode : uint32_t {
@@ -65,9 +34,8 @@ enum Opcode : uint32_t {
 };
 
 constexpr uint32_t divider = 4;
-constexpr uint32_t all_interrupts = 0x3F;
-constexpr uint32_t deepest_threshold = 255;
-constexpr uint32_t sent_and_idle = 6;  // all of the status, after a command
+// All of the status, after a command.
+constexpr uint32_t sent_and_idle = status_transmit_not_full | status_transmit_empty;
 constexpr useconds_t look_step_us = 10;
 
 // Flash status registers.
@@ -83,9 +51,9 @@ enum class Awaited {
   idle,      // the transfer is over
 };
 
-void write(Register reg, uint32_t value);
-void write(std::initializer_list<std::pair<Register, uint32_t>> values);
-uint32_t read(Register reg);
+void write(Offset reg, uint32_t value);
+void write(std::initializer_list<std::pair<Offset, uint32_t>> values);
+uint32_t read(Offset reg);
 
 // Queues frames while the flash is not selected, and sends them.
 void queue(std::initializer_list<uint32_t> frames);
