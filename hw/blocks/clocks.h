@@ -29,7 +29,7 @@ constexpr uint32_t off_gpupll = 1u << 29;
 constexpr uint32_t off_gpu2pll = 1u << 28;
 
 // Control, as it came with RQ301.
-namespace rq301 {
+namespace tree_rq301 {
 constexpr uint32_t bypass_devpll = 1u << 15;
 constexpr uint32_t bypass_dev2pll = 1u << 14;
 constexpr uint32_t bypass_gpupll = 1u << 13;
@@ -39,16 +39,16 @@ constexpr uint32_t enable_dev2pll = 1u << 1;
 constexpr uint32_t enable_gpupll_3d = 1u << 2;
 constexpr uint32_t enable_gpupll_2d = 1u << 3;
 constexpr uint32_t enable_gpupll = enable_gpupll_3d | enable_gpupll_2d;
-}  // namespace rq301
+}  // namespace tree_rq301
 
 // Control and configuration, as they came with RQ302: a PLL is bypassed in its own word.
-namespace rq302 {
+namespace tree_rq302 {
 constexpr uint32_t off_fifth_pll = 3u << 22;
 constexpr uint32_t enable_gpu2pll = 3u << 0;
 constexpr uint32_t enable_dev2pll = 3u << 2;
 constexpr uint32_t config_bypass = 1u << 31;
 constexpr uint32_t config_bypass_fifth_pll = 3u << 30;
-}  // namespace rq302
+}  // namespace tree_rq302
 
 // Clock selection.
 constexpr uint32_t select_device_plls = 1u << 0;     // set: devpll, dev2pll; clear: the reference
@@ -94,23 +94,25 @@ inline constexpr Field rq301_control_fields[] = {
     field("dev2pll_off", off_dev2pll, "dev2pll is powered down", off_values),
     field("gpupll_off", off_gpupll, "gpupll is powered down", off_values),
     field("gpu2pll_off", off_gpu2pll, "gpu2pll is powered down", off_values),
-    field("devpll_bypass", rq301::bypass_devpll, "what devpll gives out", bypass_values),
-    field("dev2pll_bypass", rq301::bypass_dev2pll, "what dev2pll gives out", bypass_values),
-    field("gpupll_bypass", rq301::bypass_gpupll, "what gpupll gives out", bypass_values),
-    field("gpu2pll_bypass", rq301::bypass_gpu2pll, "what gpu2pll gives out", bypass_values),
-    field("gpupll_2d_enable", rq301::enable_gpupll_2d, "gpupll's output for 2D", enable_values),
-    field("gpupll_3d_enable", rq301::enable_gpupll_3d, "gpupll's output for 3D", enable_values),
-    field("dev2pll_enable", rq301::enable_dev2pll, "dev2pll's output", enable_values),
-    field("devpll_enable", rq301::enable_devpll, "devpll's output", enable_values),
+    field("devpll_bypass", tree_rq301::bypass_devpll, "what devpll gives out", bypass_values),
+    field("dev2pll_bypass", tree_rq301::bypass_dev2pll, "what dev2pll gives out", bypass_values),
+    field("gpupll_bypass", tree_rq301::bypass_gpupll, "what gpupll gives out", bypass_values),
+    field("gpu2pll_bypass", tree_rq301::bypass_gpu2pll, "what gpu2pll gives out", bypass_values),
+    field("gpupll_2d_enable", tree_rq301::enable_gpupll_2d, "gpupll's output for 2D",
+          enable_values),
+    field("gpupll_3d_enable", tree_rq301::enable_gpupll_3d, "gpupll's output for 3D",
+          enable_values),
+    field("dev2pll_enable", tree_rq301::enable_dev2pll, "dev2pll's output", enable_values),
+    field("devpll_enable", tree_rq301::enable_devpll, "devpll's output", enable_values),
 };
 inline constexpr Field rq302_control_fields[] = {
     field("devpll_off", off_devpll, "devpll is powered down", off_values),
     field("dev2pll_off", off_dev2pll, "dev2pll is powered down", off_values),
     field("gpupll_off", off_gpupll, "gpupll is powered down", off_values),
     field("gpu2pll_off", off_gpu2pll, "gpu2pll is powered down", off_values),
-    field("fifth_pll_off", rq302::off_fifth_pll, "the fifth PLL is off with either bit"),
-    field("dev2pll_enable", rq302::enable_dev2pll, "outputs of dev2pll"),
-    field("gpu2pll_enable", rq302::enable_gpu2pll, "outputs of gpu2pll"),
+    field("fifth_pll_off", tree_rq302::off_fifth_pll, "the fifth PLL is off with either bit"),
+    field("dev2pll_enable", tree_rq302::enable_dev2pll, "outputs of dev2pll"),
+    field("gpu2pll_enable", tree_rq302::enable_gpu2pll, "outputs of gpu2pll"),
 };
 inline constexpr Field rq301_config_fields[] = {
     field("post_divider", config_post_divider, "output divider, less one"),
@@ -120,14 +122,14 @@ inline constexpr Field rq301_config_fields[] = {
     field("band", config_band, "loop band for the comparator's frequency"),
 };
 inline constexpr Field rq302_config_fields[] = {
-    field("bypass", rq302::config_bypass, "what the PLL gives out", bypass_values),
+    field("bypass", tree_rq302::config_bypass, "what the PLL gives out", bypass_values),
     field("multiplier", config_multiplier, "feedback multiplier, less one"),
     field("input_divider", config_input_divider, "reference divider, less one"),
     field("shift", config_shift, "the output is shifted right by this"),
     field("band", config_band, "loop band for the comparator's frequency"),
 };
 inline constexpr Field rq302_fifth_fields[] = {
-    field("bypass", rq302::config_bypass_fifth_pll, "bypassed when both bits are set"),
+    field("bypass", tree_rq302::config_bypass_fifth_pll, "bypassed when both bits are set"),
     field("multiplier", config_multiplier, "feedback multiplier, less one"),
     field("input_divider", config_input_divider, "reference divider, less one"),
     field("shift", config_shift, "the output is shifted right by this"),

@@ -8,7 +8,7 @@ namespace zvg::power {
 
 namespace {
 
-constexpr int reference_mhz = 27;
+constexpr int reference_mhz = reference_khz / 1000;
 constexpr int off_mhz = 0;
 constexpr int unknown_clock = -1;
 constexpr unsigned clocks = 9;
@@ -23,8 +23,10 @@ uint32_t post_divider(int shift) {
 
 namespace rq301 {
 
+using namespace hw::clocks::tree_rq301;
+
 struct Path {
-  Register pll;
+  Offset pll;
   uint32_t checked;  // bits of the control register; none: it is not read
   uint32_t running;  // their values when the clock runs from the PLL
   uint32_t bypass;   // which of them tells a bypassed PLL from one that is off
@@ -37,19 +39,24 @@ struct Source {
   Path plain;
 };
 
-constexpr Path gpu2pll_path = {gpu2pll, 0x10001000, 0, 0x1000};
-constexpr Path gpupll_3d_path = {gpupll, 0x20002004, 0x4, 0x2000};
+constexpr Path gpu2pll_path = {gpu2pll, off_gpu2pll | bypass_gpu2pll, 0, bypass_gpu2pll};
+constexpr Path gpupll_3d_path = {gpupll, off_gpupll | bypass_gpupll | enable_gpupll_3d,
+                                 enable_gpupll_3d, bypass_gpupll};
 
 // The post-dividers of devpll stand in the opposite order to RQ302's.
 constexpr Source sources[clocks] = {
-    {0, {}, {devpll, 0x80008000, 0, 0x8000, 8}},
-    {0, {}, {devpll, 0x80008000, 0, 0x8000, 4}},
-    {0, {}, {devpll, 0x80008000, 0, 0x8000, 0}},
-    {0, {}, {dev2pll, 0x40004000, 0, 0x4000}},
-    {0, {}, {dev2pll, 0x40004002, 0x2, 0x4000}},
+    {0, {}, {devpll, off_devpll | bypass_devpll, 0, bypass_devpll, 8}},
+    {0, {}, {devpll, off_devpll | bypass_devpll, 0, bypass_devpll, 4}},
+    {0, {}, {devpll, off_devpll | bypass_devpll, 0, bypass_devpll, 0}},
+    {0, {}, {dev2pll, off_dev2pll | bypass_dev2pll, 0, bypass_dev2pll}},
+    {0,
+     {},
+     {dev2pll, off_dev2pll | bypass_dev2pll | enable_dev2pll, enable_dev2pll, bypass_dev2pll}},
     {select_3d_gpu2pll, gpu2pll_path, gpupll_3d_path},
     {select_shader_gpu2pll, gpu2pll_path, gpupll_3d_path},
-    {select_2d, {gpupll, 0x20002008, 0x8, 0x2000}, {devpll, 0x80008001, 0x1, 0x8000}},
+    {select_2d,
+     {gpupll, off_gpupll | bypass_gpupll | enable_gpupll_2d, enable_gpupll_2d, bypass_gpupll},
+     {devpll, off_devpll | bypass_devpll | enable_devpll, enable_devpll, bypass_devpll}},
     {0, {}, {fifth_pll, 0, 0, 0}},
 };
 
@@ -72,8 +79,10 @@ int frequency(const Source& source) {
 
 namespace rq302 {
 
+using namespace hw::clocks::tree_rq302;
+
 struct Path {
-  Register pll;
+  Offset pll;
   uint32_t bypass;  // bits of the configuration word that are all set when bypassed; 0: no check
   uint32_t off;     // bits of the control register
   int post_shift = no_post_divider;
@@ -86,26 +95,19 @@ struct Source {
   bool plain_is_reference = false;
 };
 
-constexpr uint32_t devpll_off = 1u << 31;
-constexpr uint32_t dev2pll_off = 1u << 30;
-constexpr uint32_t gpupll_off = 1u << 29;
-constexpr uint32_t gpu2pll_off = 1u << 28;
-constexpr uint32_t fifth_pll_off = 3u << 22;
-constexpr uint32_t fifth_pll_bypass = 3u << 30;
-
-constexpr Path gpupll_path = {gpupll, config_bypass, gpupll_off};
-constexpr Path gpu2pll_path = {gpu2pll, config_bypass, gpu2pll_off};
+constexpr Path gpupll_path = {gpupll, config_bypass, off_gpupll};
+constexpr Path gpu2pll_path = {gpu2pll, config_bypass, off_gpu2pll};
 
 constexpr Source sources[clocks] = {
-    {select_device_plls, {devpll, 0, devpll_off, 0}, {}, true},
-    {select_device_plls, {devpll, 0, devpll_off, 4}, {}, true},
-    {select_device_plls, {devpll, 0, devpll_off, 8}, {}, true},
-    {select_device_plls, {dev2pll, 0, dev2pll_off, 16}, {}, true},
-    {select_device_plls, {dev2pll, 0, dev2pll_off, 20}, {}, true},
+    {select_device_plls, {devpll, 0, off_devpll, 0}, {}, true},
+    {select_device_plls, {devpll, 0, off_devpll, 4}, {}, true},
+    {select_device_plls, {devpll, 0, off_devpll, 8}, {}, true},
+    {select_device_plls, {dev2pll, 0, off_dev2pll, 16}, {}, true},
+    {select_device_plls, {dev2pll, 0, off_dev2pll, 20}, {}, true},
     {select_3d_gpu2pll, gpu2pll_path, gpupll_path},
     {select_shader_gpu2pll, gpu2pll_path, gpupll_path},
-    {select_2d, gpu2pll_path, {dev2pll, config_bypass, dev2pll_off, 28}},
-    {0, {}, {fifth_pll, fifth_pll_bypass, fifth_pll_off}},
+    {select_2d, gpu2pll_path, {dev2pll, config_bypass, off_dev2pll, 28}},
+    {0, {}, {fifth_pll, config_bypass_fifth_pll, off_fifth_pll}},
 };
 
 int frequency(const Source& source) {
@@ -136,7 +138,7 @@ int refuse_clock(const char* function) {
 using namespace zvg::power;
 
 int calc_pllout(uint32_t word, uint32_t post_divider) {
-  constexpr uint32_t twice_reference_mhz = 54;
+  constexpr uint32_t twice_reference_mhz = 2 * reference_mhz;
   const uint32_t input_divider = (word >> 8 & 0x1F) + 1;
   const uint32_t output_shift = word >> 4 & 0x7;
   const uint32_t multiplier = (word >> 16 & 0x1FF) + 1;

@@ -17,7 +17,7 @@ void wait_for_lock(uint32_t lock, unsigned reads) {
 
 // How a generation gives a PLL its configuration word, and how often it looks for the lock.
 struct Programming {
-  void (*program)(Register pll, uint32_t word);
+  void (*program)(Offset pll, uint32_t word);
   unsigned lock_reads;
 };
 
@@ -65,6 +65,8 @@ void set_2d_clock(uint32_t word) {
 
 namespace rq302 {
 
+using hw::clocks::tree_rq302::config_bypass;
+
 constexpr unsigned lock_reads = 102;
 
 // The top bits of a configuration word are not the divider search's: of what it found there this
@@ -75,7 +77,7 @@ uint32_t merged(uint32_t old, uint32_t word) {
   return (old & config_bypass) | (word & word_mask);
 }
 
-void program(Register pll, uint32_t word) {
+void program(Offset pll, uint32_t word) {
   write_clock(pll, merged(read_clock(pll), word));
 }
 

@@ -1,4 +1,6 @@
 // The board fan, and the temperature that the driver is told for a test.
+#include "hw/blocks/fan.h"
+
 #include <errno.h>
 #include <stdint.h>
 #include <stdio.h>
@@ -13,20 +15,10 @@ namespace {
 constexpr int failure = -1;
 constexpr uint32_t full_percent = 100;
 
-// The fan controller's PWM in the extended CRTC registers. Each pair counts from its latch on.
-enum PwmRegister : uint32_t {
-  period_low = 0xD4,
-  period_high = 0xD5,
-  duty_low = 0xD6,
-  duty_high = 0xD7,
-  period_latch = 0xD8,
-  duty_latch = 0xD9,
-};
+using namespace hw::fan;
 
-constexpr uint32_t pwm_period = 1000;
-constexpr uint32_t duty_per_percent = pwm_period / full_percent;
+constexpr uint32_t duty_per_percent = full_period / full_percent;
 constexpr uint32_t duty_floor = 10;  // what 0 per cent sets: the fan keeps turning
-constexpr uint8_t latch = 1;
 
 int set_by_driver(int percent) {
   using namespace core;
@@ -53,11 +45,11 @@ int set_by_registers(uint32_t percent) {
   }
   const uint32_t duty = percent == 0 ? duty_floor : percent * duty_per_percent;
   const struct {
-    PwmRegister index;
+    Index index;
     uint32_t value;
   } sequence[] = {
-      {period_low, pwm_period & 0xFF}, {period_high, pwm_period >> 8}, {period_latch, latch},
-      {duty_low, duty & 0xFF},         {duty_high, duty >> 8},         {duty_latch, latch},
+      {period_low, full_period & 0xFF}, {period_high, full_period >> 8}, {period_latch, latch},
+      {duty_low, duty & 0xFF},          {duty_high, duty >> 8},          {duty_latch, latch},
   };
   for (const auto& step : sequence) zvgCrtcWriteByte(step.index, static_cast<uint8_t>(step.value));
   return 0;

@@ -8,17 +8,13 @@
 
 #include "core/chip.h"
 #include "core/driver_requests.h"
+#include "hw/blocks/pvt.h"
 #include "util_zvg.h"
 
 namespace zvg::power {
 
 namespace {
 
-// Offsets in system control.
-constexpr uint32_t pvt_selector = 0x170;
-constexpr uint32_t pvt_data = 0x174;
-
-constexpr uint32_t code_mask = 0x3FF;
 constexpr useconds_t conversion_us = 1'100'000;
 constexpr uint32_t code_size = sizeof(uint32_t);
 
@@ -47,7 +43,8 @@ int code_by_registers(uint32_t type, uint32_t index, uint32_t* code) {
     return -EINVAL;
   }
   uint32_t selector = 0;
-  if (const int result = zvgRegReadLong(system_control(pvt_selector), &selector)) return result;
+  if (const int result = zvgRegReadLong(system_control(hw::pvt::selector), &selector))
+    return result;
   if (type >= hw::pvt_types) {
     printf("failed to get Pvt code with error type %d\n", static_cast<int>(type));
     return -EINVAL;
@@ -55,14 +52,14 @@ int code_by_registers(uint32_t type, uint32_t index, uint32_t* code) {
   const bool all = chip->pvt_converts_all;
   const uint32_t wanted = chip->pvt_selectors[type] + (all ? 0 : index);
   if (selector != wanted) {
-    const int result = zvgRegWriteLong(system_control(pvt_selector), wanted);
+    const int result = zvgRegWriteLong(system_control(hw::pvt::selector), wanted);
     if (result != 0) return result;
     usleep(conversion_us);
   }
   uint32_t data = 0;
-  if (const int result = zvgRegReadLong(system_control(pvt_data), &data)) return result;
+  if (const int result = zvgRegReadLong(system_control(hw::pvt::data), &data)) return result;
   const uint32_t shift = all ? hw::pvt_sensor_bits * index % 32 : 0;
-  *code = data >> shift & code_mask;
+  *code = data >> shift & hw::pvt::code_mask;
   return 0;
 }
 
