@@ -11,7 +11,7 @@
 namespace zvg::display::hdmi {
 
 struct RegisterWrite {
-  Register reg;
+  Offset reg;
   uint8_t value;
 };
 
@@ -27,7 +27,7 @@ int configure(uint32_t transmitter, const RegisterWrite* writes, size_t count);
 
 // Which status register tells the end of an operation, and how long to sleep between looks.
 struct StatusWait {
-  Register status;
+  Offset status;
   useconds_t step_us;
 };
 

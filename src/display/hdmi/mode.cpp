@@ -8,8 +8,8 @@ namespace zvg::display::hdmi {
 
 namespace {
 
-constexpr uint32_t first_register = frame_composer;
-constexpr uint32_t last_register = 0x1010;
+constexpr uint32_t first_register = h_active;
+constexpr uint32_t last_register = last_of_timing;
 
 // The sixteen input timing registers, by their own numbers.
 class FrameComposer {
@@ -35,26 +35,20 @@ class FrameComposer {
 }  // namespace zvg::display::hdmi
 
 uint32_t zvgHdmiModeRead(uint32_t hdmi, uint32_t* mode) {
+  using namespace zvg::hw::hdmi;
   const zvg::display::hdmi::FrameComposer composer(hdmi);
-  const uint32_t h_active = composer.field(0x1001, 0x1F);
-  const uint32_t h_blank = composer.field(0x1003, 0x1F);
-  const uint32_t v_active = composer.field(0x1005, 0x1F);
-  const uint32_t v_blank = composer.byte(0x1007);
-  const uint32_t h_sync_delay = composer.field(0x1008, 0x1F);
-  const uint32_t h_sync_width = composer.field(0x100A, 0x03);
-  const uint32_t v_sync_delay = composer.byte(0x100C);
-  const uint32_t v_sync_width = composer.byte(0x100D);
-  const uint32_t pixel_clock =
-      composer.byte(0x100E) | composer.byte(0x100F) << 8 | composer.byte(0x1010) << 16;
-
-  mode[ZVG_MODE_PIXEL_CLOCK] = pixel_clock;
-  mode[ZVG_MODE_H_ACTIVE] = h_active;
-  mode[ZVG_MODE_H_SYNC_START] = h_active + h_sync_delay;
-  mode[ZVG_MODE_H_SYNC_END] = mode[ZVG_MODE_H_SYNC_START] + h_sync_width;
-  mode[ZVG_MODE_H_TOTAL] = h_active + h_blank;
-  mode[ZVG_MODE_V_ACTIVE] = v_active;
-  mode[ZVG_MODE_V_SYNC_START] = v_active + v_sync_delay;
-  mode[ZVG_MODE_V_SYNC_END] = mode[ZVG_MODE_V_SYNC_START] + v_sync_width;
-  mode[ZVG_MODE_V_TOTAL] = v_active + v_blank;
-  return pixel_clock;
+  const uint32_t pixels = composer.field(h_active, horizontal_high);
+  const uint32_t lines = composer.field(v_active, vertical_high);
+  mode[ZVG_MODE_PIXEL_CLOCK] = composer.byte(pixel_clock) | composer.byte(pixel_clock + 1) << 8 |
+                               composer.byte(pixel_clock + 2) << 16;
+  mode[ZVG_MODE_H_ACTIVE] = pixels;
+  mode[ZVG_MODE_H_SYNC_START] = pixels + composer.field(h_sync_delay, horizontal_high);
+  mode[ZVG_MODE_H_SYNC_END] =
+      mode[ZVG_MODE_H_SYNC_START] + composer.field(h_sync_width, sync_width_high);
+  mode[ZVG_MODE_H_TOTAL] = pixels + composer.field(h_blank, horizontal_high);
+  mode[ZVG_MODE_V_ACTIVE] = lines;
+  mode[ZVG_MODE_V_SYNC_START] = lines + composer.byte(v_sync_delay);
+  mode[ZVG_MODE_V_SYNC_END] = mode[ZVG_MODE_V_SYNC_START] + composer.byte(v_sync_width);
+  mode[ZVG_MODE_V_TOTAL] = lines + composer.byte(v_blank);
+  return mode[ZVG_MODE_PIXEL_CLOCK];
 }

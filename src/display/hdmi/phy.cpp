@@ -18,7 +18,7 @@ constexpr useconds_t lock_step_us = 1000;
 // Receiver sense is the high nibble of the PHY status: any bit of it makes the byte exceed this.
 constexpr uint8_t no_receiver = 0x0F;
 
-int mask_write(uint32_t transmitter, Register reg, uint8_t mask, uint8_t value) {
+int mask_write(uint32_t transmitter, Offset reg, uint8_t mask, uint8_t value) {
   return zvgRegMskWriteByte(at(transmitter, reg), mask, value);
 }
 
@@ -69,7 +69,7 @@ int zvgHdmiPhyWrite(uint32_t hdmi, int reg, int value) {
 
 int zvgHdmiPhyReset(uint32_t hdmi) {
   if (hdmi > last_transmitter) return -EINVAL;
-  int result = zvgRegWriteByte(at(hdmi, phy_reset), 1);
+  int result = zvgRegWriteByte(at(hdmi, phy_reset), phy_reset_held);
   usleep(reset_pulse_us);
   result |= zvgRegWriteByte(at(hdmi, phy_reset), 0);
   return result;
