@@ -19,11 +19,8 @@ enum WaitResult : uint32_t { received = 0, timed_out = 1, in_error = 2, never_ca
 // Polls a reply wait makes for each unit of the clock divider.
 constexpr uint32_t polls_per_divider = 500;
 
-constexpr uint32_t optional_flag_a = 1 << 12;
-constexpr uint32_t optional_flag_b = 1 << 13;
-
-int bit_of(const zvg_dptx* device, ControllerRegister reg, uint32_t bit) {
-  return static_cast<int>(zvg_dptx_reg_read(device, reg) >> bit & 1);
+int is_set(const zvg_dptx* device, ControllerRegister reg, uint32_t bit) {
+  return (zvg_dptx_reg_read(device, reg) & bit) != 0;
 }
 
 Reply exchange(const zvg_dptx* device, Request request, uint32_t address, uint32_t length) {
@@ -52,7 +49,7 @@ uint32_t zvg_dptx_get_clk_divider(const zvg_dptx* device) {
 }
 
 int zvg_dptx_aux_ready(const zvg_dptx* device) {
-  return bit_of(device, aux_status, aux_busy_bit) == 0;
+  return is_set(device, aux_status, aux_busy) == 0;
 }
 
 int zvg_dptx_aux_hpd_status(const zvg_dptx* device) {
@@ -61,23 +58,23 @@ int zvg_dptx_aux_hpd_status(const zvg_dptx* device) {
 
 void zvg_dptx_aux_send_request(const zvg_dptx* device, uint32_t command, uint32_t address,
                                uint32_t length, int flag_a, int flag_b) {
-  uint32_t word = command | ((length - 1) & (max_aux_bytes - 1));
-  if (flag_a != 0) word |= optional_flag_a;
-  if (flag_b != 0) word |= optional_flag_b;
+  uint32_t word = command | ((length - 1) & aux_length);
+  if (flag_a != 0) word |= aux_flag_a;
+  if (flag_b != 0) word |= aux_flag_b;
   zvg_dptx_reg_write(device, aux_address, address);
   zvg_dptx_reg_write(device, aux_command, word);
 }
 
 int zvg_dptx_aux_reply_timeout(const zvg_dptx* device) {
-  return bit_of(device, aux_signal, aux_timeout_bit);
+  return is_set(device, aux_signal, aux_timeout);
 }
 
 int zvg_dptx_aux_reply_error(const zvg_dptx* device) {
-  return bit_of(device, aux_status, aux_error_bit);
+  return is_set(device, aux_status, aux_error);
 }
 
 int zvg_dptx_aux_reply_received(const zvg_dptx* device) {
-  return bit_of(device, aux_signal, aux_received_bit);
+  return is_set(device, aux_signal, aux_received);
 }
 
 uint32_t zvg_dptx_aux_reply_code(const zvg_dptx* device) {

@@ -4,25 +4,14 @@
 
 #include <stdint.h>
 
+#include "display/dp/registers.h"
 #include "util_zvg.h"
 
 namespace zvg::display::dp {
 
-constexpr uint32_t max_aux_bytes = 16;
+constexpr uint32_t max_aux_bytes = aux_fifo_bytes;
 constexpr unsigned aux_tries = 100;
 constexpr uint32_t deferral_ticks = 10;
-
-// Bits 11 to 8 of the command register; bits 3 to 0 are the length less one.
-enum Request : uint32_t {
-  i2c_write_and_end = 0x000,
-  i2c_read_and_end = 0x100,
-  i2c_write_open = 0x400,
-  i2c_read_open = 0x500,
-  native_write = 0x800,
-  native_read = 0x900,
-};
-
-enum ReplyCode : uint32_t { native_deferred = 2, i2c_deferred = 8 };
 
 // Marks a transfer that took place at all; the rest of a status word says what went wrong.
 constexpr uint32_t transfer_made = 0x10000;

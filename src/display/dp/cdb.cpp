@@ -9,9 +9,6 @@ namespace zvg::display::dp {
 
 namespace {
 
-enum Command : uint32_t { read_command = 2, write_command = 3 };
-
-constexpr uint32_t status_ready = 1;  // the whole word after a good read
 constexpr unsigned ready_tries = 100;
 constexpr uint32_t ready_step_ticks = 5;
 constexpr int busy = 4;
@@ -19,7 +16,7 @@ constexpr int busy = 4;
 bool wait_until_ready(const zvg_dptx* device) {
   return core::look_then_wait(
       ready_tries, [=] { zvg_dptx_tmr_wait(device, ready_step_ticks); },
-      [=] { return (zvg_dptx_phy_reg_read(device, cdb_status) & status_ready) != 0; });
+      [=] { return (zvg_dptx_phy_reg_read(device, cdb_status) & cdb_ready) != 0; });
 }
 
 }  // namespace
@@ -36,7 +33,7 @@ int zvg_cdb_write(const zvg_dptx* device, uint16_t addr, uint16_t data) {
   }
   zvg_dptx_phy_reg_write(device, cdb_address, addr);
   zvg_dptx_phy_reg_write(device, cdb_write_data, data);
-  zvg_dptx_phy_reg_write(device, cdb_command, write_command);
+  zvg_dptx_phy_reg_write(device, cdb_command, cdb_write);
   zvg_dptx_phy_reg_write(device, cdb_go, 1);
   return 0;
 }
@@ -47,11 +44,11 @@ int zvg_cdb_read(const zvg_dptx* device, uint16_t addr, uint16_t* data) {
     return busy;
   }
   zvg_dptx_phy_reg_write(device, cdb_address, addr);
-  zvg_dptx_phy_reg_write(device, cdb_command, read_command);
+  zvg_dptx_phy_reg_write(device, cdb_command, cdb_read);
   zvg_dptx_phy_reg_write(device, cdb_go, 1);
   if (!wait_until_ready(device)) return busy;
   const uint32_t status = zvg_dptx_phy_reg_read(device, cdb_status);
-  if (status != status_ready) {
+  if (status != cdb_ready) {
     *data = 0;
     return static_cast<int>(status);
   }

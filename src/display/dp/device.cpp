@@ -11,10 +11,6 @@ namespace zvg::display::dp {
 
 namespace {
 
-constexpr uint32_t timer_count = 0x1FFFFF;
-constexpr uint32_t timer_kept = 0xE0000000;
-constexpr uint32_t timer_on = 0x80000000;
-
 bool valid(const zvg_dptx* device) {
   return reinterpret_cast<uintptr_t>(device->base) + device->block_offset != 0;
 }

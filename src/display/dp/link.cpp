@@ -17,16 +17,17 @@ constexpr uint32_t clock_divider = 100;
 constexpr unsigned bracket_tries = 100;
 constexpr uint32_t rate_change_ticks = 2;
 
-constexpr PllRegister rate_change_order[] = {pll_90, pll_91, pll_93, pll_1a1,
-                                             pll_88, pll_95, pll_96};
+constexpr dp_cdb::Address rate_change_order[] = {dp_cdb::pll_90,  dp_cdb::pll_91, dp_cdb::pll_93,
+                                                 dp_cdb::pll_1a1, dp_cdb::pll_88, dp_cdb::pll_95,
+                                                 dp_cdb::pll_96};
 
 void wait_for_pll(const zvg_dptx* device) {
   core::look_then_wait(
       bracket_tries, [=] { zvg_dptx_tmr_wait(device, 1); },
       [=] {
         uint16_t state = 0;
-        zvg_cdb_read(device, cdb_pll_state, &state);
-        return (state & pll_settled) != 0;
+        zvg_cdb_read(device, dp_cdb::pll_state, &state);
+        return (state & dp_cdb::pll_settled) != 0;
       },
       core::LastWait::left_out);
 }
@@ -38,12 +39,12 @@ void take_phy_down(const zvg_dptx* device) {
   zvg_dptx_phy_power(device, 3);
   zvg_dptx_phy_reg_write(device, lane_pll_enable, 0);
   wait_for_phy(device, lane_pll_acknowledge, bracket_tries);
-  zvg_cdb_write(device, cdb_pll_enable, 0);
+  zvg_cdb_write(device, dp_cdb::pll_enable, 0);
   wait_for_pll(device);
 }
 
 void bring_phy_up(const zvg_dptx* device) {
-  zvg_cdb_write(device, cdb_pll_enable, 1);
+  zvg_cdb_write(device, dp_cdb::pll_enable, 1);
   wait_for_pll(device);
   zvg_dptx_phy_reg_write(device, lane_pll_enable, 1);
   wait_for_phy(device, lane_pll_acknowledge, bracket_tries);
@@ -54,7 +55,7 @@ void bring_phy_up(const zvg_dptx* device) {
 
 void write_rate(const zvg_dptx* device, const LinkRate& rate) {
   for (uint32_t lane = 0; lane < max_lanes; ++lane) {
-    zvg_cdb_write(device, static_cast<uint16_t>(cdb_lane_divider + lane * cdb_lane_step),
+    zvg_cdb_write(device, static_cast<uint16_t>(dp_cdb::lane_divider + lane * dp_cdb::lane_stride),
                   rate.lane_divider);
   }
   write_pll(device, rate, rate_change_order);

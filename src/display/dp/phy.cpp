@@ -8,10 +8,10 @@
 
 namespace zvg::display::dp {
 
+using namespace hw::dp_cdb;
+
 namespace {
 
-constexpr uint32_t last_power_state = 3;
-constexpr uint32_t power_states = 0x1F;
 constexpr unsigned power_tries = 50;
 constexpr int bad_power_state = 9;
 constexpr int no_acknowledge = 10;
@@ -21,8 +21,6 @@ constexpr int not_ready = 4;
 
 constexpr int bad_reset = 5;
 
-constexpr uint32_t level_bits = 3;
-
 constexpr PhyWrite hold_in_reset[] = {
     {reset_release, 0},  {set_up_58, 0xF},    {phy_run, 0},
     {lane_enable_4c, 0}, {lane_enable_48, 0}, {phy_enable, 0},
@@ -30,26 +28,29 @@ constexpr PhyWrite hold_in_reset[] = {
 };
 
 constexpr CdbWrite common_block[] = {
-    {cdb_pll_enable, 0},
-    {0xC00E, 0},
-    {0xE005, 0xF},
-    {0xE006, 0x2222},
+    {pll_enable, 0},
+    {common_c00e, 0},
+    {common_e005, 0xF},
+    {common_e006, 0x2222},
 };
 
-constexpr CdbWrite lane_before_divider[] = {{0x40E5, 1}, {0x40EA, 0xF}};
+constexpr CdbWrite lane_before_divider[] = {{lane_40e5, 1}, {lane_40ea, 0xF}};
 
 constexpr CdbWrite lane_after_divider[] = {
-    {0x40E6, 0}, {0x4100, 0xFB}, {0x4102, 0x4AA}, {0x4103, 0x4AA}, {0x8000, 0}, {0x8002, 0},
-    {0x8003, 0}, {0x8006, 0},    {0x8108, 0},     {0x8110, 0},     {0x8118, 0},
+    {lane_40e6, 0}, {lane_4100, 0xFB}, {lane_4102, 0x4AA}, {lane_4103, 0x4AA},
+    {lane_8000, 0}, {lane_8002, 0},    {lane_8003, 0},     {lane_8006, 0},
+    {lane_8108, 0}, {lane_8110, 0},    {lane_8118, 0},
 };
 
 constexpr CdbWrite pll_common[] = {
-    {0x94, 4},    {0x1A4, 0x509}, {0x1A5, 0xF00}, {0x1A6, 0xF08}, {0x92, 2},    {0x1A0, 2},
-    {0x84, 0xFA}, {0x85, 4},      {0x86, 0x317},  {0x82, 3},      {0x9C, 0xC7}, {0x9E, 0xC7},
+    {pll_94, 4},     {pll_1a4, 0x509}, {pll_1a5, 0xF00}, {pll_1a6, 0xF08},
+    {pll_92, 2},     {pll_1a0, 2},     {pll_84, 0xFA},   {pll_85, 4},
+    {pll_86, 0x317}, {pll_82, 3},      {pll_9c, 0xC7},   {pll_9e, 0xC7},
 };
 
 // Parameter 0x88 comes first here, but fifth in a rate change.
-constexpr PllRegister set_up_order[] = {pll_88, pll_90, pll_91, pll_93, pll_1a1, pll_95, pll_96};
+constexpr dp_cdb::Address set_up_order[] = {pll_88,  pll_90, pll_91, pll_93,
+                                            pll_1a1, pll_95, pll_96};
 
 constexpr PhyWrite switch_on[] = {
     {lane_pll_enable, 1}, {lane_enable_4c, 0xF}, {lane_enable_48, 0xF},
@@ -65,12 +66,13 @@ constexpr PhyWrite switch_lanes_off[] = {
 template <size_t count>
 void write_lane(const zvg_dptx* device, uint32_t lane, const CdbWrite (&writes)[count]) {
   for (const CdbWrite& write : writes) {
-    zvg_cdb_write(device, static_cast<uint16_t>(write.address + lane * cdb_lane_step), write.data);
+    zvg_cdb_write(device, static_cast<uint16_t>(write.address + lane * dp_cdb::lane_stride),
+                  write.data);
   }
 }
 
 void set_up_lanes(const zvg_dptx* device, uint16_t divider) {
-  const CdbWrite divider_write[] = {{cdb_lane_divider, divider}};
+  const CdbWrite divider_write[] = {{lane_divider, divider}};
   for (uint32_t lane = 0; lane < max_lanes; ++lane) {
     write_lane(device, lane, lane_before_divider);
     write_lane(device, lane, divider_write);
@@ -86,13 +88,14 @@ void report_step(int number, const char* step, int status) {
 // The four registers of a kind, a lane every four bytes, take the levels inverted.
 void write_levels(const zvg_dptx* device, PhyRegister first, const uint32_t (&levels)[max_lanes]) {
   for (uint32_t lane = 0; lane < max_lanes; ++lane) {
-    zvg_dptx_phy_reg_write(device, first + lane * 4, ~(levels[lane] & level_bits));
+    zvg_dptx_phy_reg_write(device, first + lane * hw::dp_phy::lane_stride,
+                           ~(levels[lane] & level_bits));
   }
 }
 
 void write_raw_levels(const zvg_dptx* device, PhyRegister first, uint32_t value) {
   for (uint32_t lane = 0; lane < max_lanes; ++lane) {
-    zvg_dptx_phy_reg_write(device, first + lane * 4, value);
+    zvg_dptx_phy_reg_write(device, first + lane * hw::dp_phy::lane_stride, value);
   }
 }
 
@@ -123,7 +126,7 @@ int zvg_dptx_phy_init(const zvg_dptx* device, uint32_t link_clock) {
   const LinkRate* const rate = rate_of_index(link_clock);
 
   zvg_dptx_phy_reg_write(device, phy_set_up, 1);
-  zvg_cdb_write(device, 0x004C, 4);
+  zvg_cdb_write(device, common_4c, 4);
   write_all(device, hold_in_reset);
   write_all(device, common_block);
   set_up_lanes(device, (rate != nullptr ? *rate : link_rates[0]).lane_divider);
@@ -135,7 +138,7 @@ int zvg_dptx_phy_init(const zvg_dptx* device, uint32_t link_clock) {
     fprintf(stderr, "error: ref_clk=%d is not supported yet! force to 1.62G\n",
             static_cast<int>(link_clock));
   }
-  zvg_cdb_write(device, cdb_pll_enable, 1);
+  zvg_cdb_write(device, pll_enable, 1);
   write_all(device, switch_on);
 
   // No failure stops the sequence.

@@ -31,19 +31,11 @@ void write_all(const zvg_dptx* device, const CdbWrite (&writes)[count]) {
   for (const CdbWrite& write : writes) zvg_cdb_write(device, write.address, write.data);
 }
 
-// The same CDB register of a lane is this much further than that of the lane before.
-constexpr uint16_t cdb_lane_step = 0x200;
-constexpr uint16_t cdb_lane_divider = 0x40E7;
-
-// PLLs of the lanes: on, and the register that says so.
-constexpr uint16_t cdb_pll_enable = 0xE003;
-constexpr uint16_t cdb_pll_state = 0xE001;
-constexpr uint16_t pll_settled = 0x4;
-
 // Writes the PLL parameters of a rate in an order that depends on the occasion.
 template <size_t count>
-void write_pll(const zvg_dptx* device, const LinkRate& rate, const PllRegister (&order)[count]) {
-  for (const PllRegister reg : order) zvg_cdb_write(device, reg, rate.pll(reg));
+void write_pll(const zvg_dptx* device, const LinkRate& rate,
+               const dp_cdb::Address (&order)[count]) {
+  for (const dp_cdb::Address reg : order) zvg_cdb_write(device, reg, rate.pll(reg));
 }
 
 }  // namespace zvg::display::dp

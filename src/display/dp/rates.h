@@ -4,37 +4,30 @@
 
 #include <stdint.h>
 
+#include "hw/blocks/dp_cdb.h"
+
 namespace zvg::display::dp {
 
-// CDB registers of the PHY's PLL that depend on the rate.
-enum PllRegister : uint16_t {
-  pll_88 = 0x88,
-  pll_90 = 0x90,
-  pll_91 = 0x91,
-  pll_93 = 0x93,
-  pll_95 = 0x95,
-  pll_96 = 0x96,
-  pll_1a1 = 0x1A1,
-};
+namespace dp_cdb = hw::dp_cdb;
 
 struct LinkRate {
   uint8_t code;  // as in the DPCD: units of 270 Mbit/s
   uint16_t lane_divider;
   uint16_t pll_1a1, pll_90, pll_91, pll_93, pll_88, pll_95, pll_96;
 
-  constexpr uint16_t pll(PllRegister reg) const {
+  constexpr uint16_t pll(dp_cdb::Address reg) const {
     switch (reg) {
-      case PllRegister::pll_88:
+      case dp_cdb::pll_88:
         return pll_88;
-      case PllRegister::pll_90:
+      case dp_cdb::pll_90:
         return pll_90;
-      case PllRegister::pll_91:
+      case dp_cdb::pll_91:
         return pll_91;
-      case PllRegister::pll_93:
+      case dp_cdb::pll_93:
         return pll_93;
-      case PllRegister::pll_95:
+      case dp_cdb::pll_95:
         return pll_95;
-      case PllRegister::pll_96:
+      case dp_cdb::pll_96:
         return pll_96;
       default:
         return pll_1a1;

@@ -18,16 +18,9 @@ constexpr uint32_t link_clock_per_code = 27000;  // kHz
 // Whatever the lane count, the data count is taken for three bytes a pixel and pairs of them.
 constexpr uint32_t count_bytes = 3;
 constexpr uint32_t count_divisor = 2;
-constexpr uint32_t count_mask = 0x1FFFFFFF;
-
-constexpr uint32_t stream_8_bits_rgb = 12;
-constexpr uint32_t stream_source_crtc = 0x2004;
-constexpr uint32_t stream_source_panel = 0x4000;
 
 constexpr uint32_t start_ticks_dividend = 0x18000;
 constexpr uint32_t stream_ticks = 5;
-
-enum SelfRefresh : uint32_t { psr_disabled = 1, psr_inactive = 2 };
 
 struct ControllerWrite {
   ControllerRegister reg;
@@ -124,7 +117,7 @@ uint32_t zvg_dptx_set_tu_size(const zvg_dptx* device, uint32_t pixel_clock, uint
 uint32_t zvg_dptx_set_user_data_count(const zvg_dptx* device, uint32_t active, uint32_t bytes,
                                       uint32_t divisor) {
   if (divisor == 0) return 0;
-  const uint32_t count = ((active * bytes & count_mask) + divisor - 1) / divisor;
+  const uint32_t count = ((active * bytes & user_data_mask) + divisor - 1) / divisor;
   zvg_dptx_reg_write(device, user_data_count, count);
   return count;
 }

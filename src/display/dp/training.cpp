@@ -6,46 +6,30 @@
 
 #include "display/dp/ports.h"
 #include "display/dp/registers.h"
+#include "hw/blocks/dpcd.h"
 
 namespace zvg::display::dp {
 
 namespace {
 
-enum Dpcd : uint32_t {
-  dpcd_capabilities = 0x000,
-  dpcd_link_rate = 0x100,
-  dpcd_lane_count = 0x101,
-  dpcd_pattern = 0x102,
-  dpcd_lane_training = 0x103,  // to 0x106
-  dpcd_psr_enable = 0x170,
-  dpcd_sink_status = 0x200,
-  dpcd_lane_status = 0x202,   // lanes 0 and 1; the next one: lanes 2 and 3
-  dpcd_lane_request = 0x206,  // likewise
-  dpcd_power = 0x600,
-};
+namespace dpcd = hw::dpcd;
 
-// Places in a read of the capabilities, and in one from dpcd_sink_status.
-constexpr uint32_t capability_rate = 1;
-constexpr uint32_t capability_lanes = 2;
-constexpr uint32_t capability_equalisation = 0xE;
-constexpr uint32_t status_lanes_0_1 = 2;
-constexpr uint32_t status_alignment = 4;
+// Places in a read of the capabilities, and in one from the sink count on.
+constexpr uint32_t capability_rate = dpcd::max_link_rate;
+constexpr uint32_t capability_lanes = dpcd::max_lane_count;
+constexpr uint32_t capability_equalisation = dpcd::training_interval;
+constexpr uint32_t status_lanes_0_1 = dpcd::lane_status_0_1 - dpcd::sink_count;
+constexpr uint32_t status_alignment = dpcd::align_status - dpcd::sink_count;
 constexpr int block_bytes = 16;
 
-constexpr uint32_t lane_count_bits = 0x1F;
-constexpr uint32_t enhanced_frame = 0x80;
-constexpr uint32_t power_on = 1;
-
-constexpr uint8_t lane_clock_recovered = 0x1;
-constexpr uint8_t both_lanes_recovered = 0x11;
-constexpr uint8_t lane_equalised_and_locked = 0x6;
-constexpr uint8_t lanes_aligned = 0x1;
+constexpr uint8_t both_lanes_recovered = dpcd::lane_clock_recovered | dpcd::lane_clock_recovered
+                                                                          << dpcd::lane_bits;
+constexpr uint8_t lane_equalised_and_locked = dpcd::lane_equalised | dpcd::lane_symbols_locked;
 
 // What the DPCD takes for each pattern that the transmitter sends: scrambling off.
 enum Pattern : uint32_t { no_pattern = 0, pattern_1 = 1, pattern_2 = 2, pattern_3 = 3 };
-constexpr uint32_t scrambling_off = 0x20;
 constexpr uint32_t dpcd_value(Pattern pattern) {
-  return pattern == no_pattern ? 0 : scrambling_off | pattern;
+  return pattern == no_pattern ? 0 : uint32_t{dpcd::scrambling_off} | pattern;
 }
 
 constexpr int max_passes = 5;
@@ -101,15 +85,15 @@ class Training {
   bool equalise(uint32_t ticks) {
     send(pattern_2, ticks);
     uint8_t status[block_bytes] = {};
-    zvg_dptx_aux_read_blk(device_, dpcd_sink_status, status, block_bytes);
-    return (status[status_alignment] & lanes_aligned) != 0 &&
+    zvg_dptx_aux_read_blk(device_, dpcd::sink_count, status, block_bytes);
+    return (status[status_alignment] & dpcd::lanes_aligned) != 0 &&
            (status[status_lanes_0_1] & lane_equalised_and_locked) == lane_equalised_and_locked;
   }
 
   void send(Pattern pattern, uint32_t ticks) {
-    zvg_dptx_aux_write(device_, dpcd_pattern, dpcd_value(pattern));
+    zvg_dptx_aux_write(device_, dpcd::training_pattern_set, dpcd_value(pattern));
     for (uint32_t lane = 0; lane < max_lanes; ++lane) {
-      zvg_dptx_aux_write(device_, dpcd_lane_training + lane, lanes_[lane].training_byte());
+      zvg_dptx_aux_write(device_, dpcd::training_lane_set + lane, lanes_[lane].training_byte());
     }
     zvg_dptx_reg_write(device_, training_pattern, pattern);
     zvg_dptx_tmr_wait(device_, ticks);
@@ -118,13 +102,13 @@ class Training {
   // Lanes 0 and 1 or 2 and 3. A lane without clock recovery takes the levels that its sink wants.
   bool look_at_pair(uint32_t pair) {
     uint8_t status = 0;
-    zvg_dptx_aux_read(device_, dpcd_lane_status + pair, &status);
+    zvg_dptx_aux_read(device_, dpcd::lane_status_0_1 + pair, &status);
     if ((status & both_lanes_recovered) == both_lanes_recovered) return true;
     uint8_t request = 0;
-    zvg_dptx_aux_read(device_, dpcd_lane_request + pair, &request);
+    zvg_dptx_aux_read(device_, dpcd::adjust_request_0_1 + pair, &request);
     for (uint32_t i = 0; i < 2; ++i) {
-      const uint32_t nibble = i * 4;
-      if ((status >> nibble & lane_clock_recovered) != 0) continue;
+      const uint32_t nibble = i * dpcd::lane_bits;
+      if ((status >> nibble & dpcd::lane_clock_recovered) != 0) continue;
       lanes_[pair * 2 + i] = {stored_level(request >> nibble & 3),
                               stored_level(request >> (nibble + 2) & 3)};
     }
@@ -137,17 +121,17 @@ class Training {
 
 void finish(const zvg_dptx* device) {
   zvg_dptx_reg_write(device, training_pattern, no_pattern);
-  zvg_dptx_aux_write(device, dpcd_pattern, dpcd_value(no_pattern));
+  zvg_dptx_aux_write(device, dpcd::training_pattern_set, dpcd_value(no_pattern));
   zvg_dptx_reg_write(device, training_active, 0);
 }
 
 void configure_sink(const zvg_dptx* device, uint32_t rate_code, uint32_t lanes) {
-  zvg_dptx_aux_write(device, dpcd_link_rate, rate_code);
-  zvg_dptx_aux_write(device, dpcd_lane_count, lanes | enhanced_frame);
+  zvg_dptx_aux_write(device, dpcd::link_rate_set, rate_code);
+  zvg_dptx_aux_write(device, dpcd::lane_count_set, lanes | dpcd::enhanced_framing);
 }
 
 void send_fixed(const zvg_dptx* device, Pattern pattern, uint32_t ticks) {
-  zvg_dptx_aux_write(device, dpcd_pattern, dpcd_value(pattern));
+  zvg_dptx_aux_write(device, dpcd::training_pattern_set, dpcd_value(pattern));
   zvg_dptx_reg_write(device, training_pattern, pattern);
   zvg_dptx_tmr_wait(device, ticks);
 }
@@ -156,13 +140,13 @@ void send_fixed(const zvg_dptx* device, Pattern pattern, uint32_t ticks) {
 
 SinkCapabilities read_capabilities(zvg_dptx* device, const char* fallback) {
   uint8_t bytes[block_bytes] = {};
-  const bool known = zvg_dptx_aux_read_blk(device, dpcd_capabilities, bytes, block_bytes) == 0;
+  const bool known = zvg_dptx_aux_read_blk(device, dpcd::revision, bytes, block_bytes) == 0;
   if (known) {
     printf("DPCD 0:");
     for (const uint8_t byte : bytes) printf(" %02x", byte);
     printf("\n");
     device->link_clock = zvg_speed_to_link_clk(bytes[capability_rate]);
-    device->lanes = bytes[capability_lanes] & lane_count_bits;
+    device->lanes = bytes[capability_lanes] & dpcd::lane_count;
   } else {
     puts(fallback);
     device->link_clock = 0;
@@ -185,10 +169,10 @@ int zvg_dptx_train_link(const zvg_dptx* device, uint32_t rate_code, uint32_t lan
   zvg_dptx_set_lane_count(device, lanes);
   zvg_dptx_reg_write(device, enhanced_framing, 1);
   configure_sink(device, rate_code, lanes);
-  if (self_refresh != 0) zvg_dptx_aux_write(device, dpcd_psr_enable, 1);
+  if (self_refresh != 0) zvg_dptx_aux_write(device, dpcd::psr_enable, 1);
   uint8_t power = 0;
-  zvg_dptx_aux_read(device, dpcd_power, &power);
-  if (power == 0) zvg_dptx_aux_write(device, dpcd_power, power_on);
+  zvg_dptx_aux_read(device, dpcd::set_power, &power);
+  if (power == 0) zvg_dptx_aux_write(device, dpcd::set_power, dpcd::powered);
   Training(device).run(equalisation_ticks);
   finish(device);
   return 0;
@@ -201,11 +185,11 @@ int zvg_dptx_train_link_no_aux(const zvg_dptx* device, uint32_t rate_code, uint3
   zvg_dptx_set_link_rate(device, rate_code);
   zvg_dptx_set_lane_count(device, lanes);
   configure_sink(device, rate_code, lanes);
-  zvg_dptx_aux_write(device, dpcd_power, power_on);
+  zvg_dptx_aux_write(device, dpcd::set_power, dpcd::powered);
   send_fixed(device, pattern_1, fixed_clock_recovery_ticks);
   send_fixed(device, pattern_3, fixed_equalisation_ticks);
   uint8_t unused[block_bytes];
-  zvg_dptx_aux_read_blk(device, dpcd_sink_status, unused, block_bytes);
+  zvg_dptx_aux_read_blk(device, dpcd::sink_count, unused, block_bytes);
   finish(device);
   return 0;
 }
