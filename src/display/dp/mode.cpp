@@ -6,6 +6,7 @@
 #include "display/dp/ports.h"
 #include "display/dp/registers.h"
 #include "display/panel/crtc_timing.h"
+#include "hw/bus.h"
 #include "util_zvg.h"
 
 namespace zvg::display::dp {
@@ -13,28 +14,30 @@ namespace zvg::display::dp {
 namespace {
 
 // On the serial line the VGA's registers are addressed with the bus base added by hand.
-constexpr uint64_t misc_output_on_bus = 0x10103CC;
+constexpr uint64_t misc_output_on_bus = hw::bus_mmio_base + misc_output;
 
 // The word stands in every other index from the first on, low byte first.
 uint32_t read_pll_word() {
   uint32_t word = 0;
-  for (uint32_t byte = 0; byte < 4; ++byte) word |= crtc_byte(crtc_pll_word + byte * 2) << byte * 8;
+  for (uint32_t byte = 0; byte < 4; ++byte)
+    word |= crtc_byte(display::crtc0::pll_word + byte * display::crtc0::pll_word_stride)
+            << byte * 8;
   return word;
 }
 
 // The high bits of the two horizontal distances are taken otherwise in the controller's readback.
 void read_crtc_timing(uint32_t* mode) {
-  mode[ZVG_MODE_H_TOTAL] = crtc_pair(crtc_h_total);
-  mode[ZVG_MODE_V_TOTAL] = crtc_pair(crtc_v_total);
-  mode[ZVG_MODE_H_ACTIVE] = crtc_pair(crtc_h_active);
-  mode[ZVG_MODE_V_ACTIVE] = crtc_pair(crtc_v_active);
-  const uint32_t back = crtc_byte(crtc_h_back);
-  const uint32_t high = crtc_byte(crtc_h_sync_high) << 8;
+  mode[ZVG_MODE_H_TOTAL] = crtc_pair(display::crtc0::h_total);
+  mode[ZVG_MODE_V_TOTAL] = crtc_pair(display::crtc0::v_total);
+  mode[ZVG_MODE_H_ACTIVE] = crtc_pair(display::crtc0::h_active);
+  mode[ZVG_MODE_V_ACTIVE] = crtc_pair(display::crtc0::v_active);
+  const uint32_t back = crtc_byte(display::crtc0::h_back);
+  const uint32_t high = crtc_byte(display::crtc0::h_sync_high) << 8;
   mode[ZVG_MODE_H_SYNC_END] = mode[ZVG_MODE_H_TOTAL] - back - (high & 0x100);
   mode[ZVG_MODE_H_SYNC_START] =
-      mode[ZVG_MODE_H_SYNC_END] - crtc_byte(crtc_h_sync_width) - (high & 0x200);
-  mode[ZVG_MODE_V_SYNC_END] = mode[ZVG_MODE_V_TOTAL] - crtc_byte(crtc_v_back);
-  mode[ZVG_MODE_V_SYNC_START] = mode[ZVG_MODE_V_SYNC_END] - crtc_byte(crtc_v_sync_width);
+      mode[ZVG_MODE_H_SYNC_END] - crtc_byte(display::crtc0::h_sync_width) - (high & 0x200);
+  mode[ZVG_MODE_V_SYNC_END] = mode[ZVG_MODE_V_TOTAL] - crtc_byte(display::crtc0::v_back);
+  mode[ZVG_MODE_V_SYNC_START] = mode[ZVG_MODE_V_SYNC_END] - crtc_byte(display::crtc0::v_sync_width);
 }
 
 uint32_t read_sync_flags() {

@@ -2,8 +2,9 @@
 // registers.
 #include <stdint.h>
 
-#include "core/connection.h"
+#include "core/chip.h"
 #include "core/poll.h"
+#include "hw/blocks/i2c_master.h"
 #include "hw/driver_requests.h"
 #include "util_zvg.h"
 
@@ -17,50 +18,41 @@ constexpr int no_device = -2;  // a transfer that does not end counts as nobody 
 
 constexpr uint32_t driver_bad_channel = 4;  // a positive 4, although -4 is "Invalid argument"
 
-constexpr uint32_t register_channels = 4;
-constexpr uint32_t first_block = 0x400;  // in units of a block
-constexpr unsigned block_shift = 10;
-
-// An OpenCores I2C master. Firmware or the driver has set its prescaler and enabled it.
-constexpr uint32_t data_register = 3;
-constexpr uint32_t command_register = 4;  // status when read
+using namespace zvg::hw::i2c;
 
 enum class Command : uint8_t {
-  send = 0x10,
-  receive = 0x20,
-  stop = 0x40,
-  send_last = 0x50,
-  receive_last = 0x68,
-  start = 0x90,
+  send = command_write,
+  receive = command_read,
+  stop = command_stop,
+  send_last = command_write | command_stop,
+  receive_last = command_read | command_stop | command_no_acknowledge,
+  start = command_write | command_start,
 };
-
-constexpr uint8_t status_busy = 0x02;
-constexpr uint8_t status_no_acknowledge = 0x80;
 
 constexpr unsigned busy_repeats = 65535;
 constexpr useconds_t busy_step_us = 50;
 
 class Master {
  public:
-  explicit Master(uint32_t channel) : block_((channel + first_block) << block_shift) {}
+  explicit Master(uint32_t channel) : block_(zvg::core::chip().i2c_masters.base(channel)) {}
 
   // Has a command carried out. Returns whether it ended in time.
   bool carry_out(Command what) {
-    command(what);
+    give(what);
     const auto read = [this] {
-      zvgRegReadByte(block_ + command_register, &status_);
+      zvgRegReadByte(block_ + command, &status_);
       return 0;
     };
     return zvg::core::read_wait_compare(busy_repeats, zvg::core::sleeping(busy_step_us), read,
                                         [this] { return (status_ & status_busy) == 0; }) == 0;
   }
   bool send_byte(uint8_t byte, Command command) {
-    zvgRegWriteByte(block_ + data_register, byte);
+    zvgRegWriteByte(block_ + data, byte);
     return carry_out(command);
   }
   bool receive_byte(uint8_t* byte, Command command) {
     if (!carry_out(command)) return false;
-    zvgRegReadByte(block_ + data_register, byte);
+    zvgRegReadByte(block_ + data, byte);
     return true;
   }
 
@@ -69,23 +61,21 @@ class Master {
   int open_register(uint32_t slave, uint32_t reg) {
     if (!send_byte(static_cast<uint8_t>(slave * 2), Command::start)) return no_device;
     if ((status_ & status_no_acknowledge) != 0) {
-      command(Command::stop);
+      give(Command::stop);
       return no_device;
     }
     return send_byte(static_cast<uint8_t>(reg), Command::send) ? 0 : no_device;
   }
 
  private:
-  void command(Command what) {
-    zvgRegWriteByte(block_ + command_register, static_cast<uint8_t>(what));
-  }
+  void give(Command what) { zvgRegWriteByte(block_ + command, static_cast<uint8_t>(what)); }
 
   const uint32_t block_;
   uint8_t status_ = 0;
 };
 
 int read_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count, uint8_t* buffer) {
-  if (channel >= register_channels) return no_channel;
+  if (channel >= zvg::core::chip().i2c_masters.count) return no_channel;
   Master master(channel);
   if (const int result = master.open_register(slave, reg)) return result;
   if (!master.send_byte(static_cast<uint8_t>(slave * 2 + 1), Command::start)) return no_device;
@@ -99,7 +89,7 @@ int read_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count, ui
 
 int write_registers(uint32_t channel, uint32_t slave, uint32_t reg, int count,
                     const uint8_t* data) {
-  if (channel >= register_channels) return no_channel;
+  if (channel >= zvg::core::chip().i2c_masters.count) return no_channel;
   Master master(channel);
   if (const int result = master.open_register(slave, reg)) return result;
   for (int i = 0; i < count; ++i) {

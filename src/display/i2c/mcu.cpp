@@ -1,38 +1,22 @@
 // The chip's microcontroller: requests over a page of shared registers, among them I2C transfers.
+#include "hw/blocks/mcu.h"
+
 #include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <unistd.h>
 
+#include "core/chip.h"
 #include "core/poll.h"
 #include "util_zvg.h"
 
 namespace {
 
-enum Page : uint32_t {
-  alive = 0x3FF00,
-  parameter_c = 0x3FF10,
-  parameter_a = 0x3FF11,
-  completion = 0x3FF12,
-  doorbell = 0x3FF13,
-  parameter_b = 0x3FF14,  // the slave's address
-  request_kind = 0x3FF19,
-  start_offset = 0x3FF1A,
-  done = 0x3FF1C,
-  target = 0x3FF20,
-  fifo = 0x3FF80,
-};
+using namespace zvg::hw::mcu;
 
-constexpr uint32_t alive_signature = 0xDEADBEEF;
-constexpr uint32_t done_signature = 0x55AA55AA;
-constexpr uint8_t completion_failed = 0x04;
-constexpr uint8_t kind_i2c_read = 0x80;
-constexpr uint8_t doorbell_ring = 0xAA;
-
-constexpr uint32_t controller_reset = 0x308068;
-constexpr uint32_t reset_assert = 0xFFFFFF00;
-constexpr uint32_t reset_release = 0xFFFFFF08;
+constexpr uint32_t reset_assert = reset_other_bits;
+constexpr uint32_t reset_release = reset_other_bits | reset_released;
 constexpr unsigned boot_s = 1;
 
 constexpr useconds_t first_look_us = 5'000;
@@ -41,6 +25,10 @@ constexpr useconds_t look_step_us = 1'000;
 constexpr uint32_t edid_slave = 0x50;
 constexpr size_t edid_block = 128;
 constexpr size_t edid_extension_count = 126;
+
+uint32_t at(Offset reg) {
+  return zvg::core::chip().mcu.first + reg;
+}
 
 // Fetches one EDID block. Returns whether the controller could.
 bool fetch_block(int first_selector, int second_selector, uint8_t offset, uint8_t* block) {
@@ -57,42 +45,44 @@ bool fetch_block(int first_selector, int second_selector, uint8_t offset, uint8_
 
 int ResetMcu(int a, uint32_t b, int c, uint32_t low_select, uint32_t high_select) {
   uint32_t signature = 0;
-  zvgRegReadLong(alive, &signature);
+  zvgRegReadLong(at(alive), &signature);
   if (signature != alive_signature) {
-    zvgRegWriteLong(controller_reset, reset_assert);
-    zvgRegWriteLong(controller_reset, reset_release);
+    const uint32_t reset = zvg::core::chip().mcu_reset.first;
+    zvgRegWriteLong(reset, reset_assert);
+    zvgRegWriteLong(reset, reset_release);
     sleep(boot_s);
   }
-  zvgRegWriteByte(parameter_a, static_cast<uint8_t>(a));
-  zvgRegWriteLong(parameter_b, b);
-  zvgRegWriteByte(parameter_c, static_cast<uint8_t>(c));
-  return zvgRegWriteByte(target,
-                         static_cast<uint8_t>((high_select << 4 & 0xF0) | (low_select & 0x0F)));
+  zvgRegWriteByte(at(parameter_a), static_cast<uint8_t>(a));
+  zvgRegWriteLong(at(parameter_b), b);
+  zvgRegWriteByte(at(parameter_c), static_cast<uint8_t>(c));
+  return zvgRegWriteByte(at(target),
+                         static_cast<uint8_t>((high_select << target_second_shift & target_second) |
+                                              (low_select & target_first)));
 }
 
 int zvg_dp_mcu_fifo_read(uint8_t* buffer, int count) {
-  for (int i = 0; i < count; ++i) zvgRegReadByte(fifo + static_cast<uint32_t>(i), buffer + i);
+  for (int i = 0; i < count; ++i) zvgRegReadByte(at(fifo) + static_cast<uint32_t>(i), buffer + i);
   return count < 1 ? 0 : count;
 }
 
 int zvg_mcu_handle(struct zvg_mcu_request* request) {
   ResetMcu(1, edid_slave, 0, request->first_selector, request->second_selector);
-  zvgRegWriteByte(request_kind, kind_i2c_read);
-  zvgRegWriteByte(start_offset, request->offset);
-  zvgRegWriteByte(doorbell, doorbell_ring);
+  zvgRegWriteByte(at(request_kind), kind_i2c_read);
+  zvgRegWriteByte(at(start_offset), request->offset);
+  zvgRegWriteByte(at(doorbell), doorbell_ring);
   usleep(first_look_us);
   // The controller always answers in the end; how long a slave may hold its clock is not known.
   uint32_t signature = 0;
   zvg::core::look_then_wait(zvg::core::endless, zvg::core::sleeping(look_step_us), [&] {
-    zvgRegReadLong(done, &signature);
+    zvgRegReadLong(at(done), &signature);
     return signature == done_signature;
   });
   uint8_t status = 0;
-  zvgRegReadByte(completion, &status);
+  zvgRegReadByte(at(completion), &status);
   const int result = (status & completion_failed) != 0
                          ? -EPIPE
                          : zvg_dp_mcu_fifo_read(request->buffer, request->length);
-  zvgRegWriteLong(done, 0);
+  zvgRegWriteLong(at(done), 0);
   return result;
 }
 

@@ -5,23 +5,13 @@
 
 #include <stdint.h>
 
+#include "hw/blocks/clocks.h"
+#include "hw/blocks/vga_crtc.h"
 #include "util_zvg.h"
 
 namespace zvg::display {
 
-// CRTC 0: indexed byte registers. Its totals and actives are big-endian pairs.
-enum CrtcIndex : uint32_t {
-  crtc_h_total = 0x60,
-  crtc_h_active = 0x62,
-  crtc_h_sync_width = 0x66,
-  crtc_h_back = 0x67,
-  crtc_v_total = 0x68,
-  crtc_v_active = 0x6A,
-  crtc_v_sync_width = 0x6E,
-  crtc_v_back = 0x6F,
-  crtc_h_sync_high = 0x78,
-  crtc_pll_word = 0x81,  // and 0x83, 0x85, 0x87
-};
+namespace crtc0 = hw::crtc;
 
 inline uint32_t crtc_byte(uint32_t index) {
   uint8_t value = 0;
@@ -35,7 +25,7 @@ inline uint32_t crtc_pair(uint32_t index) {
 }
 
 // Where the sync polarities of CRTC 0 are: the VGA's miscellaneous output.
-constexpr uint64_t misc_output = 0x103CC;
+constexpr uint64_t misc_output = hw::vga::base + hw::vga::misc_output_read;
 
 // The sync flags of a mode record for the two bits that a controller keeps.
 constexpr uint32_t sync_flags(bool v_negative, bool h_negative) {
@@ -44,12 +34,12 @@ constexpr uint32_t sync_flags(bool v_negative, bool h_negative) {
 }
 
 constexpr uint32_t misc_sync_flags(uint8_t misc) {
-  return sync_flags((misc & 0x80) != 0, (misc & 0x40) != 0);
+  return sync_flags((misc & hw::vga::misc_v_negative) != 0, (misc & hw::vga::misc_h_negative) != 0);
 }
 
 // The pixel clock of a controller's PLL word, in kHz: the divisions in this order.
 constexpr uint32_t pixel_clock_of(uint32_t pll_word) {
-  constexpr uint32_t reference_khz = 54000;
+  constexpr uint32_t reference_khz = 2 * hw::clocks::reference_khz;
   const uint32_t feedback = (pll_word >> 16 & 0x1FF) + 1;
   const uint32_t input = (pll_word >> 8 & 0x3F) + 1;
   const uint32_t output_shift = pll_word >> 4 & 7;

@@ -7,43 +7,31 @@
 #include <algorithm>
 
 #include "display/panel/crtc_timing.h"
+#include "hw/blocks/dpcd.h"
+#include "hw/blocks/panel_pwm.h"
 #include "util_zvg.h"
 
 namespace zvg::display {
 
 namespace {
 
-constexpr uint32_t dpcd_general_capabilities = 0x701;
-constexpr uint8_t self_test_capable = 0x10;
-constexpr uint32_t dpcd_panel_mode = 0x10A;
-constexpr uint32_t self_test_bit = 7;
+namespace dpcd = hw::dpcd;
+using namespace hw::panel_pwm;
 
-// The PWM's period counts its base clock in three registers of different weight.
-enum PwmIndex : uint32_t {
-  period_low = 0xC0,
-  period_middle = 0xC1,
-  duty_low = 0xC2,
-  duty_high = 0xC3,
-  period_high = 0xD0,
-  pwm_enable = 0xD2,
-};
-constexpr uint32_t middle_weight = 255;
-constexpr uint32_t high_weight = 65535;
 constexpr uint32_t least_high = 2;  // below, the high part does not count
 
-constexpr uint32_t base_clock_hz = 27000000;
 constexpr int lowest_rate = 20;  // although the text says 200
 constexpr int highest_rate = 10000;
 constexpr uint32_t highest_percent = 100;
 constexpr uint32_t highest_duty = 65535;
 
-int write_byte(PwmIndex index, uint32_t value) {
+int write_byte(Index index, uint32_t value) {
   return zvgCrtcWriteByte(index, static_cast<uint8_t>(value));
 }
 
 // The address is that of the mode register even when the other one could not be read.
 int report_failed_read() {
-  printf("Failed to read DPCD register 0x%lx\n", static_cast<unsigned long>(dpcd_panel_mode));
+  printf("Failed to read DPCD register 0x%lx\n", static_cast<unsigned long>(dpcd::panel_mode));
   return -EINVAL;
 }
 
@@ -55,20 +43,21 @@ using namespace zvg::display;
 
 int zvgEdpSelfTestSet(uint32_t port, uint32_t state) {
   uint8_t capabilities = 0;
-  if (zvgDpAuxRead(port, dpcd_general_capabilities, &capabilities) != 0)
+  if (zvgDpAuxRead(port, dpcd::edp_general_capability_1, &capabilities) != 0)
     return report_failed_read();
-  if ((capabilities & self_test_capable) == 0) {
+  if ((capabilities & dpcd::self_test_capable) == 0) {
     printf("Panel self test incapable to enable, Failed to set state%d\n",
            static_cast<uint8_t>(state));
     return -1;
   }
   uint8_t mode = 0;
-  if (zvgDpAuxRead(port, dpcd_panel_mode, &mode) != 0) return report_failed_read();
-  if (mode >> self_test_bit == static_cast<int>(state)) {
+  if (zvgDpAuxRead(port, dpcd::panel_mode, &mode) != 0) return report_failed_read();
+  if (mode >> dpcd::self_test_bit == static_cast<int>(state)) {
     printf("eDP state is same as state%d", static_cast<int>(state));
     return 0;
   }
-  if (zvgDpAuxWrite(port, dpcd_panel_mode, static_cast<uint8_t>(state << self_test_bit)) != 0) {
+  if (zvgDpAuxWrite(port, dpcd::panel_mode, static_cast<uint8_t>(state << dpcd::self_test_bit)) !=
+      0) {
     puts("Failed to write edp self test mode");
     return -EINVAL;
   }
@@ -106,5 +95,5 @@ int zvgEdpLightSet(uint32_t percent) {
 }
 
 int zvgEdpEnablePwm(void) {
-  return write_byte(pwm_enable, 1);
+  return write_byte(enable, 1);
 }

@@ -3,17 +3,16 @@
 
 #include <algorithm>
 
+#include "hw/blocks/vga_crtc.h"
 #include "util_zvg.h"
 
 namespace zvg::display {
 
 namespace {
 
-enum GainIndex : uint32_t { red_gain = 0x8C, green_gain = 0x8D, blue_gain = 0x8E };
+using namespace hw::crtc;
 
-constexpr uint8_t highest_gain = 63;
-
-void write_gain(GainIndex index, uint32_t gain) {
+void write_gain(Index index, uint32_t gain) {
   zvgCrtcWriteByte(index, std::min(static_cast<uint8_t>(gain), highest_gain));
 }
 

@@ -3,26 +3,16 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include "core/chip.h"
+#include "hw/blocks/video_capture.h"
 #include "util_zvg.h"
 
 namespace {
 
-constexpr uint32_t ports = 2;
+using namespace zvg::hw::video_capture;
+
 constexpr uint32_t decoder_channels = 4;
 
-// Capture port n's registers; the second port's follow the first one's.
-constexpr uint32_t capture_base = 0x100C0;
-constexpr uint32_t capture_stride = 0x10;
-enum CaptureRegister : uint32_t {
-  capture_control = 0x0,
-  capture_buffer_0 = 0x4,
-  capture_buffer_1 = 0x8,
-  capture_source_size = 0xC,
-};
-
-constexpr uint32_t capture_on = 0x1;
-constexpr uint32_t uses_window_a = 0x100;
-constexpr uint32_t uses_window_b = 0x200;
 constexpr uint32_t set_up_for_window_a = 0x510;
 constexpr uint32_t set_up_for_window_b = 0x610;
 
@@ -34,21 +24,22 @@ constexpr uint32_t shown_address = 0x10000000;
 constexpr uint32_t shown_address_stride = 0x4000000;
 constexpr uint32_t second_shown = 0x2000000;
 
+// Where an overlay window has its registers.
 struct Window {
   uint32_t frame_0, frame_1;  // in units of 4 bytes
   uint32_t control, position, size, alpha, colour_key;
 };
-constexpr Window window_a = {0x10038, 0x1003C, 0x10060, 0x10064, 0x10068, 0x1006C, 0x10070};
-constexpr Window window_b = {0x10048, 0x1004C, 0x10080, 0x10084, 0x10088, 0x1008C, 0x10090};
 
-constexpr uint32_t window_on = 0x100;
-constexpr uint32_t window_constant = 0x1102;
-constexpr uint32_t window_source_mask = 0x7FFF;
-constexpr unsigned window_source_shift = 14;
-constexpr unsigned window_format_a_shift = 3;
-constexpr unsigned window_format_b_shift = 5;
-constexpr uint32_t window_format_mask = 3;
-constexpr unsigned window_flag_shift = 13;
+Window window(uint32_t number) {
+  const zvg::hw::Chip& chip = zvg::core::chip();
+  const uint32_t frames = chip.overlay_frames.base(number);
+  const uint32_t base = chip.overlay_windows.base(number);
+  return {frames + frame_0,   frames + frame_1,    base + window_control,   base + window_position,
+          base + window_size, base + window_alpha, base + window_colour_key};
+}
+
+constexpr uint32_t window_a = 0;
+constexpr uint32_t window_b = 1;
 
 constexpr useconds_t capture_settle_us = 100'000;
 
@@ -68,8 +59,8 @@ constexpr struct {
     {17, 0x0C}, {18, 0x00}, {19, 0x00}, {21, 0x00}, {22, 0x00}, {23, 0x00},
 };
 
-constexpr uint32_t capture(uint32_t port, CaptureRegister reg) {
-  return capture_base + port * capture_stride + reg;
+uint32_t capture(uint32_t port, CaptureOffset reg) {
+  return zvg::core::chip().capture_ports.base(port) + reg;
 }
 
 constexpr uint32_t shown(uint32_t port) {
@@ -83,7 +74,7 @@ uint32_t read(uint32_t address) {
 }
 
 uint32_t halves(uint32_t low, uint32_t high) {
-  return high << 16 | low;
+  return high << half_bits | low;
 }
 
 // A format of 1 to 3 in its place; anything else selects 0.
@@ -97,13 +88,14 @@ int switch_port(int port, bool on) {
   const uint32_t at = capture(static_cast<uint32_t>(port), capture_control);
   const uint32_t control = switched(read(at), capture_on);
   zvgRegWriteLong(at, control);
-  const struct {
+  constexpr struct {
     uint32_t used;
-    const Window& window;
+    uint32_t window;
   } windows[] = {{uses_window_a, window_a}, {uses_window_b, window_b}};
-  for (const auto& [used, window] : windows) {
+  for (const auto& [used, number] : windows) {
     if ((control & used) == 0) continue;
-    zvgRegWriteLong(window.control, switched(read(window.control), window_on));
+    const uint32_t shown_at = window(number).control;
+    zvgRegWriteLong(shown_at, switched(read(shown_at), window_on));
   }
   return 0;
 }
@@ -123,13 +115,13 @@ int zvgZoomVideoInit(uint32_t port, uint32_t i2c_channel, int alternate_address,
   zvgRegWriteLong(capture(port, capture_buffer_0), buffer);
   zvgRegWriteLong(capture(port, capture_buffer_1), buffer + second_capture);
 
-  const Window& window = use_window_b != 0 ? window_b : window_a;
+  const Window shown_in = window(use_window_b != 0 ? window_b : window_a);
   zvgRegWriteLong(capture(port, capture_control),
                   use_window_b != 0 ? set_up_for_window_b : set_up_for_window_a);
-  zvgRegWriteLong(window.frame_0, buffer);
-  zvgRegWriteLong(window.frame_1, buffer + second_capture);
-  zvgRegWriteLong(window.alpha, 0xFF);
-  zvgRegWriteLong(window.colour_key, 0);
+  zvgRegWriteLong(shown_in.frame_0, buffer);
+  zvgRegWriteLong(shown_in.frame_1, buffer + second_capture);
+  zvgRegWriteLong(shown_in.alpha, 0xFF);
+  zvgRegWriteLong(shown_in.colour_key, 0);
   return 0;
 }
 
@@ -141,16 +133,17 @@ int zvgZoomVideoStart(int port, uint32_t x, uint32_t y, uint32_t width, uint32_t
   usleep(capture_settle_us);
   if ((control & (uses_window_a | uses_window_b)) == 0) return 0;
 
-  const Window& window = (control & uses_window_a) != 0 ? window_a : window_b;
-  zvgRegWriteLong(window.position, halves(x, y));
-  zvgRegWriteLong(window.size, halves(width, height));
-  zvgRegWriteLong(window.frame_0, (2 * offset + shown(number)) / 4);
-  zvgRegWriteLong(window.frame_1, (2 * offset + shown(number) + second_shown) / 4);
+  const Window shown_in = window((control & uses_window_a) != 0 ? window_a : window_b);
+  zvgRegWriteLong(shown_in.position, halves(x, y));
+  zvgRegWriteLong(shown_in.size, halves(width, height));
+  zvgRegWriteLong(shown_in.frame_0, (2 * offset + shown(number)) / 4);
+  zvgRegWriteLong(shown_in.frame_1, (2 * offset + shown(number) + second_shown) / 4);
   const uint32_t source = read(capture(number, capture_source_size));
-  zvgRegWriteLong(window.control, (source & window_source_mask) << window_source_shift |
-                                      format_bits(format_a, window_format_a_shift) |
-                                      format_bits(format_b, window_format_b_shift) |
-                                      (flag != 0 ? 1u << window_flag_shift : 0) | window_constant);
+  zvgRegWriteLong(shown_in.control, (source & window_source) << window_source_shift |
+                                        format_bits(format_a, window_format_a_shift) |
+                                        format_bits(format_b, window_format_b_shift) |
+                                        (flag != 0 ? 1u << window_flag_shift : 0) |
+                                        window_constant);
   return 0;
 }
 
@@ -170,21 +163,21 @@ int zvgZoomVideoGetParm(int port, uint32_t* x, uint32_t* y, uint32_t* width, uin
   };
   const uint32_t number = static_cast<uint32_t>(port);
   const uint32_t source = read(capture(number, capture_source_size));
-  store(source_width, source & 0xFFFF);
-  store(source_height, source >> 16);
+  store(source_width, source & low_half);
+  store(source_height, source >> half_bits);
   // Window B needs no bit of its own here, unlike at the start.
   const uint32_t capture_word = read(capture(number, capture_control));
-  const Window& window = (capture_word & uses_window_a) != 0 ? window_a : window_b;
-  const uint32_t position = read(window.position);
-  store(x, position & 0xFFFF);
-  store(y, position >> 16);
-  const uint32_t size = read(window.size);
-  store(width, size & 0xFFFF);
-  store(height, size >> 16);
-  store(offset, (read(window.frame_0) * 4 - shown(number)) / 2);
-  const uint32_t control = read(window.control);
-  store(format_a, control >> window_format_a_shift & window_format_mask);
-  store(format_b, control >> window_format_b_shift & window_format_mask);
+  const Window shown_in = window((capture_word & uses_window_a) != 0 ? window_a : window_b);
+  const uint32_t position = read(shown_in.position);
+  store(x, position & low_half);
+  store(y, position >> half_bits);
+  const uint32_t size = read(shown_in.size);
+  store(width, size & low_half);
+  store(height, size >> half_bits);
+  store(offset, (read(shown_in.frame_0) * 4 - shown(number)) / 2);
+  const uint32_t control = read(shown_in.control);
+  store(format_a, control >> window_format_a_shift & window_format);
+  store(format_b, control >> window_format_b_shift & window_format);
   store(flag, control >> window_flag_shift & 1);
   return 0;
 }
