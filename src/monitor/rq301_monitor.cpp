@@ -4,10 +4,14 @@
 
 #include <span>
 
+#include "hw/axi_ports.h"
+#include "hw/blocks/axi_monitor_rq301.h"
 #include "monitor/rq301_summary.h"
 #include "util_zvg.h"
 
 namespace zvg::monitor {
+
+using namespace hw::axi_rq301;
 
 namespace {
 
@@ -20,9 +24,11 @@ struct Run {
 
 // The first counter of a pair is read and then overwritten by the second, so that one word keeps
 // what the record held before.
-constexpr Run both_directions[] = {{0, 0x00, 9}, {9, 0x24, 1}, {9, 0x28, 1}, {11, 0x2C, 7}};
-constexpr Run reads_only[] = {{0, 0x00, 8}};
-constexpr Run writes_only[] = {{0, 0x08, 7}, {7, 0x24, 1}, {7, 0x28, 1}};
+constexpr Run both_directions[] = {
+    {0, active, 9}, {9, write_extremes, 1}, {9, write_bandwidth, 1}, {11, read_latency, 7}};
+constexpr Run reads_only[] = {{0, reads_active, 8}};
+constexpr Run writes_only[] = {
+    {0, write_active, 7}, {7, write_extremes, 1}, {7, write_bandwidth, 1}};
 
 void read_record(std::span<const Run> runs, uint32_t base, uint32_t* record) {
   for (const Run& run : runs) {
@@ -32,35 +38,12 @@ void read_record(std::span<const Run> runs, uint32_t base, uint32_t* record) {
   }
 }
 
-struct Port {
-  const char* name;  // null: read, but not written out
-  uint32_t base;
-};
-
-constexpr Port type1_ports[] = {
-    {"PCIE", 0x309040},     {"2D", 0x3090A0},       {"3D0_AXI0", 0x309100}, {"3D0_AXI1", 0x309160},
-    {"3D0_AXI2", 0x3091C0}, {"3D0_AXI3", 0x309220}, {"3D1_AXI0", 0x309280}, {"3D1_AXI1", 0x3093E0},
-    {"3D1_AXI2", 0x309440}, {"3D1_AXI3", 0x3094A0}, {nullptr, 0x309500},    {nullptr, 0x309560},
-};
-
-constexpr Port type2_ports[] = {
-    {"VGA_h0", 0x3096E0}, {"VGA_h1", 0x309700}, {"VGA_h2", 0x309720},  {"VGA_h3", 0x309740},
-    {"VGA_h4", 0x309760}, {"VGA_h5", 0x309780}, {"VGA_h6", 0x3097A0},  {"VGA_h7", 0x3097C0},
-    {"VGA_h8", 0x3097E0}, {"VGA_h9", 0x309800}, {"VGA_h10", 0x309820}, {"VGA_h11", 0x309840},
-};
-
-constexpr Port type3_ports[] = {
-    {"VGA_n0", 0x309860},
-    {"VGA_n1", 0x309890},
-    {"VGA_n2", 0x3098C0},
-    {"VGA_n3", 0x3098F0},
-};
-
-// The ports of one type, and their records during a pass. Words that no counter fills are 0.
+// The ports of one type, and their records during a pass. Words that no counter fills are 0. A port
+// without a name is read, but not written out.
 template <size_t count, size_t words>
 class Ports {
  public:
-  Ports(const Port (&ports)[count], std::span<const Run> runs, Summary summary)
+  Ports(const hw::Place (&ports)[count], std::span<const Run> runs, Summary summary)
       : ports_(ports), runs_(runs), summary_(summary) {}
 
   void read() {
@@ -78,7 +61,7 @@ class Ports {
   }
 
  private:
-  const Port (&ports_)[count];
+  const hw::Place (&ports_)[count];
   std::span<const Run> runs_;
   Summary summary_;
   uint32_t records_[count][words] = {};
@@ -109,12 +92,13 @@ void zvgMonitorAxiType3(uint32_t* record, uint32_t base, const uint32_t* before)
 }
 
 int zvgMonitorAxiTrans_RQ301(void) {
-  Ports<std::size(type1_ports), ZVG_AXI_RQ301_TYPE1_WORDS> type1(type1_ports, both_directions,
-                                                                 Summary::both_directions);
-  Ports<std::size(type2_ports), ZVG_AXI_RQ301_TYPE2_WORDS> type2(type2_ports, reads_only,
-                                                                 Summary::reads);
-  Ports<std::size(type3_ports), ZVG_AXI_RQ301_TYPE3_WORDS> type3(type3_ports, writes_only,
-                                                                 Summary::writes);
+  namespace hw = zvg::hw;
+  Ports<std::size(hw::rq301_axi_both_ports), ZVG_AXI_RQ301_TYPE1_WORDS> type1(
+      hw::rq301_axi_both_ports, both_directions, Summary::both_directions);
+  Ports<std::size(hw::rq301_axi_read_ports), ZVG_AXI_RQ301_TYPE2_WORDS> type2(
+      hw::rq301_axi_read_ports, reads_only, Summary::reads);
+  Ports<std::size(hw::rq301_axi_write_ports), ZVG_AXI_RQ301_TYPE3_WORDS> type3(
+      hw::rq301_axi_write_ports, writes_only, Summary::writes);
   type1.read();
   type2.read();
   type3.read();

@@ -14,32 +14,19 @@ namespace zvg::monitor::rq302 {
 
 namespace {
 
-constexpr unsigned type1_counters = 26;
-constexpr unsigned slot_words = 3;
-static_assert(type1_counters + slot_words == ZVG_AXI_RQ302_TYPE1_WORDS);
-
-struct Port {
-  const char* name;
-  uint32_t counters;
-  uint32_t slot_offset;  // of type 1 only
-};
+static_assert(axi::both_words + axi::slot_words == ZVG_AXI_RQ302_TYPE1_WORDS);
+static_assert(axi::reads_words == ZVG_AXI_RQ302_TYPE2_WORDS);
+static_assert(axi::mixed_words == ZVG_AXI_RQ302_TYPE3_WORDS);
 
 // In the order of their bits in the flag registers.
-constexpr Port type1_ports[] = {
-    {"PCIE_M", 0x288878, 36}, {"2D", 0x2888E0, 48},  {"3D0", 0x288948, 60},   {"3D1", 0x2889B0, 72},
-    {"3D2", 0x288A18, 84},    {"3D3", 0x288A80, 96}, {"VPU0", 0x288AE8, 108},
-};
+constexpr auto& type1_ports = hw::rq302_axi_both_ports;
+constexpr auto& type2_ports = hw::rq302_axi_read_ports;
+constexpr auto& type3_ports = hw::rq302_axi_mixed_ports;
 
-constexpr Port type2_ports[] = {
-    {"VGA_h0", 0x288B50, 0}, {"VGA_h1", 0x288B7C, 0}, {"VGA_h2", 0x288BA8, 0},
-    {"VGA_h5", 0x288BD4, 0}, {"VGA_h6", 0x288C00, 0}, {"VGA_h9", 0x288C2C, 0},
-};
-
-constexpr Port type3_ports[] = {
-    {"PCIE_S", 0x288C58, 0},  {"DDRC0_0", 0x288CBC, 0}, {"DDRC0_1", 0x288D20, 0},
-    {"DDRC0_2", 0x288D84, 0}, {"DDRC0_3", 0x288DE8, 0}, {"DDRC1_0", 0x288E4C, 0},
-    {"DDRC1_1", 0x288EB0, 0}, {"DDRC1_2", 0x288F14, 0}, {"DDRC1_3", 0x288F78, 0},
-};
+// The slots of a type-1 port, from the control register on.
+constexpr uint32_t slot_offset(uint32_t port) {
+  return hw::rq302_chip.rq302_axi_slots.base(port) - address_of(axi::control);
+}
 
 void read_words(uint64_t offset, unsigned count, uint32_t* words) {
   for (unsigned i = 0; i < count; ++i) zvgRegReadLong(offset + 4 * i, &words[i]);
@@ -53,7 +40,7 @@ struct Sample {
   const char* folder;
 };
 
-void write_rows(const Layout& layout, const Port* ports, unsigned count, unsigned first_bit,
+void write_rows(const Layout& layout, const hw::Place* ports, unsigned count, unsigned first_bit,
                 const uint32_t* records, unsigned words, const Sample& sample) {
   for (unsigned i = 0; i < count; ++i) {
     const uint32_t bit = uint32_t{1} << (first_bit + i);
@@ -75,8 +62,9 @@ void provide_folder(const char* folder) {
 using namespace zvg::monitor::rq302;
 
 int zvgMonitorAxiType1_RQ302(uint32_t base, uint32_t* record, uint32_t slot_offset) {
-  read_words(base, type1_counters, record);
-  read_words(uint64_t{slots} + slot_offset, slot_words, record + type1_counters);
+  read_words(base, axi::both_words, record);
+  read_words(uint64_t{address_of(axi::control)} + slot_offset, axi::slot_words,
+             record + axi::both_words);
   return 0;
 }
 
@@ -95,8 +83,8 @@ void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix) {
   char folder[48];
   snprintf(folder, sizeof folder, "Monitor_Data_%s", suffix);
   Sample sample = {time, 0, 0, folder};
-  zvgRegReadLong(timeout_flags, &sample.timeouts);
-  zvgRegReadLong(data_update_flags, &sample.updates);
+  zvgRegReadLong(address_of(axi::timeout_flags), &sample.timeouts);
+  zvgRegReadLong(address_of(axi::data_update_flags), &sample.updates);
   printf("data_update: %x\r\n", sample.updates);
 
   constexpr unsigned count1 = std::size(type1_ports);
@@ -106,13 +94,13 @@ void zvgMonitorAxiTrans_RQ302(uint32_t time, const char* suffix) {
   uint32_t type2[count2][ZVG_AXI_RQ302_TYPE2_WORDS] = {};
   uint32_t type3[count3][ZVG_AXI_RQ302_TYPE3_WORDS] = {};
   for (unsigned i = 0; i < count1; ++i) {
-    zvgMonitorAxiType1_RQ302(type1_ports[i].counters, type1[i], type1_ports[i].slot_offset);
+    zvgMonitorAxiType1_RQ302(type1_ports[i].base, type1[i], slot_offset(i));
   }
   for (unsigned i = 0; i < count2; ++i) {
-    zvgMonitorAxiType2_RQ302(type2_ports[i].counters, type2[i]);
+    zvgMonitorAxiType2_RQ302(type2_ports[i].base, type2[i]);
   }
   for (unsigned i = 0; i < count3; ++i) {
-    zvgMonitorAxiType3_RQ302(type3_ports[i].counters, type3[i]);
+    zvgMonitorAxiType3_RQ302(type3_ports[i].base, type3[i]);
   }
 
   provide_folder(folder);

@@ -1,19 +1,17 @@
-// The AXI monitors of RQ302.
+// The AXI monitors of RQ302: where they are, whatever chip the connection leads to.
 #ifndef ZVG_MONITOR_RQ302_REGISTERS_H
 #define ZVG_MONITOR_RQ302_REGISTERS_H
 
-#include <stdint.h>
+#include "hw/blocks/axi_monitor_rq302.h"
+#include "hw/generations.h"
 
 namespace zvg::monitor::rq302 {
 
-constexpr uint32_t control = 0x288800;
-constexpr uint32_t timeout_flags = 0x288804;
-constexpr uint32_t period = 0x288808;  // cycles
-constexpr uint32_t data_update_flags = 0x288FDC;
+namespace axi = hw::axi_rq302;
 
-// The addresses that a port's slots hold: two low words and the high bytes of both, at an offset
-// from the control register that is the port's own.
-constexpr uint32_t slots = control;
+constexpr uint32_t address_of(axi::Offset reg) {
+  return hw::rq302_chip.rq302_axi_control.first + reg;
+}
 
 }  // namespace zvg::monitor::rq302
 

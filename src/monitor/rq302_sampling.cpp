@@ -39,9 +39,9 @@ void* zvg_thread_rq302monitor(void* suffix) {
   const bool serial = get_s_type() == ZVG_MODE_SERIAL;
   if (serial) {
     uint32_t now = 0;
-    zvgRegWriteLong(period, serial_period);
-    zvgRegWriteLong(control, serial_control);
-    zvgRegReadLong(period, &now);
+    zvgRegWriteLong(address_of(axi::period), serial_period);
+    zvgRegWriteLong(address_of(axi::control), serial_control);
+    zvgRegReadLong(address_of(axi::period), &now);
     printf("now_cycly_time: %d\n", static_cast<int>(now));
   }
   const int pause_ms = serial ? serial_sleep_ms : sleep_ms;
