@@ -7,6 +7,7 @@
 #include "ddr/eye.h"
 #include "ddr/messages.h"
 #include "formats/training/message.h"
+#include "hw/blocks/ddr_phy.h"
 #include "util_zvg.h"
 
 namespace zvg::ddr {
@@ -15,18 +16,8 @@ namespace {
 
 using formats::training::Message;
 
-// Mailbox registers, from the channel's PHY base on.
-enum Register : uint32_t {
-  mailbox_status = 0x10,
-  acknowledge = 0xC4,
-  word_low = 0xC8,
-  word_high = 0xD0,
-};
-
-constexpr uint32_t status_empty = 1;
-
-constexpr uint32_t word_taken = 0;
-constexpr uint32_t burst_done = 1;
+// The mailbox is in the PHY.
+using namespace hw::ddr_phy;
 
 constexpr useconds_t poll_step_us = 100;
 constexpr useconds_t unknown_pause_us = 1000;

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "hw/blocks/system_control.h"
 #include "script/ddr_registers.h"
 #include "util_zvg.h"
 
@@ -12,11 +13,8 @@ namespace {
 
 constexpr char dump_file[] = "DDR_Dump_Reg.txt";
 
-// The block of a PHY that its range shows is selected in the system control block, a register a
-// channel.
-constexpr uint32_t phy_select_offset = 0x110;
-
-// Block 5 is dumped first and alone carries the column heads.
+// The block of a PHY that its range shows is selected in the system control block. Block 5 is
+// dumped first and alone carries the column heads.
 constexpr uint32_t first_phy_block = 5;
 constexpr uint32_t further_phy_blocks[] = {0, 1, 2, 4, 7, 9, 0xC, 0xD};
 
@@ -79,8 +77,9 @@ class Dump {
   void phy_block(unsigned channel, uint32_t block, bool heads) {
     fprintf(file_, "DDR %d, BLOCK %x, PHY REGISTER DUMP\n", static_cast<int>(channel), block);
     if (heads) fprintf(file_, "%-16s %-16s %-8s %s\n", "reg_adr", "reg_val", "mode", "bit");
-    zvgRegWriteLong(zvg_gpu_hardware[ZVG_HW_SYSTEM_CONTROL] + phy_select_offset + 4 * channel,
-                    block);
+    zvgRegWriteLong(
+        zvg_gpu_hardware[ZVG_HW_SYSTEM_CONTROL] + hw::system_control::ddr_phy_select + 4 * channel,
+        block);
     registers(phy_base(channel), phy_size);
   }
 
