@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "hw/bus.h"
+
 namespace zvgsim {
 
 enum class Space : uint8_t {
@@ -21,12 +23,12 @@ constexpr std::string_view name(Space space) {
   return names[static_cast<unsigned>(space)];
 }
 
-constexpr uint64_t mmio_size = 16u << 20;
-constexpr uint64_t vram_size = 256u << 20;
+using zvg::hw::mmio_size;
+using zvg::hw::vram_size;
 
 // Where the spaces stand on the on-chip bus.
-constexpr uint64_t bus_mmio_base = 0x1000000;
-constexpr uint64_t bus_vram_base = 0x8000000000;
+using zvg::hw::bus_mmio_base;
+using zvg::hw::bus_vram_base;
 
 }  // namespace zvgsim
 

@@ -20,30 +20,30 @@ struct BlockBases {
 };
 
 constexpr BlockBases block_bases(Generation generation) {
-  constexpr BlockBases rq300_rq301 = {
-      0x308400,
-      0x30AC00,
-      0x308000,
-      4,
-      {0x3C0000, 0x3C8000, 0x3D0000, 0x3D8000},
-      {0x400000, 0x440000, 0x480000, 0x4C0000},
-  };
-  constexpr BlockBases rq302 = {
-      0x288400, 0x28AC00, 0x288000, 2, {0x280000, 0x130000, 0, 0}, {0x2C0000, 0x1C0000, 0, 0},
-  };
-  return generation == Generation::rq302 ? rq302 : rq300_rq301;
+  const hw::Chip& chip = hw::chip_of(generation);
+  BlockBases bases = {chip.system_control.first,
+                      chip.spi.first,
+                      chip.clocks.first,
+                      chip.ddr_controllers.count,
+                      {},
+                      {}};
+  for (unsigned channel = 0; channel < bases.ddr_channels; ++channel) {
+    bases.ddr_controller[channel] = chip.ddr_controllers.base(channel);
+    bases.ddr_phy[channel] = chip.ddr_phys.base(channel);
+  }
+  return bases;
 }
 
 // Blocks that every generation has at the same place.
-constexpr uint32_t vga_base = 0x10000;  // VGA port p is at vga_base + p
-constexpr uint32_t i2c_master_base = 0x100000;
-constexpr uint32_t i2c_master_stride = 0x400;
-constexpr unsigned i2c_masters = 4;
-constexpr uint32_t mcu_page = 0x3FF00;
-constexpr uint32_t mcu_reset = 0x308068;
-constexpr uint32_t hdmi_base = 0x110000;
-constexpr uint32_t hdmi_stride = 0x10000;
-constexpr uint32_t dp_base = 0x500000;  // a transmitter every 128 KiB
+constexpr uint32_t vga_base = hw::common::vga.first;  // VGA port p is at vga_base + p
+constexpr uint32_t i2c_master_base = hw::common::i2c_masters.first;
+constexpr uint32_t i2c_master_stride = hw::common::i2c_masters.stride;
+constexpr unsigned i2c_masters = hw::common::i2c_masters.count;
+constexpr uint32_t mcu_page = hw::common::mcu.first;
+constexpr uint32_t mcu_reset = hw::common::mcu_reset.first;
+constexpr uint32_t hdmi_base = hw::common::hdmi_transmitters.first;
+constexpr uint32_t hdmi_stride = hw::common::hdmi_transmitters.stride;
+constexpr uint32_t dp_base = hw::common::dp_phys.first;  // a transmitter every 128 KiB
 
 }  // namespace zvgsim
 

@@ -16,15 +16,16 @@
 #include "devices/monitor/edid_file.h"
 #include "devices/monitor/monitor.h"
 #include "devices/sensors/pvt_sensors.h"
-#include "doors/driver_records.h"
+#include "hw/bus.h"
+#include "hw/driver_requests.h"
 
 namespace zvgsim {
 
 namespace {
 
-using namespace driver;
-
-constexpr unsigned request_type = 'd';
+using namespace hw::driver;
+using hw::bar_mmio;
+using hw::bar_vram;
 
 // One request, from its number to its errno.
 class Handler {
@@ -35,22 +36,22 @@ class Handler {
 
  private:
   // Each answers one request on its record and returns 0 or an errno.
-  int answer(RegisterAccess& record);
-  int answer(DdcRead& record);
-  int answer(KernelVersion& record);
-  int answer(PciAccess& record);
-  int answer(Information& record);
-  int answer(KernelMemory& record);
-  int answer(I2cTransfer& record);
-  static uint32_t transfer(I2cBus& bus, I2cTransfer& record);
-  int answer(Query& record);
-  int answer(Command& record);
-  int answer(IoportAccess& record);
-  int answer(Auxiliary& record);
-  int answer(LutLoad& record);
-  int answer(PowerState& record);
-  int answer(FanRate& record);
-  int answer(TestTemperature& record);
+  int answer(RegisterRecord& record);
+  int answer(DdcRecord& record);
+  int answer(VersionRecord& record);
+  int answer(PciRecord& record);
+  int answer(InfoRecord& record);
+  int answer(KmemRecord& record);
+  int answer(I2cRecord& record);
+  static int32_t transfer(I2cBus& bus, I2cRecord& record);
+  int answer(QueryRecord& record);
+  int answer(CommandRecord& record);
+  int answer(IoportRecord& record);
+  int answer(AuxRecord& record);
+  int answer(LutRecord& record);
+  int answer(PowerRecord& record);
+  int answer(FanRateRecord& record);
+  int answer(TemperatureRecord& record);
   int answer_generic(unsigned number, const void* record);
 
   // Runs the answer on a copy of the record.
@@ -90,35 +91,29 @@ constexpr bool is_width(uint32_t width) {
   return width == 1 || width == 2 || width == 4 || width == 8;
 }
 
-constexpr unsigned long number_of(unsigned request, size_t size) {
-  return _IOC(_IOC_READ | _IOC_WRITE, request_type, request, size);
-}
-
-constexpr unsigned long automatic = _IOC(_IOC_NONE, request_type, fan_automatic, 0);
-
 const Handler::Row Handler::rows[] = {
-    {number_of(register_access, sizeof(RegisterAccess)), on<RegisterAccess>},
-    {number_of(ddc_read, sizeof(DdcRead)), on<DdcRead>},
-    {number_of(kernel_version, sizeof(KernelVersion)), on<KernelVersion>},
-    {number_of(pci_access, sizeof(PciAccess)), on<PciAccess>},
-    {number_of(information, sizeof(Information)), on<Information>},
-    {number_of(kernel_memory, sizeof(KernelMemory)), on<KernelMemory>},
-    {number_of(operate_3d, sizeof(Generic)), on_generic},
-    {number_of(operate_2d, sizeof(Generic)), on_generic},
-    {number_of(operate_dac, sizeof(Generic)), on_generic},
-    {number_of(operate_hdmi, sizeof(Generic)), on_generic},
-    {number_of(operate_dvo, sizeof(Generic)), on_generic},
-    {number_of(auxiliary, sizeof(Auxiliary)), on<Auxiliary>},
-    {number_of(operate_spi, sizeof(Generic)), on_generic},
-    {number_of(i2c_transfer, sizeof(I2cTransfer)), on<I2cTransfer>},
-    {number_of(query, sizeof(Query)), on<Query>},
-    {number_of(command, sizeof(Command)), on<Command>},
-    {number_of(ioport_access, sizeof(IoportAccess)), on<IoportAccess>},
-    {number_of(lut_load, sizeof(LutLoad)), on<LutLoad>},
-    {number_of(power_state, sizeof(PowerState)), on<PowerState>},
-    {number_of(fan_rate, sizeof(FanRate)), on<FanRate>},
-    {automatic, on_fan_automatic},
-    {number_of(test_temperature, sizeof(TestTemperature)), on<TestTemperature>},
+    {request_register, on<RegisterRecord>},
+    {request_ddc, on<DdcRecord>},
+    {request_version, on<VersionRecord>},
+    {request_pci, on<PciRecord>},
+    {request_info, on<InfoRecord>},
+    {request_kmem, on<KmemRecord>},
+    {request_3d, on_generic},
+    {request_2d, on_generic},
+    {request_dac, on_generic},
+    {request_hdmi, on_generic},
+    {request_dvo, on_generic},
+    {request_aux, on<AuxRecord>},
+    {request_spi, on_generic},
+    {request_i2c, on<I2cRecord>},
+    {request_query, on<QueryRecord>},
+    {request_command, on<CommandRecord>},
+    {request_ioport, on<IoportRecord>},
+    {request_lut, on<LutRecord>},
+    {request_power, on<PowerRecord>},
+    {request_fan_rate, on<FanRateRecord>},
+    {request_clear_fan, on_fan_automatic},
+    {request_temperature, on<TemperatureRecord>},
 };
 
 const Handler::Row* Handler::row_of(unsigned long request) {
@@ -132,7 +127,7 @@ int Handler::answer(unsigned long request, void* record) {
   return row == nullptr ? ENOTTY : row->answer(*this, request, record);
 }
 
-int Handler::answer(RegisterAccess& record) {
+int Handler::answer(RegisterRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   if (record.bar != bar_mmio && record.bar != bar_vram) return EINVAL;
   if (!is_width(record.width)) return EINVAL;
@@ -152,7 +147,7 @@ int Handler::answer(RegisterAccess& record) {
 }
 
 // The EDID on a DDC channel. The first channels are the HDMI ports; nothing is wired to the others.
-int Handler::answer(DdcRead& record) {
+int Handler::answer(DdcRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   if (record.channel >= ddc_channels) return EINVAL;
   memset(record.data, 0, sizeof record.data);
@@ -185,12 +180,12 @@ int Handler::answer(DdcRead& record) {
   return 0;
 }
 
-int Handler::answer(KernelVersion& record) {
-  std::copy_n(machine_.config().kernel_version.begin(), 4, record.words);
+int Handler::answer(VersionRecord& record) {
+  std::copy_n(machine_.config().kernel_version.begin(), 4, record.number);
   return 0;
 }
 
-int Handler::answer(PciAccess& record) {
+int Handler::answer(PciRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   Board& board = machine_.card(record.card);
   if (!board.decodes(Space::pci, record.offset, 4)) return EINVAL;
@@ -206,7 +201,7 @@ int Handler::answer(PciAccess& record) {
   }
 }
 
-int Handler::answer(Information& record) {
+int Handler::answer(InfoRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   const auto& memory = machine_.config().memory;
   const double all = memory.used.value + memory.free;
@@ -216,7 +211,7 @@ int Handler::answer(Information& record) {
   return 0;
 }
 
-int Handler::answer(KernelMemory& record) {
+int Handler::answer(KmemRecord& record) {
   if (!is_width(record.width)) return EINVAL;
   switch (record.op) {
     case op_read:
@@ -230,20 +225,20 @@ int Handler::answer(KernelMemory& record) {
 
 // The meaning of the arguments is the handler's own; none of them changes the board.
 int Handler::answer_generic(unsigned number, const void* record) {
-  Generic generic;
+  GenericRecord generic;
   memcpy(&generic, record, sizeof generic);
   char note[128];
-  snprintf(note, sizeof note, "request 0x%02x: 0x%x 0x%x 0x%x 0x%x 0x%llx", number,
-           generic.arguments[0], generic.arguments[1], generic.arguments[2], generic.arguments[3],
+  snprintf(note, sizeof note, "request 0x%02x: 0x%x 0x%x 0x%x 0x%x 0x%llx", number, generic.arg[0],
+           generic.arg[1], generic.arg[2], generic.arg[3],
            static_cast<unsigned long long>(generic.value));
   machine_.trace().note(note);
   return 0;
 }
 
 // No chips on the card's buses yet.
-int Handler::answer(I2cTransfer& record) {
+int Handler::answer(I2cRecord& record) {
   if (!has_card(record.card)) return ENODEV;
-  if (record.op > op_write || record.length > i2c_max_length) {
+  if (record.op > op_write || record.length > sizeof record.data) {
     record.result = i2c_bad_argument;
   } else if (record.bus >= i2c_buses) {
     record.result = i2c_no_channel;
@@ -256,7 +251,7 @@ int Handler::answer(I2cTransfer& record) {
 }
 
 // One transfer, up to the stop. Every byte's acknowledge counts.
-uint32_t Handler::transfer(I2cBus& bus, I2cTransfer& record) {
+int32_t Handler::transfer(I2cBus& bus, I2cRecord& record) {
   const auto address = static_cast<uint8_t>(record.device & 0x7F);
   if (!bus.start(address, false)) return i2c_no_device;
   if (!bus.write(static_cast<uint8_t>(record.reg))) return i2c_no_acknowledge;
@@ -271,7 +266,7 @@ uint32_t Handler::transfer(I2cBus& bus, I2cTransfer& record) {
   return i2c_succeeded;
 }
 
-int Handler::answer(Query& record) {
+int Handler::answer(QueryRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   const BoardConfig& config = machine_.config();
   const auto& clocks = config.of<ClockSettings>();
@@ -321,10 +316,10 @@ int Handler::answer(Query& record) {
   }
 }
 
-int Handler::answer(Command& record) {
+int Handler::answer(CommandRecord& record) {
   if (!has_card(record.card)) return ENODEV;
   if (record.command < pvt_types) {
-    const uint32_t sensor = record.arguments[0];
+    const uint32_t sensor = record.argument[0];
     if (sensor >= pvt_sensors) return EINVAL;
     record.result[0] = pvt_code(machine_.config().of<SensorSettings>(), record.command, sensor,
                                 machine_.clock().now());
@@ -342,7 +337,7 @@ int Handler::answer(Command& record) {
 }
 
 // The host has its I/O ports once: they lead to the first card.
-int Handler::answer(IoportAccess& record) {
+int Handler::answer(IoportRecord& record) {
   Board& board = machine_.card(0);
   switch (record.op) {
     case op_read:
@@ -358,9 +353,9 @@ int Handler::answer(IoportAccess& record) {
 
 // The driver drives the AUX channel itself: it repeats what is deferred, for a while. A record that
 // is no transfer is a generic operation.
-int Handler::answer(Auxiliary& record) {
-  if (record.zero != 0 || record.port >= dp_ports || record.operation > aux_fetch_edid) {
-    return answer_generic(auxiliary, &record);
+int Handler::answer(AuxRecord& record) {
+  if (record.reserved != 0 || record.port >= dp_ports || record.operation > AuxRecord::fetch_edid) {
+    return answer_generic(_IOC_NR(request_aux), &record);
   }
   constexpr int attempts = 10;
   AuxSink* const sink = machine_.card(0).dp_sink(record.port);
@@ -376,11 +371,11 @@ int Handler::answer(Auxiliary& record) {
     }
     return ETIMEDOUT;
   };
-  if (record.operation == aux_write) {
+  if (record.operation == AuxRecord::write) {
     if (record.length == 0 || record.length > AuxReply::max_bytes) return EINVAL;
     return transfer(AuxRequest::native_write, false, record.address, record.data, record.length);
   }
-  if (record.operation == aux_read) {
+  if (record.operation == AuxRecord::read) {
     if (record.length > AuxReply::max_bytes) return EINVAL;
     memset(record.data, 0, sizeof record.data);
     if (record.length == 0) return 0;
@@ -413,17 +408,17 @@ int Handler::answer(Auxiliary& record) {
 
 constexpr uint32_t lut_entries = 256;
 
-bool is_loadable(const LutLoad& record) {
+bool is_loadable(const LutRecord& record) {
   return record.crtc < crtcs && record.size == lut_entries;
 }
 
 // The tables are in the caller's memory: red, green, blue.
-std::array<CallerRange, 3> tables_of(const LutLoad& record) {
+std::array<CallerRange, 3> tables_of(const LutRecord& record) {
   constexpr size_t bytes = lut_entries * sizeof(uint16_t);
   return {{{record.red, bytes}, {record.green, bytes}, {record.blue, bytes}}};
 }
 
-int Handler::answer(LutLoad& record) {
+int Handler::answer(LutRecord& record) {
   if (!is_loadable(record)) return EINVAL;
   const auto tables = tables_of(record);
   Board::Lut lut;
@@ -436,12 +431,12 @@ int Handler::answer(LutLoad& record) {
   return 0;
 }
 
-int Handler::answer(PowerState& record) {
+int Handler::answer(PowerRecord& record) {
   switch (record.op) {
-    case op_read:
+    case power_get:
       record.state = machine_.power_state();
       return 0;
-    case op_write:
+    case power_set:
       if (record.state >= power_states) return EINVAL;
       machine_.set_power_state(record.state);
       return 0;
@@ -451,7 +446,7 @@ int Handler::answer(PowerState& record) {
 }
 
 // The fan requests name no card: they go to the first one's.
-int Handler::answer(FanRate& record) {
+int Handler::answer(FanRateRecord& record) {
   constexpr uint32_t full = 100;
   if (record.percent > full) return EINVAL;
   machine_.card(0).part<Fan>().set_manual(record.percent);
@@ -463,7 +458,7 @@ int Handler::on_fan_automatic(Handler& handler, unsigned long, void*) {
   return 0;
 }
 
-int Handler::answer(TestTemperature& record) {
+int Handler::answer(TemperatureRecord& record) {
   machine_.card(0).part<Fan>().set_temperature(record.celsius);
   return 0;
 }
@@ -471,7 +466,7 @@ int Handler::answer(TestTemperature& record) {
 }  // namespace
 
 bool Driver::has_record(unsigned long request) {
-  return request != automatic;
+  return request != request_clear_fan;
 }
 
 size_t Driver::record_size(unsigned long request) {
@@ -479,8 +474,8 @@ size_t Driver::record_size(unsigned long request) {
 }
 
 std::vector<CallerRange> Driver::reads(unsigned long request, const void* record) {
-  if (request != number_of(lut_load, sizeof(LutLoad))) return {};
-  LutLoad load;
+  if (request != request_lut) return {};
+  LutRecord load;
   memcpy(&load, record, sizeof load);
   if (!is_loadable(load)) return {};
   const auto tables = tables_of(load);

@@ -3,24 +3,19 @@
 #include <cmath>
 #include <mutex>
 
+#include "hw/bus.h"
+
 namespace zvgsim {
 
 namespace {
 
-enum CommandByte : uint8_t { set_baud = 0xFC, read_word = 0xFD, write_word = 0xFE, lead_in = 0xFF };
+using namespace hw::serial;
 
 constexpr bool is_command(uint8_t byte) {
-  return byte >= set_baud;
+  return byte >= set_divisor;
 }
 
-constexpr unsigned reply_size = 4;
-
-// Fields of a frame.
-constexpr unsigned enables_at = 1;
-constexpr unsigned address_at = 2;
-constexpr unsigned address_size = 5;
-constexpr unsigned data_at = 7;
-constexpr unsigned data_size = 4;
+constexpr unsigned address_size = hw::bus_address_bytes;
 
 uint64_t big_endian(const uint8_t* bytes, unsigned size) {
   uint64_t value = 0;
@@ -70,7 +65,7 @@ void UartLine::act(uint64_t time) {
     case write_word:
       board.bus_write(address, enables, data, false);
       return;
-    case set_baud:
+    case set_divisor:
       if (data != 0) baud_ = static_cast<double>(uart_clock) / data;
       return;
     default:

@@ -7,6 +7,7 @@
 #include <deque>
 #include <vector>
 
+#include "hw/serial_frames.h"
 #include "machine/machine.h"
 
 namespace zvgsim {
@@ -22,8 +23,8 @@ class UartLine {
  public:
   explicit UartLine(Machine& machine);
 
-  static constexpr unsigned frame_size = 11;
-  static constexpr unsigned uart_clock = 27'000'000;
+  static constexpr unsigned frame_size = hw::serial::frame_size;
+  static constexpr unsigned uart_clock = hw::serial::uart_clock_hz;
   static constexpr unsigned bits_per_byte = 10;  // 8N1
   static constexpr double tolerance = 0.03;      // of the rate, at either end
 

@@ -13,7 +13,7 @@
 #include <array>
 
 #include "devices/fan/fan.h"
-#include "doors/driver_records.h"
+#include "sim/doors/driver_records.h"
 #include "support/board_fixture.h"
 
 namespace zvgsim {

@@ -15,7 +15,7 @@
 #include "devices/fan/fan.h"
 #include "devices/hdmi/hdmi_settings.h"
 #include "devices/sensors/pvt_sensors.h"
-#include "doors/driver_records.h"
+#include "sim/doors/driver_records.h"
 #include "support/board_fixture.h"
 
 namespace zvgsim {

@@ -1,6 +1,7 @@
-// The records of the driver's requests, byte by byte.
-#ifndef ZVGSIM_DOORS_DRIVER_RECORDS_H
-#define ZVGSIM_DOORS_DRIVER_RECORDS_H
+// The records of the driver's requests, byte by byte, as a program writes them down that has its own
+// copy of the contract.
+#ifndef ZVG_TESTS_SIM_DOORS_DRIVER_RECORDS_H
+#define ZVG_TESTS_SIM_DOORS_DRIVER_RECORDS_H
 
 #include <cstdint>
 
@@ -167,4 +168,4 @@ enum I2cResult : int32_t {
 
 }  // namespace zvgsim::driver
 
-#endif  // ZVGSIM_DOORS_DRIVER_RECORDS_H
+#endif  // ZVG_TESTS_SIM_DOORS_DRIVER_RECORDS_H
