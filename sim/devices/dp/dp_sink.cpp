@@ -4,46 +4,19 @@
 #include <memory>
 
 #include "devices/monitor/monitor.h"
+#include "hw/blocks/dpcd.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Dpcd : uint32_t {
-  revision = 0x000,
-  max_link_rate = 0x001,
-  max_lane_count = 0x002,
-  max_downspread = 0x003,
-  main_link_coding = 0x006,
-  training_interval = 0x00E,
-  last_capability = 0x0FF,
-  link_rate_set = 0x100,
-  lane_count_set = 0x101,
-  training_pattern_set = 0x102,
-  panel_mode = 0x10A,
-  sink_count = 0x200,
-  lane_status_0_1 = 0x202,
-  lane_status_2_3 = 0x203,
-  align_status = 0x204,
-  sink_status = 0x205,
-  adjust_request_0_1 = 0x206,
-  adjust_request_2_3 = 0x207,
-  last_status = 0x2FF,
-  set_power = 0x600,
-  edp_revision = 0x700,
-  edp_capability_1 = 0x701,
-};
+using namespace hw::dpcd;
 
-constexpr uint8_t enhanced_framing = 0x80;
-constexpr uint8_t self_test_capable = 0x10;
-constexpr uint8_t powered = 1;
 constexpr uint8_t one_sink = 1;
 
 constexpr uint64_t clock_recovery_time = microseconds(100);
 constexpr uint64_t shortest_equalisation = microseconds(400);
 constexpr uint64_t equalisation_unit = milliseconds(4);
-
-constexpr unsigned highest_level = 3;
 
 // Codes of rates that there are, in units of 270 Mbit/s.
 constexpr uint32_t rates[] = {0x06, 0x09, 0x0A, 0x0C, 0x14, 0x1E};
@@ -54,7 +27,7 @@ bool is_rate(uint32_t code) {
 
 // One step further than what is there, and no step when that is enough.
 unsigned wanted(unsigned now, unsigned needed) {
-  return std::min(now < needed ? now + 1 : now, highest_level);
+  return std::min(now < needed ? now + 1 : now, unsigned{highest_level});
 }
 
 }  // namespace
@@ -73,7 +46,7 @@ DpSink::DpSink(Board& board, unsigned port)
            {set_power, powered}};
   if (settings_.panel) {
     dpcd_[edp_revision] = 0x03;  // 1.4
-    dpcd_[edp_capability_1] = self_test_capable;
+    dpcd_[edp_general_capability_1] = self_test_capable;
   }
   if (!settings_.edid.empty()) bus_.attach(std::make_unique<Monitor>(settings_.edid));
 }
@@ -159,7 +132,7 @@ uint8_t DpSink::dpcd_read(uint32_t address) {
 
 void DpSink::dpcd_write(uint32_t address, uint8_t value) {
   if (address <= last_capability || (address >= sink_count && address <= last_status) ||
-      address == edp_revision || address == edp_capability_1) {
+      address == edp_revision || address == edp_general_capability_1) {
     return;  // read-only
   }
   settle();

@@ -4,40 +4,13 @@
 #include <memory>
 
 #include "devices/block_bases.h"
+#include "hw/blocks/dp_controller.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  link_rate = 0x000,
-  lane_count = 0x004,
-  training_pattern = 0x00C,
-  transmitter_enable = 0x080,
-  aux_command = 0x100,
-  aux_write_fifo = 0x104,
-  aux_address = 0x108,
-  clock_divider = 0x10C,
-  hot_plug = 0x128,
-  aux_signal = 0x130,
-  aux_reply_fifo = 0x134,
-  aux_reply_code = 0x138,
-  interrupt_status = 0x140,
-  aux_status = 0x14C,
-  timer_register = 0x158,
-  psr_enable = 0x360,
-  psr_state = 0x36C,
-};
-
-constexpr uint32_t signal_received = 1 << 2;
-constexpr uint32_t signal_timeout = 1 << 3;
-constexpr uint32_t status_busy = 1 << 2;
-constexpr uint32_t status_error = 1 << 3;
-
-constexpr uint32_t timer_on = 0x80000000;
-constexpr uint32_t timer_count = 0x1FFFFF;
-
-enum SelfRefresh : uint32_t { psr_disabled = 1, psr_inactive = 2 };
+using namespace hw::dp_controller;
 
 // Divided, this clocks the AUX channel and the timer: a divider of 100 gives microseconds.
 constexpr uint64_t reference_period = 10;  // ns
@@ -54,11 +27,8 @@ constexpr uint64_t wire_time(unsigned bytes) {
   return (framing_bits + 8 * bytes) * bit_time;
 }
 
-constexpr size_t fifo_bytes = 16;
-
 // Where the controllers of an RQ302 are seen a second time. The windows of ports 1 and 2 lie in the
 // range of the first DDR PHY, which keeps it.
-constexpr uint32_t rq302_window = 0x2B0000;
 constexpr unsigned rq302_windows[] = {0, 3};
 
 // The controller of a transmitter, from its own base on.
@@ -130,8 +100,8 @@ DpLink DpTransmitter::link() const {
   DpLink link;
   phy_.describe(link);
   link.running = link.running && stored(transmitter_enable) != 0;
-  link.rate = stored(link_rate);
-  link.lanes = std::min(link.lanes, stored(lane_count));
+  link.rate = stored(link_rate_code);
+  link.lanes = std::min(link.lanes, stored(link_lanes));
   link.pattern = stored(training_pattern);
   return link;
 }
@@ -141,14 +111,14 @@ DpLink DpTransmitter::link() const {
 void DpTransmitter::send(uint32_t command) {
   end_request();
   if (busy_) return;
-  const unsigned length = (command & 0xF) + 1;
-  const unsigned type = command >> 8 & 0xF;
+  const unsigned length = (command & aux_length) + 1;
+  const unsigned type = (command & hw::dp_controller::aux_request) >> aux_request_shift;
   constexpr unsigned native = 0x8, open_bit = 0x4, read_bit = 0x1;
   const bool is_native = (type & native) != 0;
   const bool read = (type & read_bit) != 0;
   const auto request = static_cast<AuxRequest>(type & (native | read_bit));
 
-  std::array<uint8_t, fifo_bytes> data{};
+  std::array<uint8_t, aux_fifo_bytes> data{};
   std::copy_n(to_send_.begin(), std::min<size_t>(to_send_.size(), length), data.begin());
   to_send_.clear();
   received_.clear();
@@ -166,11 +136,11 @@ void DpTransmitter::end_request() {
   if (!busy_ || now() < done_at_) return;
   busy_ = false;
   if (!reply_) {
-    signal_ = signal_timeout;
+    signal_ = aux_timeout;
   } else if (faults_.reply_error) {
     error_ = true;
   } else {
-    signal_ = signal_received;
+    signal_ = aux_received;
     received_.assign(reply_->data.begin(), reply_->data.begin() + reply_->count);
   }
   interrupts_ |= signal_;
@@ -178,8 +148,8 @@ void DpTransmitter::end_request() {
 
 // The count that is left: it goes down by one a tick from the moment that it is switched on.
 uint32_t DpTransmitter::timer() {
-  const uint32_t word = stored(timer_register);
-  const uint64_t tick = stored(clock_divider) * reference_period;
+  const uint32_t word = stored(hw::dp_controller::timer);
+  const uint64_t tick = stored(aux_clock_divider) * reference_period;
   if ((word & timer_on) == 0 || tick == 0 || faults_.timer_stopped) return word;
   const uint64_t passed = (now() - timer_started_) / tick;
   const uint32_t count = word & timer_count;
@@ -209,8 +179,8 @@ uint32_t DpTransmitter::read_controller(uint32_t reg) {
       return pending;
     }
     case aux_status:
-      return (busy_ ? status_busy : 0) | (error_ ? status_error : 0);
-    case timer_register:
+      return (busy_ ? aux_busy : 0) | (error_ ? aux_error : 0);
+    case hw::dp_controller::timer:
       return timer();
     case psr_state:
       return (stored(psr_enable) & 1) != 0 ? psr_inactive : psr_disabled;
@@ -226,9 +196,9 @@ void DpTransmitter::write_controller(uint32_t reg, uint32_t value) {
       send(value);
       return;
     case aux_write_fifo:
-      if (to_send_.size() < fifo_bytes) to_send_.push_back(static_cast<uint8_t>(value));
+      if (to_send_.size() < aux_fifo_bytes) to_send_.push_back(static_cast<uint8_t>(value));
       return;
-    case timer_register:
+    case hw::dp_controller::timer:
       registers_[reg] = value;
       timer_started_ = now();
       return;
@@ -254,9 +224,10 @@ void place(Board& board) {
     transmitters[port] = &board.attach(dp_base + port * DpTransmitter::size, DpTransmitter::size,
                                        std::make_unique<DpTransmitter>(board, port));
   }
-  if (board.generation() != Generation::rq302) return;
+  const hw::Bases& windows = hw::chip_of(board.generation()).dp_windows;
+  if (windows.first == hw::common::dp_controllers.first) return;
   for (const unsigned port : rq302_windows) {
-    board.attach(rq302_window + port * DpTransmitter::size, ControllerWindow::size,
+    board.attach(windows.base(port), ControllerWindow::size,
                  std::make_unique<ControllerWindow>(*transmitters[port]));
   }
 }

@@ -5,75 +5,26 @@
 
 #include "devices/block_bases.h"
 #include "devices/monitor/monitor.h"
+#include "hw/blocks/hdmi_transmitter.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  ddc_status_register = 0x0105,
-  phy_i2c_status_register = 0x0108,
-  frame_composer = 0x1001,
-  phy_configuration = 0x3000,
-  phy_status_register = 0x3004,
-  phy_slave = 0x3020,
-  phy_register = 0x3021,
-  phy_write_high = 0x3022,
-  phy_write_low = 0x3023,
-  phy_read_high = 0x3024,
-  phy_read_low = 0x3025,
-  phy_operation_register = 0x3026,
-  phy_divider = 0x3029,
-  phy_reset = 0x4005,
-  clock_status_register = 0x4006,
-  ddc_slave = 0x7E00,
-  ddc_offset = 0x7E01,
-  ddc_write_data = 0x7E02,
-  ddc_read_data = 0x7E03,
-  ddc_operation_register = 0x7E04,
-  ddc_divider = 0x7E07,
-  ddc_segment_address = 0x7E08,
-  ddc_segment_pointer = 0x7E0A,
-  standard_high_count = 0x7E0B,  // two bytes each, high byte first
-  standard_low_count = 0x7E0D,
-  fast_high_count = 0x7E0F,
-  fast_low_count = 0x7E11,
-};
-
-// Interrupt status of both masters.
-constexpr uint8_t transfer_error = 0x01;
-constexpr uint8_t transfer_done = 0x02;
-
-// Operations; the PHY's master has no segmented read.
-constexpr uint8_t operation_read = 0x01;
-constexpr uint8_t operation_segmented_read = 0x02;
-constexpr uint8_t operation_write = 0x10;
-
-constexpr uint8_t divider_fast_mode = 0x08;
-
-constexpr uint8_t phy_power_down = 0x10;
-constexpr uint8_t phy_transmitter_on = 0x08;
-constexpr uint8_t phy_driving = 0x2E;
-
-constexpr uint8_t status_pll_locked = 0x01;
-constexpr uint8_t status_hot_plug = 0x02;
-constexpr unsigned status_receiver_sense_shift = 4;
-
-constexpr uint8_t clock_pixel_on = 0x40;
-constexpr uint8_t clock_tmds_on = 0x20;
+using namespace hw::hdmi;
 
 // The masters count SCL in periods of the block's 54 MHz clock.
 constexpr uint64_t block_clock_mhz = 54;
 struct ResetValue {
-  Register at;
+  Offset at;
   uint8_t value;
 };
 constexpr ResetValue reset_values[] = {
-    {phy_configuration, phy_power_down},       {phy_slave, HdmiPhy::slave_address},
-    {phy_divider, divider_fast_mode},          {ddc_divider, divider_fast_mode},
-    {Register(standard_high_count + 0), 0x01}, {Register(standard_high_count + 1), 0x04},
-    {Register(standard_low_count + 0), 0x01},  {Register(standard_low_count + 1), 0x0E},
-    {Register(fast_high_count + 1), 0x30},     {Register(fast_low_count + 1), 0x57},
+    {phy_config, phy_power_down},     {phy_i2c_slave, HdmiPhy::slave_address},
+    {phy_i2c_divider, i2c_fast_mode}, {ddc_divider, i2c_fast_mode},
+    {ddc_scl_high_msb, 0x01},         {ddc_scl_high_lsb, 0x04},
+    {ddc_scl_low_msb, 0x01},          {ddc_scl_low_lsb, 0x0E},
+    {ddc_fast_scl_high_lsb, 0x30},    {ddc_fast_scl_low_lsb, 0x57},
 };
 
 constexpr uint64_t phy_standard_period = microseconds(10);
@@ -98,7 +49,7 @@ HdmiTransmitter::HdmiTransmitter(Board& board, unsigned port)
     ddc_.attach(std::make_unique<Monitor>(settings_.edid, faults_.ddc_nack_at_byte));
   if (settings_.timing) {
     program_frame_composer(*settings_.timing);
-    store(phy_configuration, phy_driving);
+    store(phy_config, phy_power_on);
     phy_->set_locked();
   }
 }
@@ -125,7 +76,7 @@ void HdmiTransmitter::program_frame_composer(const ModeTiming& t) {
       t.clock >> 8,
       t.clock >> 16,
   };
-  uint32_t at = frame_composer;
+  uint32_t at = h_active;
   for (const uint32_t value : values) store(at++, static_cast<uint8_t>(value));
 }
 
@@ -158,21 +109,21 @@ void HdmiTransmitter::begin(Master& master, bool hangs, bool acknowledged, uint6
   master.busy = true;
   master.clocks += 1;  // stop
   master.done_at = hangs ? UINT64_MAX : now() + master.clocks * period;
-  master.outcome = acknowledged ? transfer_done : transfer_error;
+  master.outcome = acknowledged ? i2c_done : i2c_error;
 }
 
 uint64_t HdmiTransmitter::ddc_period() {
-  const bool fast = (stored(ddc_divider) & divider_fast_mode) != 0;
+  const bool fast = (stored(ddc_divider) & i2c_fast_mode) != 0;
   const auto count = [this](uint32_t high_byte) {
     return uint64_t{stored(high_byte)} << 8 | stored(high_byte + 1);
   };
-  const uint64_t counts = count(fast ? fast_high_count : standard_high_count) +
-                          count(fast ? fast_low_count : standard_low_count);
+  const uint64_t counts = count(fast ? ddc_fast_scl_high_msb : ddc_scl_high_msb) +
+                          count(fast ? ddc_fast_scl_low_msb : ddc_scl_low_msb);
   return std::max<uint64_t>(counts, 1) * 1000 / block_clock_mhz;
 }
 
 uint64_t HdmiTransmitter::phy_period() {
-  return (stored(phy_divider) & divider_fast_mode) != 0 ? phy_fast_period : phy_standard_period;
+  return (stored(phy_i2c_divider) & i2c_fast_mode) != 0 ? phy_fast_period : phy_standard_period;
 }
 
 void HdmiTransmitter::ddc_operation(uint8_t operation) {
@@ -183,17 +134,17 @@ void HdmiTransmitter::ddc_operation(uint8_t operation) {
   const uint8_t slave = stored(ddc_slave);
   bool acknowledged = true;
   switch (operation) {
-    case operation_segmented_read:
-      acknowledged = address_out(master, ddc_, stored(ddc_segment_address), false) &&
-                     byte_out(master, ddc_, stored(ddc_segment_pointer));
+    case i2c_segmented_read:
+      acknowledged = address_out(master, ddc_, stored(ddc_segment_slave), false) &&
+                     byte_out(master, ddc_, stored(ddc_segment));
       [[fallthrough]];
-    case operation_read:
+    case i2c_read:
       acknowledged = acknowledged && address_out(master, ddc_, slave, false) &&
                      byte_out(master, ddc_, stored(ddc_offset)) &&
                      address_out(master, ddc_, slave, true);
       if (acknowledged) store(ddc_read_data, byte_in(master, ddc_));
       break;
-    case operation_write:
+    case i2c_write:
       acknowledged = address_out(master, ddc_, slave, false) &&
                      byte_out(master, ddc_, stored(ddc_offset)) &&
                      byte_out(master, ddc_, stored(ddc_write_data));
@@ -210,20 +161,20 @@ void HdmiTransmitter::phy_operation(uint8_t operation) {
   master.settle(now());
   if (master.busy) return;
   master.clocks = 0;
-  const uint8_t slave = stored(phy_slave);
+  const uint8_t slave = stored(phy_i2c_slave);
   bool acknowledged = address_out(master, phy_bus_, slave, false) &&
-                      byte_out(master, phy_bus_, stored(phy_register));
+                      byte_out(master, phy_bus_, stored(phy_i2c_address));
   switch (operation) {
-    case operation_read:
+    case i2c_read:
       acknowledged = acknowledged && address_out(master, phy_bus_, slave, true);
       if (acknowledged) {
-        store(phy_read_high, byte_in(master, phy_bus_));
-        store(phy_read_low, byte_in(master, phy_bus_));
+        store(phy_i2c_read_high, byte_in(master, phy_bus_));
+        store(phy_i2c_read_low, byte_in(master, phy_bus_));
       }
       break;
-    case operation_write:
-      acknowledged = acknowledged && byte_out(master, phy_bus_, stored(phy_write_high)) &&
-                     byte_out(master, phy_bus_, stored(phy_write_low));
+    case i2c_write:
+      acknowledged = acknowledged && byte_out(master, phy_bus_, stored(phy_i2c_write_high)) &&
+                     byte_out(master, phy_bus_, stored(phy_i2c_write_low));
       break;
     default:
       return;
@@ -241,9 +192,8 @@ bool HdmiTransmitter::pll_locked() {
 uint8_t HdmiTransmitter::phy_status() {
   const bool plugged = settings_.hot_plug.value_or(!settings_.edid.empty());
   const unsigned sense = settings_.receiver_sense.value_or(plugged ? 0xF : 0x0);
-  return static_cast<uint8_t>((pll_locked() ? status_pll_locked : 0) |
-                              (plugged ? status_hot_plug : 0) |
-                              sense << status_receiver_sense_shift);
+  return static_cast<uint8_t>((pll_locked() ? phy_pll_locked : 0) | (plugged ? phy_hot_plug : 0) |
+                              sense << phy_receiver_sense_shift);
 }
 
 // The PLL makes the TMDS clock out of the pixel clock.
@@ -261,18 +211,18 @@ void HdmiTransmitter::power_phy(uint8_t configuration) {
 
 uint8_t HdmiTransmitter::read_byte(uint32_t offset) {
   switch (offset) {
-    case ddc_status_register:
+    case hw::hdmi::ddc_status:
       ddc_master_.settle(now());
       return ddc_master_.status;
-    case phy_i2c_status_register:
+    case hw::hdmi::phy_i2c_status:
       phy_master_.settle(now());
       return phy_master_.status;
-    case phy_status_register:
+    case hw::hdmi::phy_status:
       return phy_status();
-    case clock_status_register:
+    case hw::hdmi::clock_status:
       return clock_status();
-    case ddc_operation_register:
-    case phy_operation_register:
+    case hw::hdmi::ddc_operation:
+    case phy_i2c_operation:
       return 0;  // they start a transfer and keep nothing
     default:
       return stored(offset);
@@ -281,33 +231,33 @@ uint8_t HdmiTransmitter::read_byte(uint32_t offset) {
 
 void HdmiTransmitter::write_byte(uint32_t offset, uint8_t value) {
   switch (offset) {
-    case ddc_status_register:
+    case hw::hdmi::ddc_status:
       ddc_master_.settle(now());
       ddc_master_.status &= static_cast<uint8_t>(~value);
       return;
-    case phy_i2c_status_register:
+    case hw::hdmi::phy_i2c_status:
       phy_master_.settle(now());
       phy_master_.status &= static_cast<uint8_t>(~value);
       return;
-    case phy_status_register:
-    case clock_status_register:
+    case hw::hdmi::phy_status:
+    case hw::hdmi::clock_status:
     case ddc_read_data:
-    case phy_read_high:
-    case phy_read_low:
+    case phy_i2c_read_high:
+    case phy_i2c_read_low:
       return;  // read-only
-    case ddc_operation_register:
+    case hw::hdmi::ddc_operation:
       ddc_operation(value);
       return;
-    case phy_operation_register:
+    case phy_i2c_operation:
       phy_operation(value);
       return;
-    case phy_configuration:
+    case phy_config:
       store(offset, value);
       power_phy(value);
       return;
     case phy_reset:
       store(offset, value);
-      phy_->set_reset((value & 1) != 0, now());
+      phy_->set_reset((value & phy_reset_held) != 0, now());
       return;
     default:
       store(offset, value);
