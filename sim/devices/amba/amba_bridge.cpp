@@ -1,44 +1,13 @@
 #include "devices/amba/amba_bridge.h"
 
 #include "board/file_table.h"
+#include "hw/bus.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Index : uint8_t {
-  command_strobe = 0xB0,
-  address_select = 0xB1,
-  address_byte = 0xB2,
-  write_data = 0xB3,
-  write_lane = 0xB4,
-  enable_select = 0xB5,
-  enable_byte = 0xB6,
-  read_lane = 0xB7,
-  read_data = 0xB8,
-  status = 0xB9,
-  mode = 0xBA,
-};
-
-// Bits of the command strobe; each acts when it goes from 0 to 1.
-constexpr uint8_t acknowledge = 0x01;
-constexpr uint8_t select_read_lane = 0x04;
-constexpr uint8_t latch_enables = 0x08;
-constexpr uint8_t latch_data = 0x10;
-constexpr uint8_t latch_address = 0x20;
-constexpr uint8_t begin_read = 0x40;
-constexpr uint8_t begin_write = 0x80;
-
-constexpr uint8_t address_is_for_write = 0x80;
-constexpr uint8_t address_bytes = 0x1F;  // one bit a byte
-constexpr uint8_t lane_valid = 0x10;
-constexpr uint8_t lane_mask = 0x0F;
-constexpr uint8_t enables_low = 0x01;
-constexpr uint8_t enables_high = 0x02;
-
-constexpr uint8_t answered_rq302 = 0xA0;
-constexpr uint8_t answered_others = 0xE0;
-constexpr uint8_t mode_bus_master = 0x44;  // RQ302 gives the bridge the bus only in this mode
+using namespace hw::amba;
 
 constexpr uint64_t bus_latency = microseconds(5);
 
@@ -52,7 +21,7 @@ uint8_t AmbaBridge::read(uint8_t index) {
       return read_data_;
     case status:
       if (!answered_ || board_.clock().now() < answered_at_) return 0;
-      return board_.generation() == Generation::rq302 ? answered_rq302 : answered_others;
+      return hw::chip_of(board_.generation()).amba_done;
     default:
       return registers_[index - first_index];
   }
@@ -61,7 +30,7 @@ uint8_t AmbaBridge::read(uint8_t index) {
 void AmbaBridge::write(uint8_t index, uint8_t value) {
   uint8_t& stored = registers_[index - first_index];
   switch (index) {
-    case command_strobe: {
+    case hw::amba::command: {
       const uint8_t rising = static_cast<uint8_t>(value & ~stored);
       stored = value;  // before the command runs: the bus may lead back here
       command(rising);
@@ -78,42 +47,42 @@ void AmbaBridge::write(uint8_t index, uint8_t value) {
 
 void AmbaBridge::command(uint8_t bits) {
   const auto at = [this](uint8_t index) { return registers_[index - first_index]; };
-  if ((bits & latch_address) != 0) {
-    for (unsigned byte = 0; byte < 5; ++byte) {
+  if ((bits & take_address) != 0) {
+    for (unsigned byte = 0; byte < hw::bus_address_bytes; ++byte) {
       if ((at(address_select) & address_bytes & 1u << byte) == 0) continue;
       address_ &= ~(uint64_t{0xFF} << (8 * byte));
       address_ |= uint64_t{at(address_byte)} << (8 * byte);
     }
-    address_for_write_ = (at(address_select) & address_is_for_write) != 0;
+    address_for_write_ = (at(address_select) & address_is_write) != 0;
   }
-  if ((bits & latch_data) != 0) {
+  if ((bits & take_write_lane) != 0) {
     if ((at(write_lane) & lane_valid) != 0) {
-      line_[at(write_lane) & lane_mask] = at(write_data);
+      line_[at(write_lane) & lane_number] = at(write_data);
     } else {
       line_.fill(0);  // no lane: begins a new line
     }
   }
-  if ((bits & latch_enables) != 0) {
-    const uint8_t enables = at(enable_byte);
-    if ((at(enable_select) & enables_low) != 0) {
+  if ((bits & take_enables) != 0) {
+    const uint8_t enables = at(enables_byte);
+    if ((at(enables_select) & enables_low) != 0) {
       enables_ = static_cast<uint16_t>((enables_ & 0xFF00) | enables);
     }
-    if ((at(enable_select) & enables_high) != 0) {
+    if ((at(enables_select) & enables_high) != 0) {
       enables_ = static_cast<uint16_t>((enables_ & 0x00FF) | enables << 8);
     }
   }
-  if ((bits & begin_write) != 0) start_write();
-  if ((bits & begin_read) != 0) start_read();
-  if ((bits & select_read_lane) != 0 && (at(read_lane) & lane_valid) != 0) {
-    read_data_ = line_[at(read_lane) & lane_mask];
+  if ((bits & hw::amba::start_write) != 0) start_write();
+  if ((bits & hw::amba::start_read) != 0) start_read();
+  if ((bits & take_read_lane) != 0 && (at(read_lane) & lane_valid) != 0) {
+    read_data_ = line_[at(read_lane) & lane_number];
   }
   if ((bits & acknowledge) != 0) answered_ = false;
 }
 
 bool AmbaBridge::has_bus() const {
   if (master_) return false;  // one transaction at a time, also when it leads back to the bridge
-  return board_.generation() != Generation::rq302 ||
-         registers_[mode - first_index] == mode_bus_master;
+  const uint8_t mode = hw::chip_of(board_.generation()).amba_bus_mode;
+  return mode == 0 || registers_[bus_mode - first_index] == mode;
 }
 
 // A bus address that nobody decodes is never answered, and the status never changes.

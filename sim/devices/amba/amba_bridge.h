@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "devices/amba/amba_faults.h"
+#include "hw/blocks/amba_bridge.h"
 
 namespace zvgsim {
 
@@ -16,15 +17,15 @@ class AmbaBridge {
  public:
   explicit AmbaBridge(Board& board) : board_(board), faults_(board.faults().of<AmbaFaults>()) {}
 
-  static constexpr uint8_t first_index = 0xB0;
-  static constexpr uint8_t last_index = 0xBA;
+  static constexpr uint8_t first_index = hw::amba::first_index;
+  static constexpr uint8_t last_index = hw::amba::last_index;
 
   // REQUIRES: first_index <= index <= last_index.
   uint8_t read(uint8_t index);
   void write(uint8_t index, uint8_t value);
 
  private:
-  static constexpr unsigned line_size = 16;
+  static constexpr unsigned line_size = hw::amba::line_size;
   using Line = std::array<uint8_t, line_size>;
 
   void command(uint8_t bits);

@@ -10,6 +10,8 @@
 #include "devices/axi/axi_settings.h"
 #include "devices/axi/axi_traffic.h"
 #include "devices/clocks/clock_settings.h"
+#include "hw/blocks/axi_monitor_rq301.h"
+#include "hw/blocks/axi_monitor_rq302.h"
 
 namespace zvgsim {
 
@@ -152,10 +154,10 @@ class AxiMonitor : public Device {
 
  private:
   // RQ302, from the block's base on.
-  static constexpr uint32_t control_register = 0x00;
-  static constexpr uint32_t timeout_register = 0x04;
-  static constexpr uint32_t period_register = 0x08;
-  static constexpr uint32_t update_register = 0x7DC;
+  static constexpr uint32_t control_register = hw::axi_rq302::control;
+  static constexpr uint32_t timeout_register = hw::axi_rq302::timeout_flags;
+  static constexpr uint32_t period_register = hw::axi_rq302::period;
+  static constexpr uint32_t update_register = hw::axi_rq302::data_update_flags;
   static constexpr uint32_t running_control = 20;
 
   struct Port {
@@ -163,7 +165,7 @@ class AxiMonitor : public Device {
     AxiPortSettings settings;
   };
 
-  bool is_rq302() const { return board_.generation() == Generation::rq302; }
+  bool is_rq302() const { return hw::chip_of(board_.generation()).rq302_axi_control.count != 0; }
   uint32_t stored(uint32_t offset) {
     return static_cast<uint32_t>(board_.mmio_storage().read(base_ + offset, 4));
   }
@@ -226,9 +228,9 @@ class AxiMonitor : public Device {
         const auto address = [&](uint64_t which) {
           return static_cast<uint32_t>(noise({seed, i, last_period_, which}) * vram_size) & ~63u;
         };
-        counters_[port.slots] = address(8);
-        counters_[port.slots + 4] = address(9);
-        counters_[port.slots + 8] = 0x8080;
+        counters_[port.slots + hw::axi_rq302::write_slot] = address(8);
+        counters_[port.slots + hw::axi_rq302::read_slot] = address(9);
+        counters_[port.slots + hw::axi_rq302::slot_high_bytes] = 0x8080;
       }
     }
   }
@@ -247,9 +249,10 @@ class AxiMonitor : public Device {
 };
 
 void place(Board& board) {
-  const bool rq302 = board.generation() == Generation::rq302;
-  const uint32_t base = rq302 ? 0x288800 : 0x309000;
-  const uint32_t size = rq302 ? 0x800 : 0xC00;
+  const hw::Bases& shared = hw::chip_of(board.generation()).rq302_axi_control;
+  const bool packed = shared.count == 0;
+  const uint32_t base = packed ? hw::axi_rq301::monitors_base : shared.first;
+  const uint32_t size = packed ? hw::axi_rq301::monitors_size : hw::axi_rq302::control_size;
   board.attach(base, size, std::make_unique<AxiMonitor>(board, base));
 }
 

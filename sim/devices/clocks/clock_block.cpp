@@ -6,41 +6,32 @@
 
 #include "board/file_table.h"
 #include "devices/block_bases.h"
+#include "hw/blocks/clocks.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  control = 0x00,
-  devpll = 0x04,
-  dev2pll = 0x08,
-  gpupll = 0x0C,
-  gpu2pll = 0x10,
-  fifth_pll = 0x14,
-  clock_select = 0x30,
-  post_dividers = 0x34,
-  lock_status = 0x50,
-};
+using namespace hw::clocks;
 
 // A PLL powers down by one bit of control, and reports its lock in the same bit of the status.
 constexpr struct {
-  Register configuration;
+  Offset configuration;
   uint32_t bit;
   bool reports_lock;
 } pll_table[plls] = {
-    {devpll, 1u << 31, false},
-    {dev2pll, 1u << 30, true},
-    {gpupll, 1u << 29, true},
-    {gpu2pll, 1u << 28, true},
+    {devpll, off_devpll, false},
+    {dev2pll, off_dev2pll, true},
+    {gpupll, off_gpupll, true},
+    {gpu2pll, off_gpu2pll, true},
 };
 
 constexpr uint32_t all_enabled = 0xF;
 
 // What firmware leaves: the device clocks from their PLLs, the 3D clocks and the 2D clock from
 // different ones.
-constexpr uint32_t rq301_select = 0x701;  // 3D and shader: gpu2pll; 2D: gpupll
-constexpr uint32_t rq302_select = 0x401;  // 3D and shader: gpupll; 2D: gpu2pll
+constexpr uint32_t rq301_select = select_device_plls | select_3d_and_shader | select_2d;
+constexpr uint32_t rq302_select = select_device_plls | select_2d;
 
 // The AXI clock is devpll's, the next output half of it, the APB clock a quarter.
 constexpr uint32_t rq301_post_dividers = 0x013;
@@ -57,7 +48,7 @@ constexpr bool touches(uint64_t offset, unsigned width, uint32_t reg) {
 }  // namespace
 
 uint32_t pll_word(double mhz) {
-  constexpr double reference = 27;
+  constexpr double reference = reference_khz / 1000.0;
   uint32_t best = 0;
   double error = INFINITY;
   for (uint32_t input = 1; input <= 3; ++input) {  // 27, 13.5 and 9 MHz at the comparator
@@ -81,7 +72,7 @@ ClockBlock::ClockBlock(Board& board, uint32_t base)
       settings_(board.config().of<ClockSettings>()),
       faults_(board.faults().of<ClockFaults>()),
       base_(base) {
-  const bool rq302 = board.generation() == Generation::rq302;
+  const bool rq302 = hw::chip_of(board.generation()).clock_tree == hw::ClockTree::rq302;
   set_word(control, all_enabled);
   set_word(devpll, pll_word(settings_.axi));
   set_word(dev2pll, pll_word(settings_.vpu));
@@ -109,11 +100,11 @@ void ClockBlock::update_lock_status() {
     const bool locked = powered && board_.clock().now() >= locked_at_[i] && !faults_.never_locks[i];
     if (locked && pll.reports_lock) status |= pll.bit;
   }
-  set_word(lock_status, status);
+  set_word(pll_lock, status);
 }
 
 uint64_t ClockBlock::read(uint64_t offset, unsigned width) {
-  if (touches(offset, width, lock_status)) update_lock_status();
+  if (touches(offset, width, pll_lock)) update_lock_status();
   return board_.mmio_storage().read(base_ + offset, width);
 }
 

@@ -8,6 +8,7 @@
 #include "board/board.h"
 #include "board/device.h"
 #include "devices/clocks/clock_settings.h"
+#include "hw/blocks/clocks.h"
 
 namespace zvgsim {
 
@@ -16,7 +17,7 @@ namespace zvgsim {
 // locked. The other registers keep what is written to them.
 class ClockBlock : public Device {
  public:
-  static constexpr uint32_t size = 0x400;
+  static constexpr uint32_t size = zvg::hw::clocks::size;
 
   ClockBlock(Board& board, uint32_t base);
 

@@ -3,14 +3,9 @@
 #include <memory>
 
 #include "devices/block_bases.h"
+#include "hw/blocks/system_control.h"
 
 namespace zvgsim {
-
-namespace {
-
-constexpr uint32_t select_offset = 0x110;  // in system control, 4 bytes a channel
-
-}  // namespace
 
 DdrPhy::DdrPhy(Board& board, unsigned channel, uint32_t select) : board_(board), select_(select) {
   const auto& training = board.config().of<TrainingSettings>();
@@ -47,7 +42,7 @@ namespace {
 void place(Board& board) {
   const BlockBases bases = block_bases(board.generation());
   for (unsigned channel = 0; channel < bases.ddr_channels; ++channel) {
-    const uint32_t select = bases.system_control + select_offset + 4 * channel;
+    const uint32_t select = bases.system_control + hw::system_control::ddr_phy_select + 4 * channel;
     board.attach(bases.ddr_phy[channel], DdrPhy::size,
                  std::make_unique<DdrPhy>(board, channel, select));
   }

@@ -8,6 +8,7 @@
 #include "board/board.h"
 #include "board/device.h"
 #include "devices/ddr/training_firmware.h"
+#include "hw/generations.h"
 
 namespace zvgsim {
 
@@ -16,7 +17,7 @@ namespace zvgsim {
 // register's number below, so that a dump shows what was selected when.
 class DdrPhy : public Device {
  public:
-  static constexpr uint32_t size = 0x40000;
+  static constexpr uint32_t size = zvg::hw::ddr_phy_size;
   static constexpr unsigned blocks = 16;
 
   DdrPhy(Board& board, unsigned channel, uint32_t select);

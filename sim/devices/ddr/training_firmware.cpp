@@ -4,21 +4,13 @@
 #include <cmath>
 
 #include "board/noise.h"
+#include "hw/blocks/ddr_phy.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  mailbox_status = 0x10,
-  acknowledge = 0xC4,
-  word_low = 0xC8,
-  word_high = 0xD0,
-};
-
-constexpr uint32_t marker = 8;
-constexpr uint32_t nothing_waits = 1;
-constexpr uint32_t word_taken = 0;
+using namespace zvg::hw::ddr_phy;
 
 // Messages of two-dimensional training.
 enum Identifier : uint32_t {
@@ -100,7 +92,7 @@ bool TrainingMailbox::word_waits() const {
 
 uint32_t TrainingMailbox::word(bool high) const {
   const TrainingMessage& message = messages_[message_];
-  if (word_ == 0) return high ? 0 : marker;
+  if (word_ == 0) return high ? 0 : message_marker;
   const uint32_t whole = word_ == 1 ? message.id : message.arguments[word_ - 2];
   if (word_ == 1) return high ? whole >> 16 : whole & 0xFFFF;
   return high ? 0 : whole;
@@ -109,7 +101,7 @@ uint32_t TrainingMailbox::word(bool high) const {
 std::optional<uint32_t> TrainingMailbox::read(uint32_t offset) {
   switch (offset) {
     case mailbox_status:
-      return word_waits() ? 0 : nothing_waits;
+      return word_waits() ? 0 : status_empty;
     case word_low:
     case word_high:
       return word_waits() ? word(offset == word_high) : 0;

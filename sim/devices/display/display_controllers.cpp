@@ -5,50 +5,30 @@
 #include "board/board.h"
 #include "devices/block_bases.h"
 #include "devices/display/display_settings.h"
+#include "hw/blocks/clocks.h"
+#include "hw/blocks/display_controllers.h"
+#include "hw/blocks/vga_crtc.h"
 
 namespace zvgsim {
 
 namespace {
 
-constexpr uint32_t output_mux = 0x10024;
-constexpr uint32_t pll_words = 0x18;  // in the clock block
-
-// Controllers 1 to 3: a block each.
-constexpr uint32_t block_size = 0x40;
-
-// Controller 0: indexed registers.
-enum Index : uint8_t {
-  h_total = 0x60,
-  h_active = 0x62,
-  h_sync_width = 0x66,
-  h_back = 0x67,
-  v_total = 0x68,
-  v_active = 0x6A,
-  v_sync_width = 0x6E,
-  v_back = 0x6F,
-  h_high = 0x78,
-  pll = 0x81,
-};
-
-// VGA ports, from vga_base on.
-constexpr uint32_t misc_output = 0x3C2;
-constexpr uint32_t crtc_index = 0x3D4;
-constexpr uint32_t crtc_data = 0x3D5;
+using namespace hw::crtc;
+namespace vga = hw::vga;
+namespace block = hw::display_controllers;
 
 // Colour addressing, memory enabled.
-constexpr uint32_t misc_usual = 0x03;
-constexpr uint32_t misc_hsync_negative = 0x40;
-constexpr uint32_t misc_vsync_negative = 0x80;
+constexpr uint32_t misc_usual = vga::misc_colour_addressing | vga::misc_ram_enable;
 
 void program_indexed(Board& board, const CrtcSettings& crtc) {
   const auto port = [&](uint32_t number, uint32_t value) {
     board.dispatch_write(Space::mmio, vga_base + number, 1, value & 0xFF);
   };
-  port(misc_output, misc_usual | (crtc.hsync_negative ? misc_hsync_negative : 0) |
-                        (crtc.vsync_negative ? misc_vsync_negative : 0));
+  port(vga::misc_output_write, misc_usual | (crtc.hsync_negative ? vga::misc_h_negative : 0) |
+                                   (crtc.vsync_negative ? vga::misc_v_negative : 0));
   const auto set = [&](uint8_t index, uint32_t value) {
-    port(crtc_index, index);
-    port(crtc_data, value);
+    port(vga::colour_index, index);
+    port(vga::colour_data, value);
   };
   const auto pair = [&](uint8_t index, uint32_t value) {
     set(index, value >> 8);
@@ -63,32 +43,34 @@ void program_indexed(Board& board, const CrtcSettings& crtc) {
   pair(v_active, t.vactive);
   set(h_sync_width, width);
   set(h_back, back);
-  set(h_high, (back >> 8 & 0x0F) | (width >> 8 & 0x0F) << 4);
+  set(h_sync_high, (back >> 8 & 0x0F) | (width >> 8 & 0x0F) << 4);
   set(v_sync_width, t.vsync_end - t.vsync_start);
   set(v_back, t.vtotal - t.vsync_end);
-  const uint32_t word = pll_word(t.clock);
+  const uint32_t word = zvgsim::pll_word(t.clock);
   for (unsigned byte = 0; byte < 4; ++byte) {
-    set(static_cast<uint8_t>(pll + byte * 2), word >> byte * 8);
+    set(static_cast<uint8_t>(hw::crtc::pll_word + byte * pll_word_stride), word >> byte * 8);
   }
 }
 
 void program_block(Board& board, unsigned number, const CrtcSettings& crtc) {
-  const uint32_t base = vga_base + number * block_size;
+  const uint32_t base = vga_base + number * hw::common::display_controllers.stride;
   const ModeTiming& t = crtc.timing;
   const struct {
     uint32_t offset;
     unsigned width;
     uint32_t value;
   } registers[] = {
-      {0, 2, t.htotal},
-      {2, 2, t.hactive},
-      {8, 2, t.hsync_end - t.hsync_start},
-      {10, 2, t.htotal - t.hsync_end},
-      {12, 2, t.vtotal},
-      {14, 2, t.vactive},
-      {18, 1, t.vsync_end - t.vsync_start},
-      {19, 1, t.vtotal - t.vsync_end},
-      {36, 1, (crtc.vsync_negative ? 0x10u : 0) | (crtc.hsync_negative ? 0x08u : 0)},
+      {block::h_total, 2, t.htotal},
+      {block::h_active, 2, t.hactive},
+      {block::h_sync_width, 2, t.hsync_end - t.hsync_start},
+      {block::h_back, 2, t.htotal - t.hsync_end},
+      {block::v_total, 2, t.vtotal},
+      {block::v_active, 2, t.vactive},
+      {block::v_sync_width, 1, t.vsync_end - t.vsync_start},
+      {block::v_back, 1, t.vtotal - t.vsync_end},
+      {block::polarity, 1,
+       (crtc.vsync_negative ? block::v_negative : 0u) |
+           (crtc.hsync_negative ? block::h_negative : 0u)},
   };
   for (const auto& reg : registers) {
     board.dispatch_write(Space::mmio, base + reg.offset, reg.width, reg.value);
@@ -98,7 +80,7 @@ void program_block(Board& board, unsigned number, const CrtcSettings& crtc) {
 }  // namespace
 
 uint32_t pll_word(uint32_t clock) {
-  constexpr uint32_t reference = 54000;
+  constexpr uint32_t reference = 2 * hw::clocks::reference_khz;
   uint32_t best = 0;
   uint32_t best_error = UINT32_MAX;
   for (uint32_t input = 1; input <= 64; ++input) {
@@ -123,7 +105,7 @@ namespace {
 // Programs the timings, PLL words and the output multiplexer of the board's configuration.
 void place(Board& board) {
   const auto& settings = board.config().of<DisplaySettings>();
-  board.dispatch_write(Space::mmio, output_mux, 4, settings.output_mux);
+  board.dispatch_write(Space::mmio, hw::common::output_mux.first, 4, settings.output_mux);
   const uint32_t clocks = block_bases(board.generation()).clocks;
   for (unsigned number = 0; number < crtcs; ++number) {
     if (!settings.crtc[number]) continue;
@@ -133,8 +115,8 @@ void place(Board& board) {
     } else {
       program_block(board, number, crtc);
     }
-    board.dispatch_write(Space::mmio, clocks + pll_words + number * 4, 4,
-                         pll_word(crtc.timing.clock));
+    board.dispatch_write(Space::mmio, clocks + hw::clocks::pixel_plls + number * 4, 4,
+                         zvgsim::pll_word(crtc.timing.clock));
   }
 }
 

@@ -9,14 +9,7 @@ namespace zvgsim {
 
 namespace {
 
-enum Index : uint8_t {
-  period_low = 0xD4,
-  duty_low = 0xD6,
-  period_latch = 0xD8,
-  duty_latch = 0xD9,
-};
-
-constexpr unsigned full_period = 1000;
+using namespace hw::fan;
 
 // The board's own control: quiet when cool, everything when hot, straight in between.
 constexpr double quiet_percent = 30, full_percent = 100;
@@ -34,7 +27,7 @@ unsigned Fan::pair(uint8_t low_index) const {
 
 void Fan::write(uint8_t index, uint8_t value) {
   registers_[index - first_index] = value;
-  if (value != 1) return;
+  if (value != latch) return;
   if (index == period_latch) period_ = pair(period_low);
   if (index == duty_latch) {
     duty_ = pair(duty_low);

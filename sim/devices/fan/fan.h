@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdint>
 
+#include "hw/blocks/fan.h"
+
 namespace zvgsim {
 
 // The controller's registers are CRTC indices: a period and a duty of 16 bits, low byte first, each
@@ -12,8 +14,8 @@ namespace zvgsim {
 // set_automatic(), the board drives the fan by its temperature.
 class Fan {
  public:
-  static constexpr uint8_t first_index = 0xD4;
-  static constexpr uint8_t last_index = 0xD9;
+  static constexpr uint8_t first_index = zvg::hw::fan::first_index;
+  static constexpr uint8_t last_index = zvg::hw::fan::last_index;
 
   explicit Fan(double celsius);
 

@@ -6,54 +6,29 @@
 #include "devices/block_bases.h"
 #include "devices/byte_block.h"
 #include "devices/flash/board_data.h"
+#include "hw/blocks/clocks.h"
+#include "hw/blocks/spi.h"
+#include "hw/blocks/system_control.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  control_0 = 0x00,
-  frame_count = 0x04,
-  enable = 0x08,
-  select = 0x10,
-  clock_divider = 0x14,
-  status_register = 0x28,
-  data = 0x60,
-  enhanced_control = 0xF4,
-};
+using namespace hw::spi;
 
-constexpr uint32_t block_size = 0x400;
-
-// Control 0.
-enum Mode : unsigned { transmit_only = 1, receive_only = 2, command_then_receive = 3 };
+// Parts of the control register.
 constexpr Mode mode_of(uint32_t control) {
-  return static_cast<Mode>(control >> 8 & 3);
+  return static_cast<Mode>((control & control_mode) >> 8);
 }
 constexpr unsigned frame_bytes(uint32_t control) {
-  return ((control >> 16 & 0x1F) + 1) / 8;
+  return (((control & control_frame_bits) >> 16) + 1) / 8;
 }
 constexpr bool is_quad(uint32_t control) {
-  return (control >> 21 & 3) == 2;
+  return (control & control_lines) >> 21 == quad;
 }
-
-constexpr uint32_t status_busy = 0x01;
-constexpr uint32_t status_transmit_not_full = 0x02;
-constexpr uint32_t status_transmit_empty = 0x04;
-constexpr uint32_t status_received = 0x08;
-constexpr uint32_t status_receive_full = 0x10;
-
-constexpr uint32_t continuous_exit_control = 0x5F0300;
-constexpr uint32_t continuous_exit_format = 0x2021;
 
 constexpr uint64_t block_clock_mhz = 100;
 constexpr unsigned wait_cycles = 8;
-
-constexpr uint32_t clock_gate = 0x30;  // in the clock block
-
-// In system control.
-constexpr uint32_t identifier = 0x04;
-constexpr uint32_t identifier_with_continuous_read = 0x02010000;
-constexpr uint32_t identifier_rq302 = 0x02020000;
 
 // The first KiB of registers, for the strobe in it.
 class StrobeBlock : public ByteBlock {
@@ -63,9 +38,8 @@ class StrobeBlock : public ByteBlock {
 
  protected:
   void write_byte(uint32_t offset, uint8_t value) override {
-    constexpr uint32_t strobe = 0x164;
     store(offset, value);
-    if (offset == strobe && (value & 1) != 0) controller_.strobe_continuous_exit();
+    if (offset == continuous_exit_strobe && (value & 1) != 0) controller_.strobe_continuous_exit();
   }
 
  private:
@@ -85,16 +59,16 @@ SpiController::SpiController(Board& board, uint32_t base)
       faults_(board.faults().of<FlashFaults>()),
       flash_(faults_, board.clock(), board_data(board.config().of<FlashSettings>()),
              image_of(board)),
-      depth_(board.generation() == Generation::rq302 ? 32 : 256) {}
+      depth_(hw::chip_of(board.generation()).spi_fifo_frames) {}
 
 uint32_t SpiController::word(uint32_t offset) {
   return static_cast<uint32_t>(board_.mmio_storage().read(base_ + offset, 4));
 }
 
 bool SpiController::clocked() {
-  if (board_.generation() != Generation::rq302) return true;
-  const uint32_t gate = block_bases(board_.generation()).clocks + clock_gate;
-  return (board_.mmio_storage().read(gate, 4) & 1) != 0;
+  if (!hw::chip_of(board_.generation()).spi_clock_gated) return true;
+  const uint32_t gate = block_bases(board_.generation()).clocks + hw::clocks::clock_select;
+  return (board_.mmio_storage().read(gate, 4) & hw::clocks::spi_clock_on) != 0;
 }
 
 uint32_t SpiController::status() {
@@ -109,7 +83,7 @@ uint32_t SpiController::status() {
 }
 
 uint64_t SpiController::read(uint64_t offset, unsigned width) {
-  if (offset == status_register) return status();
+  if (offset == hw::spi::status) return status();
   if (offset != data) return board_.mmio_storage().read(base_ + offset, width);
   if (received_.empty() || board_.clock().now() < received_at_) return 0;
   const uint32_t frame = received_.front();
@@ -122,26 +96,26 @@ void SpiController::write(uint64_t offset, unsigned width, uint64_t value) {
     queue(static_cast<uint32_t>(value));
     return;
   }
-  const bool was_selected = word(select) != 0;
+  const bool was_selected = word(slave_select) != 0;
   board_.mmio_storage().write(base_ + offset, width, value);
   if (offset == enable && value == 0) {
     transmit_.clear();
     received_.clear();
   }
-  if (offset == select && value != 0 && !was_selected) transfer();
+  if (offset == slave_select && value != 0 && !was_selected) transfer();
 }
 
 void SpiController::queue(uint32_t frame) {
   if (++frames_ == faults_.power_cut_at_frame) flash_.cut_power();
   if (word(enable) == 0 || transmit_.size() >= depth_) return;
   transmit_.push_back(frame);
-  if (word(select) != 0) transfer();
+  if (word(slave_select) != 0) transfer();
 }
 
 // Sends what is queued, and receives what the mode asks for.
 void SpiController::transfer() {
   if (word(enable) == 0 || transmit_.empty() || !clocked() || !flash_.powered()) return;
-  const uint32_t control = word(control_0);
+  const uint32_t control = word(hw::spi::control);
   const bool quad = is_quad(control);
   const unsigned bytes_a_frame = frame_bytes(control);
   std::vector<uint8_t> bytes;
@@ -174,7 +148,7 @@ void SpiController::transfer() {
 }
 
 void SpiController::strobe_continuous_exit() {
-  if (word(enable) != 0 && word(control_0) == continuous_exit_control &&
+  if (word(enable) != 0 && word(hw::spi::control) == quad_continuous_exit &&
       word(enhanced_control) == continuous_exit_format) {
     flash_.leave_continuous_read();
   }
@@ -186,14 +160,15 @@ void place(Board& board) {
   const BlockBases bases = block_bases(board.generation());
   // Chips of the first two generations ran their firmware out of the flash.
   const bool ran_from_flash = board.generation() != Generation::rq302;
-  board.mmio_storage().write(bases.system_control + identifier, 4,
-                             ran_from_flash ? identifier_with_continuous_read : identifier_rq302);
+  board.mmio_storage().write(bases.system_control + hw::system_control::identifier, 4,
+                             uint32_t{hw::chip_of(board.generation()).flash_identifier}
+                                 << hw::system_control::identifier_shift);
   auto controller = std::make_unique<SpiController>(board, bases.spi_flash);
   board.when_saving([&flash = controller->flash()] { flash.save(); });
   if (board.config().of<FlashSettings>().write_protected) controller->flash().protect();
   if (ran_from_flash) controller->flash().enter_continuous_read();
   board.attach(0, Board::attach_unit, std::make_unique<StrobeBlock>(board, *controller));
-  board.attach(bases.spi_flash, block_size, std::move(controller));
+  board.attach(bases.spi_flash, hw::spi::size, std::move(controller));
 }
 
 }  // namespace

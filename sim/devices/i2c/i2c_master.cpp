@@ -4,29 +4,13 @@
 
 #include "devices/block_bases.h"
 #include "devices/i2c/i2c_settings.h"
+#include "hw/blocks/i2c_master.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Register : uint32_t {
-  prescale_low = 0,
-  prescale_high = 1,
-  control = 2,
-  data = 3,
-  command = 4,  // status when read
-};
-
-constexpr uint8_t control_enable = 0x80;
-
-constexpr uint8_t command_start = 0x80;
-constexpr uint8_t command_stop = 0x40;
-constexpr uint8_t command_read = 0x20;
-constexpr uint8_t command_write = 0x10;
-
-constexpr uint8_t status_no_acknowledge = 0x80;
-constexpr uint8_t status_bus_taken = 0x40;
-constexpr uint8_t status_busy = 0x02;
+using namespace hw::i2c;
 
 // SCL is the block's clock by 5 times the prescaler and one.
 constexpr uint64_t block_clock_mhz = 54;

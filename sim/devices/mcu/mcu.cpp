@@ -2,29 +2,28 @@
 
 #include "devices/block_bases.h"
 #include "devices/monitor/monitor.h"
+#include "hw/blocks/mcu.h"
 
 namespace zvgsim {
 
 namespace {
 
 constexpr uint32_t page = mcu_page - Mcu::block_base;
-enum Register : uint32_t {
-  alive = page + 0x00,
-  completion = page + 0x12,
-  doorbell = page + 0x13,
-  slave = page + 0x14,
-  start_offset = page + 0x1A,
-  done = page + 0x1C,
-  target = page + 0x20,
-  fifo = page + 0x80,
-};
-constexpr unsigned fifo_size = 128;
+using hw::mcu::alive_signature;
+using hw::mcu::done_signature;
+using hw::mcu::fifo_size;
+using hw::mcu::reset_released;
 
-constexpr uint32_t alive_signature = 0xDEADBEEF;
-constexpr uint32_t done_signature = 0x55AA55AA;
-constexpr uint8_t ring = 0xAA;
-constexpr uint8_t failed = 0x04;
-constexpr uint32_t reset_released = 0x08;
+enum Register : uint32_t {
+  alive = page + hw::mcu::alive,
+  completion = page + hw::mcu::completion,
+  doorbell = page + hw::mcu::doorbell,
+  slave = page + hw::mcu::parameter_b,
+  start_offset = page + hw::mcu::start_offset,
+  done = page + hw::mcu::done,
+  target = page + hw::mcu::target,
+  fifo = page + hw::mcu::fifo,
+};
 
 // A byte at 100 kHz.
 constexpr uint64_t byte_time = microseconds(90);
@@ -38,7 +37,7 @@ Mcu::Mcu(Board& board) : ByteBlock(board, block_base), faults_(board.faults().of
     connectors_[select].bus.attach(std::make_unique<Monitor>(one.edid));
   }
   if (settings.running) {
-    board.mmio_storage().write(mcu_reset, 4, 0xFFFFFF00 | reset_released);
+    board.mmio_storage().write(mcu_reset, 4, hw::mcu::reset_other_bits | reset_released);
   }
 }
 
@@ -60,7 +59,7 @@ uint8_t Mcu::read_byte(uint32_t offset) {
 
 void Mcu::write_byte(uint32_t offset, uint8_t value) {
   store(offset, value);
-  if (offset != doorbell || value != ring || !running()) return;
+  if (offset != doorbell || value != hw::mcu::doorbell_ring || !running()) return;
   pending_ = true;
   done_at_ = board().clock().now() + (fifo_size + 3) * byte_time;
 }
@@ -75,7 +74,7 @@ void Mcu::serve_request() {
   for (unsigned i = 0; answered && i < fifo_size; ++i)
     store(fifo + i, connector->second.bus.read());
   if (connector != connectors_.end()) connector->second.bus.stop();
-  store(completion, answered ? 0 : failed);
+  store(completion, answered ? 0 : hw::mcu::completion_failed);
 }
 
 void Mcu::store_word(uint32_t offset, uint32_t word) {

@@ -4,26 +4,27 @@
 
 #include "board/file_table.h"
 #include "devices/pci/pci_settings.h"
+#include "hw/blocks/pci.h"
 
 namespace zvgsim {
 
 namespace {
 
 enum Word : unsigned {
-  identity = 0x00 / 4,
-  command_status = 0x04 / 4,
-  class_revision = 0x08 / 4,
-  cache_header = 0x0C / 4,
-  bar0 = 0x10 / 4,
-  bar2 = 0x18 / 4,
-  subsystem = 0x2C / 4,
-  interrupt = 0x3C / 4,
+  identity = hw::pci::identity / 4,
+  command_status = hw::pci::command_status / 4,
+  class_revision = hw::pci::class_revision / 4,
+  cache_header = hw::pci::cache_header / 4,
+  bar0 = hw::pci::bar0 / 4,
+  bar2 = hw::pci::bar2 / 4,
+  subsystem = hw::pci::subsystem / 4,
+  interrupt = hw::pci::interrupt / 4,
 };
 
-constexpr uint32_t command_bits = 0x0547;  // I/O, memory, master, parity, SERR, INTx
+using hw::pci::bar_prefetchable;
+using hw::pci::class_vga;
+using hw::pci::command_bits;
 constexpr uint32_t command_after_boot = 0x0007;
-constexpr uint32_t class_vga = 0x030000;
-constexpr uint32_t bar_prefetchable = 0x8;
 constexpr uint32_t interrupt_pin_a = 0x0100;
 
 constexpr uint16_t made_up_device_id(Generation generation) {

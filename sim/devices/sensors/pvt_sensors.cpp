@@ -5,19 +5,11 @@
 #include <memory>
 
 #include "devices/block_bases.h"
+#include "hw/blocks/pvt.h"
 
 namespace zvgsim {
 
 namespace {
-
-constexpr uint32_t selector_register = 0x170;
-constexpr uint32_t data_register = 0x174;
-
-constexpr uint32_t last_code = 0x3FF;
-
-constexpr uint32_t rq301_selectors[pvt_types] = {0xF0000, 0xF0100, 0xF0600, 0xF0200, 0xF0400};
-constexpr uint32_t rq302_selectors[pvt_types] = {0x01E201E2, 0x01E601E6, 0x01FA01FA, 0x01EA01EA,
-                                                 0x01F201F2};
 
 enum Type : unsigned { temperature = 0, voltage = 1, first_process = 2 };
 
@@ -35,7 +27,7 @@ double volt_of(double code) {
 template <typename Convert>
 uint32_t code_of(double value, Convert convert) {
   uint32_t low = 0;
-  uint32_t high = last_code;
+  uint32_t high = hw::pvt::code_mask;
   while (low < high) {
     const uint32_t middle = (low + high) / 2;
     if (convert(middle + 0.5) < value) {
@@ -63,21 +55,22 @@ uint32_t pvt_code(const SensorSettings& sensors, unsigned type, unsigned index, 
 PvtSensors::PvtSensors(Board& board, uint32_t base)
     : board_(board), settings_(board.config().of<SensorSettings>()), base_(base) {
   // As the firmware's last look at the temperature left it.
-  const bool rq302 = board.generation() == Generation::rq302;
-  const uint32_t selector = rq302 ? rq302_selectors[0] : rq301_selectors[0];
-  board.mmio_storage().write(base + selector_register, 4, selector);
-  board.mmio_storage().write(base + data_register, 4, *convert(selector, board.clock().now()));
+  const uint32_t selector = hw::chip_of(board.generation()).pvt_selectors[temperature];
+  board.mmio_storage().write(base + hw::pvt::selector, 4, selector);
+  board.mmio_storage().write(base + hw::pvt::data, 4, *convert(selector, board.clock().now()));
   selected_at_ = board.clock().now();
 }
 
 std::optional<uint32_t> PvtSensors::convert(uint32_t selector, uint64_t time) const {
-  const bool rq302 = board_.generation() == Generation::rq302;
+  const hw::Chip& chip = hw::chip_of(board_.generation());
   for (unsigned type = 0; type < pvt_types; ++type) {
-    if (rq302 && selector == rq302_selectors[type]) {
-      return pvt_code(settings_, type, 0, time) | pvt_code(settings_, type, 1, time) << 16;
+    const uint32_t index = selector - chip.pvt_selectors[type];
+    if (chip.pvt_converts_all && index == 0) {
+      return pvt_code(settings_, type, 0, time) | pvt_code(settings_, type, 1, time)
+                                                    << hw::pvt_sensor_bits;
     }
-    if (!rq302 && selector - rq301_selectors[type] < pvt_sensors) {
-      return pvt_code(settings_, type, selector - rq301_selectors[type], time);
+    if (!chip.pvt_converts_all && index < pvt_sensors) {
+      return pvt_code(settings_, type, index, time);
     }
   }
   return std::nullopt;
@@ -88,9 +81,9 @@ void PvtSensors::update_data() {
   const uint64_t finished = (board_.clock().now() - selected_at_) / period;
   if (finished == 0) return;
   Memory& registers = board_.mmio_storage();
-  const auto selector = static_cast<uint32_t>(registers.read(base_ + selector_register, 4));
+  const auto selector = static_cast<uint32_t>(registers.read(base_ + hw::pvt::selector, 4));
   const auto codes = convert(selector, selected_at_ + finished * period);
-  if (codes) registers.write(base_ + data_register, 4, *codes);
+  if (codes) registers.write(base_ + hw::pvt::data, 4, *codes);
 }
 
 uint64_t PvtSensors::read(uint64_t offset, unsigned width) {
@@ -101,11 +94,11 @@ uint64_t PvtSensors::read(uint64_t offset, unsigned width) {
 void PvtSensors::write(uint64_t offset, unsigned width, uint64_t value) {
   Memory& registers = board_.mmio_storage();
   update_data();
-  const uint64_t data = registers.read(base_ + data_register, 4);
-  const uint64_t selector = registers.read(base_ + selector_register, 4);
+  const uint64_t data = registers.read(base_ + hw::pvt::data, 4);
+  const uint64_t selector = registers.read(base_ + hw::pvt::selector, 4);
   registers.write(base_ + offset, width, value);
-  registers.write(base_ + data_register, 4, data);  // not writable
-  if (registers.read(base_ + selector_register, 4) != selector) {
+  registers.write(base_ + hw::pvt::data, 4, data);  // not writable
+  if (registers.read(base_ + hw::pvt::selector, 4) != selector) {
     selected_at_ = board_.clock().now();
   }
 }

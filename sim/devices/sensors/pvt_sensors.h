@@ -8,10 +8,11 @@
 #include "board/board.h"
 #include "board/device.h"
 #include "devices/sensors/sensor_settings.h"
+#include "hw/blocks/pvt.h"
 
 namespace zvgsim {
 
-constexpr unsigned pvt_types = 5;  // temperature, voltage, three process codes
+using zvg::hw::pvt_types;
 
 // The 10-bit code of a sensor at a time in nanoseconds.
 // REQUIRES: type < pvt_types, index < pvt_sensors.
@@ -22,7 +23,7 @@ uint32_t pvt_code(const SensorSettings& sensors, unsigned type, unsigned index, 
 // sensor converts nothing. The block's other registers are plain storage.
 class PvtSensors : public Device {
  public:
-  static constexpr uint32_t size = 0x400;
+  static constexpr uint32_t size = zvg::hw::pvt::size;
 
   PvtSensors(Board& board, uint32_t base);
 

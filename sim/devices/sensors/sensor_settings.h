@@ -6,12 +6,13 @@
 #include <cstdint>
 
 #include "board/board_config.h"
+#include "hw/generations.h"
 
 namespace zvgsim {
 
 class FileTable;
 
-constexpr unsigned pvt_sensors = 2;
+using zvg::hw::pvt_sensors;
 
 struct SensorSettings {
   std::array<Signal, pvt_sensors> temperature = {{{45.0}, {47.5}}};  // degrees Celsius

@@ -1,14 +1,16 @@
 #include "devices/vga/io_ports.h"
 
 #include "devices/block_bases.h"
+#include "hw/blocks/vga_crtc.h"
 
 namespace zvgsim {
 
 namespace {
 
-constexpr uint64_t first_vga_port = 0xC0;
-constexpr uint64_t last_vga_port = 0xDF;
-constexpr uint64_t vga_page = 0x300;  // the upper bits that an 8-bit number leaves out
+constexpr uint64_t first_vga_port = hw::vga::first_port & 0xFF;
+constexpr uint64_t last_vga_port = hw::vga::last_port & 0xFF;
+constexpr uint64_t vga_page =
+    hw::vga::first_port & ~0xFFu;  // the upper bits that an 8-bit number leaves out
 constexpr uint64_t nobody = 0xFF;
 
 constexpr bool is_vga(uint64_t port) {

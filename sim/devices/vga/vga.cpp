@@ -4,21 +4,14 @@
 
 #include "devices/block_bases.h"
 #include "devices/vga/io_ports.h"
+#include "hw/blocks/vga_crtc.h"
 
 namespace zvgsim {
 
 namespace {
 
-enum Port : uint32_t {
-  mono_index = 0x3B4,
-  mono_data = 0x3B5,
-  misc_output_write = 0x3C2,
-  misc_output_read = 0x3CC,
-  colour_index = 0x3D4,
-  colour_data = 0x3D5,
-};
+using namespace hw::vga;
 
-constexpr uint8_t colour_addressing = 0x01;
 constexpr uint8_t nobody = 0xFF;
 
 constexpr bool is_fan(uint8_t index) {
@@ -35,7 +28,7 @@ Vga::Vga(Board& board)
     : ByteBlock(board, vga_base), fan_(board.part<Fan>()), bridge_(board), capture_(board) {}
 
 bool Vga::colour() const {
-  return (misc_output_ & colour_addressing) != 0;
+  return (misc_output_ & misc_colour_addressing) != 0;
 }
 
 uint8_t Vga::read_byte(uint32_t port) {

@@ -8,7 +8,7 @@ namespace zvgsim {
 
 namespace {
 
-constexpr uint8_t capture_on = 0x01;
+using zvg::hw::video_capture::capture_on;
 // A frame has gone by, interlaced at 25 Hz.
 constexpr uint64_t measuring_time = milliseconds(40);
 

@@ -7,6 +7,7 @@
 
 #include "board/board.h"
 #include "devices/video/video_settings.h"
+#include "hw/blocks/video_capture.h"
 
 namespace zvgsim {
 
@@ -26,10 +27,11 @@ class VideoCapture {
   void written(uint32_t offset, uint8_t value);
 
  private:
-  static constexpr uint32_t first = 0xC0;
-  static constexpr uint32_t stride = 0x10;
+  static constexpr uint32_t first =
+      zvg::hw::common::capture_ports.first - zvg::hw::common::vga.first;
+  static constexpr uint32_t stride = zvg::hw::common::capture_ports.stride;
   static constexpr uint32_t end = first + video_inputs * stride;
-  static constexpr uint32_t size_register = 0xC;
+  static constexpr uint32_t size_register = zvg::hw::video_capture::capture_source_size;
 
   Board& board_;
   const VideoSettings& settings_;
