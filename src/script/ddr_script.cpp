@@ -4,6 +4,7 @@
 #include <stdio.h>
 
 #include "script/script_file.h"
+#include "script/script_poll.h"
 #include "util_zvg.h"
 
 namespace zvg::script {

@@ -61,21 +61,6 @@ void report_bad_operation(const ScriptFile& file, const char* text);
 void report_failed_write(int number, unsigned long address, uint32_t value);
 void report_failed_read(int number, unsigned long address);
 
-// How a poll of a script line ended.
-enum class Poll { matched, timed_out, read_failed, gave_up };
-
-// Polls until done(value) holds, at most 9,999 reads a millisecond apart, and reports progress at
-// every hundredth.
-//
-// read: stores a value, returns 0 or an error. progress: the text of a progress line, with
-// conversions for line, times, address, value, expected value and mask. give_up: end at the first
-// progress line.
-template <typename Read, typename Done>
-Poll poll_register(int number, const ScriptLine& line, const char* progress, bool give_up,
-                   Read read, Done done);
-
 }  // namespace zvg::script
-
-#include "script/script_poll.h"
 
 #endif  // ZVG_SCRIPT_SCRIPT_FILE_H

@@ -1,4 +1,4 @@
-// The body of poll_register().
+// Polls of a script line.
 #ifndef ZVG_SCRIPT_SCRIPT_POLL_H
 #define ZVG_SCRIPT_SCRIPT_POLL_H
 
@@ -15,6 +15,15 @@ constexpr int poll_reads = 9999;
 constexpr int poll_progress_every = 100;
 constexpr useconds_t poll_step_us = 1000;
 
+// How a poll of a script line ended.
+enum class Poll { matched, timed_out, read_failed, gave_up };
+
+// Polls until done(value) holds, at most 9,999 reads a millisecond apart, and reports progress at
+// every hundredth.
+//
+// read: stores a value, returns 0 or an error. progress: the text of a progress line, with
+// conversions for line, times, address, value, expected value and mask. give_up: end at the first
+// progress line.
 template <typename Read, typename Done>
 Poll poll_register(int number, const ScriptLine& line, const char* progress, bool give_up,
                    Read read, Done done) {
