@@ -17,8 +17,8 @@ struct AxiSummary {
   const uint32_t* find(const std::string& label) const;
 };
 
-// One pass over all ports. *text gets the library's own text, with its Chinese labels. Throws a
-// Failure when the library could not write it down.
+// One pass over all ports. *text gets the library's own text, with its Chinese labels. Throws an
+// Error when the library could not write it down.
 std::vector<AxiSummary> read_axi_summaries(std::string* text);
 
 }  // namespace zvg

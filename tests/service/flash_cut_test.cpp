@@ -7,12 +7,12 @@
 #include <iterator>
 
 #include "devices/flash/flash_settings.h"
+#include "service/flash/board_info_chain.h"
 #include "service/flash/flash_service.h"
 #include "support/board_fixture.h"
 #include "support/scratch.h"
 #include "util_zvg.h"
-#include "zvgctl/board_info_chain.h"
-#include "zvgctl/errors.h"
+#include "service/board/error.h"
 
 namespace {
 
@@ -90,7 +90,7 @@ TEST_P(FlashCut, AWriteIsFinishedByTheSameWrite) {
 
 // Board data is read from the flash, changed and written: its other entries survive a cut.
 TEST_P(FlashCut, AnEdidIsStoredByTheSameCommand) {
-  using zvgctl::BoardInfoChain;
+  using zvg::BoardInfoChain;
   constexpr zvg::FlashRegion area = {BoardInfoChain::first_sector, BoardInfoChain::sectors_size};
   const Bytes first = bytes(128, 1), second = bytes(256, 2);
   const auto set = [&](unsigned output, const Bytes& edid) {

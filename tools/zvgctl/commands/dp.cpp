@@ -7,14 +7,14 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "service/display/dp_channel.h"
+#include "service/display/dp_link_status.h"
+#include "service/display/dpcd_fields.h"
+#include "service/edid/edid_image.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/dp_channel.h"
-#include "zvgctl/dp_link_status.h"
-#include "zvgctl/dpcd_fields.h"
-#include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/output_file.h"
@@ -22,6 +22,24 @@
 namespace zvgctl {
 
 namespace {
+
+const char* level_text(bool limit) {
+  return limit ? " (limit)" : "";
+}
+
+void print_link(uint32_t port, const LinkStatus& link) {
+  printf("DP %u: %u lane%s at %s, the link is %s\n", port, link.lanes, link.lanes == 1 ? "" : "s",
+         link_rate_text(link.rate_code).c_str(), link.up() ? "up" : "not up");
+  Table table({"lane", "clock recovery", "equalised", "symbol lock", "swing", "pre-emphasis"});
+  for (unsigned i = 0; i < link.lanes; ++i) {
+    const LinkLane& l = link.lane[i];
+    table.row({std::to_string(i), yes_no(l.clock), yes_no(l.equalised), yes_no(l.symbol_lock),
+               std::to_string(l.swing) + level_text(l.swing_limit),
+               std::to_string(l.preemphasis) + level_text(l.preemphasis_limit)});
+  }
+  if (link.lanes != 0) table.print();
+  printf("aligned: %s\n", yes_no(link.aligned));
+}
 
 enum ControllerRegister : uint32_t {
   link_rate = 0x000,
@@ -269,7 +287,7 @@ void judge_link(const Context& context, DpChannel& channel) {
     document.update(link.json());
     print_json(document);
   } else {
-    link.print(channel.port());
+    print_link(channel.port(), link);
   }
   if (!link.up()) fail("DP %u: the link is not up: %s", channel.port(), link.problems().c_str());
 }

@@ -9,17 +9,17 @@
 #include <optional>
 
 #include "formats/edid/base_block.h"
+#include "service/display/ddc.h"
+#include "service/display/dp_channel.h"
+#include "service/display/hdmi_registers.h"
+#include "service/edid/edid_image.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/i2c.h"
 #include "zvgctl/commands/mcu.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/ddc.h"
-#include "zvgctl/dp_channel.h"
-#include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/hdmi_registers.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/output_file.h"
 

@@ -11,13 +11,13 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "service/edid/edid_image.h"
+#include "service/flash/board_info_chain.h"
 #include "service/flash/flash_service.h"
 #include "service/number.h"
-#include "zvgctl/board_info_chain.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/edid_image.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/output_file.h"

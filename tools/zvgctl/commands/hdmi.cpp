@@ -8,13 +8,13 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/display/ddc.h"
+#include "service/display/hdmi_registers.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/ddc.h"
 #include "zvgctl/errors.h"
-#include "zvgctl/hdmi_registers.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/prompt.h"
 

@@ -7,11 +7,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/display/dp_channel.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
-#include "zvgctl/dp_channel.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
 

@@ -1,11 +1,11 @@
-#include "zvgctl/ddc.h"
+#include "service/display/ddc.h"
 
 #include <unistd.h>
 
-#include "zvgctl/errors.h"
-#include "zvgctl/hdmi_registers.h"
+#include "service/board/error.h"
+#include "service/display/hdmi_registers.h"
 
-namespace zvgctl {
+namespace zvg {
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr uint32_t segment_size = 256;
 }  // namespace
 
 void Ddc::put(uint64_t reg, uint64_t value) {
-  connection_.write_register(hdmi_base(hdmi_) + reg, 1, value);
+  board_.write_register(hdmi_base(hdmi_) + reg, 1, value);
 }
 
 void Ddc::begin(uint8_t slave, uint8_t offset) {
@@ -31,16 +31,18 @@ void Ddc::begin(uint8_t slave, uint8_t offset) {
 void Ddc::run(uint64_t operation, const char* deed, uint8_t slave, uint32_t offset) {
   put(ddc_operation, operation);
   for (int i = 0; i < status_reads; ++i) {
-    const uint64_t status = connection_.read_register(hdmi_base(hdmi_) + ddc_status, 1);
+    const uint64_t status = board_.read_register(hdmi_base(hdmi_) + ddc_status, 1);
     if ((status & ddc_done) != 0) return;
     if ((status & ddc_error) != 0) {
-      fail("HDMI %u: nothing acknowledged the %s of DDC address 0x%02x, offset 0x%x", hdmi_, deed,
-           slave, offset);
+      throw_error(ErrorKind::access,
+                  "HDMI %u: nothing acknowledged the %s of DDC address 0x%02x, offset 0x%x", hdmi_,
+                  deed, slave, offset);
     }
     usleep(status_step_us);
   }
-  fail("HDMI %u: the DDC master did not finish the %s of address 0x%02x, offset 0x%x", hdmi_, deed,
-       slave, offset);
+  throw_error(ErrorKind::access,
+              "HDMI %u: the DDC master did not finish the %s of address 0x%02x, offset 0x%x", hdmi_,
+              deed, slave, offset);
 }
 
 void Ddc::write(uint8_t slave, uint8_t offset, uint8_t value) {
@@ -54,7 +56,7 @@ uint8_t Ddc::read_behind_two_blocks(uint32_t offset) {
   put(ddc_segment, offset / segment_size);
   begin(edid_slave, static_cast<uint8_t>(offset));
   run(ddc_operation_segment_read, "read", edid_slave, offset);
-  return static_cast<uint8_t>(connection_.read_register(hdmi_base(hdmi_) + ddc_read_data, 1));
+  return static_cast<uint8_t>(board_.read_register(hdmi_base(hdmi_) + ddc_read_data, 1));
 }
 
-}  // namespace zvgctl
+}  // namespace zvg

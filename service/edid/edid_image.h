@@ -1,6 +1,6 @@
 // A whole EDID as bytes, and what its fixed fields and checks say. The report is the library's.
-#ifndef ZVGCTL_EDID_IMAGE_H
-#define ZVGCTL_EDID_IMAGE_H
+#ifndef ZVG_SERVICE_EDID_EDID_IMAGE_H
+#define ZVG_SERVICE_EDID_EDID_IMAGE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "formats/edid/block.h"
-#include "zvgctl/terminal/output.h"
+#include "service/json.h"
 
-namespace zvgctl {
+namespace zvg {
 
 inline constexpr size_t edid_block_size = zvg::formats::edid::block_size;
 inline constexpr size_t edid_most_blocks = zvg::formats::edid::most_blocks;
@@ -23,7 +23,7 @@ class EdidImage {
   // bytes: 1 to 256 blocks of 128.
   explicit EdidImage(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
 
-  // Throws a Failure for a file that cannot be read or whose size no EDID can have.
+  // Throws an Error for a file that cannot be read or whose size no EDID can have.
   static EdidImage from_file(const std::string& path);
 
   const std::vector<uint8_t>& bytes() const { return bytes_; }
@@ -44,6 +44,6 @@ class EdidImage {
   std::vector<uint8_t> bytes_;
 };
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_EDID_IMAGE_H
+#endif  // ZVG_SERVICE_EDID_EDID_IMAGE_H

@@ -1,12 +1,12 @@
-#include "zvgctl/dpcd_fields.h"
+#include "service/display/dpcd_fields.h"
 
 #include <bit>
 
+#include "service/board/error.h"
+#include "service/display/dp_link_status.h"
 #include "service/number.h"
-#include "zvgctl/dp_link_status.h"
-#include "zvgctl/errors.h"
 
-namespace zvgctl {
+namespace zvg {
 
 namespace {
 
@@ -114,4 +114,4 @@ std::span<const DpcdField> dpcd_fields() {
   return fields;
 }
 
-}  // namespace zvgctl
+}  // namespace zvg

@@ -1,15 +1,15 @@
 // What a DisplayPort sink says about the link to it.
-#ifndef ZVGCTL_DP_LINK_STATUS_H
-#define ZVGCTL_DP_LINK_STATUS_H
+#ifndef ZVG_SERVICE_DISPLAY_DP_LINK_STATUS_H
+#define ZVG_SERVICE_DISPLAY_DP_LINK_STATUS_H
 
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string>
 
-#include "zvgctl/terminal/output.h"
+#include "service/json.h"
 
-namespace zvgctl {
+namespace zvg {
 
 struct LinkLane {
   bool clock = false;
@@ -38,7 +38,6 @@ struct LinkStatus {
   // "lane 2 has no clock recovery, ..."; empty when the link is up.
   std::string problems() const;
   Json json() const;
-  void print(uint32_t port) const;
 };
 
 // settings and statuses: the registers from first_setting and first_status on.
@@ -47,6 +46,6 @@ LinkStatus link_status(std::span<const uint8_t> settings, std::span<const uint8_
 // "2.7 Gbit/s", or "unknown" for a code that is none.
 std::string link_rate_text(uint8_t code);
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_DP_LINK_STATUS_H
+#endif  // ZVG_SERVICE_DISPLAY_DP_LINK_STATUS_H

@@ -1,6 +1,6 @@
 // The AUX channel of a DisplayPort transmitter, and the failures on it in words.
-#ifndef ZVGCTL_DP_CHANNEL_H
-#define ZVGCTL_DP_CHANNEL_H
+#ifndef ZVG_SERVICE_DISPLAY_DP_CHANNEL_H
+#define ZVG_SERVICE_DISPLAY_DP_CHANNEL_H
 
 #include <util_zvg.h>
 
@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "zvgctl/connection.h"
+#include "service/board/board.h"
 
-namespace zvgctl {
+namespace zvg {
 
 inline constexpr uint64_t last_dp = 3;
 inline constexpr uint32_t last_dpcd = 0xFFFFF;
@@ -19,13 +19,13 @@ inline constexpr uint32_t last_dpcd = 0xFFFFF;
 inline constexpr unsigned dp_deadline = 60;
 
 // Drives the transmitter's registers as they are: unlike the library's calls by port it sets
-// nothing up, so that a picture that is shown stays. All functions throw a Failure.
+// nothing up, so that a picture that is shown stays. All functions throw an Error.
 class DpChannel {
  public:
   enum class Way { registers, driver };
 
   // The driver's way: the kernel driver makes the transfers.
-  DpChannel(Connection& connection, uint32_t port, Way way = Way::registers);
+  DpChannel(Board& board, uint32_t port, Way way = Way::registers);
 
   const zvg_dptx* device() const { return &device_; }
   uint32_t port() const { return port_; }
@@ -42,7 +42,7 @@ class DpChannel {
  private:
   void select_segment(uint8_t segment);
 
-  Connection& connection_;
+  Board& board_;
   uint32_t port_;
   Way way_;
   zvg_dptx device_;
@@ -51,6 +51,6 @@ class DpChannel {
 // The record that the library would have for a port.
 zvg_dptx dp_device(uint32_t port);
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_DP_CHANNEL_H
+#endif  // ZVG_SERVICE_DISPLAY_DP_CHANNEL_H

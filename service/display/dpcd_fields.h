@@ -1,12 +1,12 @@
 // The fields of a DisplayPort sink's registers, by the names of the DisplayPort standard.
-#ifndef ZVGCTL_DPCD_FIELDS_H
-#define ZVGCTL_DPCD_FIELDS_H
+#ifndef ZVG_SERVICE_DISPLAY_DPCD_FIELDS_H
+#define ZVG_SERVICE_DISPLAY_DPCD_FIELDS_H
 
 #include <cstdint>
 #include <span>
 #include <string>
 
-namespace zvgctl {
+namespace zvg {
 
 struct DpcdField {
   uint32_t address;
@@ -20,6 +20,6 @@ struct DpcdField {
 // Receiver capabilities, link configuration and link status, in the order of addresses.
 std::span<const DpcdField> dpcd_fields();
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_DPCD_FIELDS_H
+#endif  // ZVG_SERVICE_DISPLAY_DPCD_FIELDS_H

@@ -1,10 +1,10 @@
 // Registers of an HDMI transmitter that the tool itself reads or writes.
-#ifndef ZVGCTL_HDMI_REGISTERS_H
-#define ZVGCTL_HDMI_REGISTERS_H
+#ifndef ZVG_SERVICE_DISPLAY_HDMI_REGISTERS_H
+#define ZVG_SERVICE_DISPLAY_HDMI_REGISTERS_H
 
 #include <cstdint>
 
-namespace zvgctl {
+namespace zvg {
 
 inline constexpr uint32_t last_hdmi = 3;
 
@@ -41,6 +41,6 @@ inline constexpr uint64_t ddc_segment = 0x7E0A;
 inline constexpr uint8_t edid_slave = 0x50;
 inline constexpr uint8_t edid_segment_slave = 0x30;
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_HDMI_REGISTERS_H
+#endif  // ZVG_SERVICE_DISPLAY_HDMI_REGISTERS_H

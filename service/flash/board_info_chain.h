@@ -1,6 +1,6 @@
 // The chain of board information in a copy of its part of the flash.
-#ifndef ZVGCTL_BOARD_INFO_CHAIN_H
-#define ZVGCTL_BOARD_INFO_CHAIN_H
+#ifndef ZVG_SERVICE_FLASH_BOARD_INFO_CHAIN_H
+#define ZVG_SERVICE_FLASH_BOARD_INFO_CHAIN_H
 
 #include <cstdint>
 #include <span>
@@ -8,7 +8,7 @@
 
 #include "formats/board_info/entry.h"
 
-namespace zvgctl {
+namespace zvg {
 
 class BoardInfoChain {
  public:
@@ -30,7 +30,7 @@ class BoardInfoChain {
   std::vector<Entry> entries() const;
 
   // Stores an EDID for an output: in its entry, or in a new one at the chain's end. Every other
-  // entry stays. Throws a Failure when the chain is damaged or full.
+  // entry stays. Throws an Error when the chain is damaged or full.
   void set_edid(uint16_t output, std::span<const uint8_t> edid);
 
   const std::vector<uint8_t>& bytes() const { return bytes_; }
@@ -42,6 +42,6 @@ class BoardInfoChain {
   std::vector<uint8_t> bytes_;
 };
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_BOARD_INFO_CHAIN_H
+#endif  // ZVG_SERVICE_FLASH_BOARD_INFO_CHAIN_H

@@ -1,19 +1,19 @@
 // Bytes to and from a monitor over a transmitter's DDC master, where the library has no function
 // that serves.
-#ifndef ZVGCTL_DDC_H
-#define ZVGCTL_DDC_H
+#ifndef ZVG_SERVICE_DISPLAY_DDC_H
+#define ZVG_SERVICE_DISPLAY_DDC_H
 
 #include <cstdint>
 
-#include "zvgctl/connection.h"
+#include "service/board/board.h"
 
-namespace zvgctl {
+namespace zvg {
 
 class Ddc {
  public:
-  Ddc(Connection& connection, uint32_t hdmi) : connection_(connection), hdmi_(hdmi) {}
+  Ddc(Board& board, uint32_t hdmi) : board_(board), hdmi_(hdmi) {}
 
-  // slave: 7-bit address. Both throw a Failure when the monitor does not answer.
+  // slave: 7-bit address. Both throw an Error when the monitor does not answer.
   //
   // The library's own DDC write waits for the PHY's I2C master, which has nothing to do with it:
   // the wait lasts a minute and tells nothing about the write. This one waits for the DDC master.
@@ -27,10 +27,10 @@ class Ddc {
   void begin(uint8_t slave, uint8_t offset);
   void run(uint64_t operation, const char* deed, uint8_t slave, uint32_t offset);
 
-  Connection& connection_;
+  Board& board_;
   uint32_t hdmi_;
 };
 
-}  // namespace zvgctl
+}  // namespace zvg
 
-#endif  // ZVGCTL_DDC_H
+#endif  // ZVG_SERVICE_DISPLAY_DDC_H

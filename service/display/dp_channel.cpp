@@ -1,14 +1,14 @@
-#include "zvgctl/dp_channel.h"
+#include "service/display/dp_channel.h"
 
 #include <errno.h>
 
 #include <algorithm>
 
+#include "service/board/error.h"
+#include "service/edid/edid_image.h"
 #include "service/number.h"
-#include "zvgctl/edid_image.h"
-#include "zvgctl/errors.h"
 
-namespace zvgctl {
+namespace zvg {
 
 namespace {
 
@@ -55,11 +55,12 @@ zvg_dptx dp_device(uint32_t port) {
   return {nullptr, first_block + port * block_size, static_cast<int>(port), 2, 2};
 }
 
-DpChannel::DpChannel(Connection& connection, uint32_t port, Way way)
-    : connection_(connection), port_(port), way_(way), device_(dp_device(port)) {
+DpChannel::DpChannel(Board& board, uint32_t port, Way way)
+    : board_(board), port_(port), way_(way), device_(dp_device(port)) {
   if (way == Way::driver) {
-    if (connection.door() != Door::driver) {
-      usage_error("--via-driver: the driver makes transfers for its own boards only; use --driver");
+    if (board.door() != Door::driver) {
+      throw_error(ErrorKind::bad_argument,
+                  "--via-driver: the driver makes transfers for its own boards only; use --driver");
     }
     return;
   }
@@ -69,12 +70,14 @@ DpChannel::DpChannel(Connection& connection, uint32_t port, Way way)
 }
 
 bool DpChannel::plugged() const {
-  return connection_.read_register(device_.block_offset + hot_plug_register, 4) != 0;
+  return board_.read_register(device_.block_offset + hot_plug_register, 4) != 0;
 }
 
 void DpChannel::expect_sink() const {
   if (way_ == Way::driver || plugged()) return;
-  fail("DP %u: no sink is plugged in, or it is off (zvgctl dp status shows all ports)", port_);
+  throw_error(ErrorKind::access,
+              "DP %u: no sink is plugged in, or it is off (zvgctl dp status shows all ports)",
+              port_);
 }
 
 std::vector<uint8_t> DpChannel::read(uint32_t address, uint32_t count) {
@@ -86,13 +89,13 @@ std::vector<uint8_t> DpChannel::read(uint32_t address, uint32_t count) {
     if (way_ == Way::driver) {
       const int result = zvgDpAuxReadBuf(port_, at, to, chunk);
       if (result != 0) {
-        fail("DP %u: the driver cannot read DPCD %s: %s", port_, hex(at, 5).c_str(),
-             reason(result, errno).c_str());
+        throw_error(ErrorKind::access, "DP %u: the driver cannot read DPCD %s: %s", port_,
+                    hex(at, 5).c_str(), reason(result, errno).c_str());
       }
     } else if (const uint32_t status = zvg_dptx_aux_dpcd_read_blk(&device_, at, to, chunk);
                status != transfer_done) {
-      fail("DP %u: cannot read DPCD %s: %s", port_, hex(at, 5).c_str(),
-           status_text(status).c_str());
+      throw_error(ErrorKind::access, "DP %u: cannot read DPCD %s: %s", port_, hex(at, 5).c_str(),
+                  status_text(status).c_str());
     }
     done += chunk;
   }
@@ -103,15 +106,15 @@ void DpChannel::write(uint32_t address, uint8_t value) {
   if (way_ == Way::driver) {
     const int result = zvgDpAuxWrite(port_, address, value);
     if (result != 0) {
-      fail("DP %u: the driver cannot write DPCD %s: %s", port_, hex(address, 5).c_str(),
-           reason(result, errno).c_str());
+      throw_error(ErrorKind::access, "DP %u: the driver cannot write DPCD %s: %s", port_,
+                  hex(address, 5).c_str(), reason(result, errno).c_str());
     }
     return;
   }
   const uint32_t status = zvg_dptx_aux_dpcd_write_blk(&device_, address, &value, 1);
   if (status != transfer_done) {
-    fail("DP %u: cannot write DPCD %s: %s", port_, hex(address, 5).c_str(),
-         status_text(status).c_str());
+    throw_error(ErrorKind::access, "DP %u: cannot write DPCD %s: %s", port_,
+                hex(address, 5).c_str(), status_text(status).c_str());
   }
 }
 
@@ -128,7 +131,8 @@ std::vector<uint8_t> DpChannel::edid() {
     uint32_t count = 0;
     const int result = zvgDpAuxEdidGet(port_, bytes.data(), &count);
     if (result != 0 || count % edid_block_size != 0 || count == 0) {
-      fail("DP %u: the driver cannot fetch the EDID: %s", port_, reason(result, errno).c_str());
+      throw_error(ErrorKind::access, "DP %u: the driver cannot fetch the EDID: %s", port_,
+                  reason(result, errno).c_str());
     }
     bytes.resize(count);
     return bytes;
@@ -142,7 +146,8 @@ std::vector<uint8_t> DpChannel::edid() {
     const int result = zvg_dptx_i2c_read_req(&device_, edid_slave, static_cast<uint8_t>(at),
                                              bytes.data() + at, edid_block_size);
     if (result != 0) {
-      fail(
+      throw_error(
+          ErrorKind::access,
           "DP %u: block %zu of the EDID could not be read: the sink has none, or stopped answering",
           port_, block);
     }
@@ -151,4 +156,4 @@ std::vector<uint8_t> DpChannel::edid() {
   return bytes;
 }
 
-}  // namespace zvgctl
+}  // namespace zvg

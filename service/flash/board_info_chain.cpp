@@ -1,10 +1,10 @@
-#include "zvgctl/board_info_chain.h"
+#include "service/flash/board_info_chain.h"
 
 #include <algorithm>
 
-#include "zvgctl/errors.h"
+#include "service/board/error.h"
 
-namespace zvgctl {
+namespace zvg {
 
 using namespace zvg::formats::board_info;
 
@@ -30,7 +30,8 @@ void BoardInfoChain::set_edid(uint16_t output, std::span<const uint8_t> edid) {
   const std::vector<Entry> chain = entries();
   for (const Entry& entry : chain) {
     if (!entry.valid) {
-      fail(
+      throw_error(
+          ErrorKind::bad_data,
           "the board information at 0x%06x is damaged: its checksum is wrong, and what is behind "
           "it "
           "could be lost",
@@ -53,7 +54,7 @@ void BoardInfoChain::set_edid(uint16_t output, std::span<const uint8_t> edid) {
       address = std::max(address, entry.address + slots * slot_size);
     }
     if (address + slot_size > area_end) {
-      fail("the board information has no room for another entry");
+      throw_error(ErrorKind::bad_data, "the board information has no room for another entry");
     }
     Header last = chain.back().header;
     last.next = static_cast<uint16_t>(address - area_begin);
@@ -62,4 +63,4 @@ void BoardInfoChain::set_edid(uint16_t output, std::span<const uint8_t> edid) {
   put_edid(address, output, 0, edid);
 }
 
-}  // namespace zvgctl
+}  // namespace zvg

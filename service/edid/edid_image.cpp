@@ -1,4 +1,4 @@
-#include "zvgctl/edid_image.h"
+#include "service/edid/edid_image.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -10,9 +10,9 @@
 #include <nlohmann/json.hpp>
 
 #include "formats/edid/base_block.h"
-#include "zvgctl/errors.h"
+#include "service/board/error.h"
 
-namespace zvgctl {
+namespace zvg {
 
 namespace {
 
@@ -34,20 +34,22 @@ std::string letters(const std::array<uint8_t, 3>& codes) {
 
 EdidImage EdidImage::from_file(const std::string& path) {
   const std::unique_ptr<FILE, CloseFile> file(fopen(path.c_str(), "rb"));
-  if (!file) fail("cannot read %s: %s", path.c_str(), strerror(errno));
+  if (!file) throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
   struct stat status;
   if (fstat(fileno(file.get()), &status) != 0)
-    fail("cannot read %s: %s", path.c_str(), strerror(errno));
-  if (!S_ISREG(status.st_mode)) fail("cannot read %s: not a regular file", path.c_str());
+    throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
+  if (!S_ISREG(status.st_mode))
+    throw_error(ErrorKind::file, "cannot read %s: not a regular file", path.c_str());
   const auto size = static_cast<size_t>(status.st_size);
   if (size == 0 || size % edid_block_size != 0 || size > edid_most_blocks * edid_block_size) {
-    fail("%s is no EDID: it has %zu bytes, and an EDID has 1 to %zu blocks of %zu", path.c_str(),
-         size, edid_most_blocks, edid_block_size);
+    throw_error(ErrorKind::bad_data,
+                "%s is no EDID: it has %zu bytes, and an EDID has 1 to %zu blocks of %zu",
+                path.c_str(), size, edid_most_blocks, edid_block_size);
   }
   std::vector<uint8_t> bytes(size);
   if (fread(bytes.data(), 1, size, file.get()) != size) {
-    fail("cannot read all of %s: %s", path.c_str(),
-         ferror(file.get()) != 0 ? strerror(errno) : "it has become shorter");
+    throw_error(ErrorKind::file, "cannot read all of %s: %s", path.c_str(),
+                ferror(file.get()) != 0 ? strerror(errno) : "it has become shorter");
   }
   return EdidImage(std::move(bytes));
 }
@@ -105,4 +107,4 @@ Json EdidImage::json() const {
           {"raw", raw}};
 }
 
-}  // namespace zvgctl
+}  // namespace zvg

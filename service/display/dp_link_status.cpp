@@ -1,14 +1,14 @@
-#include "zvgctl/dp_link_status.h"
+#include "service/display/dp_link_status.h"
 
 #include <stdio.h>
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "service/board/error.h"
 #include "service/number.h"
-#include "zvgctl/errors.h"
 
-namespace zvgctl {
+namespace zvg {
 
 namespace {
 
@@ -20,10 +20,6 @@ constexpr size_t lane_statuses = 2;
 constexpr size_t alignment_status = 4;
 
 constexpr uint8_t lane_count_bits = 0x1F;
-
-const char* level_text(bool limit) {
-  return limit ? " (limit)" : "";
-}
 
 }  // namespace
 
@@ -94,18 +90,4 @@ Json LinkStatus::json() const {
   return {{"up", up()}, {"rate_code", hex(rate_code, 2)}, {"lanes", all}, {"aligned", aligned}};
 }
 
-void LinkStatus::print(uint32_t port) const {
-  printf("DP %u: %u lane%s at %s, the link is %s\n", port, lanes, lanes == 1 ? "" : "s",
-         link_rate_text(rate_code).c_str(), up() ? "up" : "not up");
-  Table table({"lane", "clock recovery", "equalised", "symbol lock", "swing", "pre-emphasis"});
-  for (unsigned i = 0; i < lanes; ++i) {
-    const LinkLane& l = lane[i];
-    table.row({std::to_string(i), yes_no(l.clock), yes_no(l.equalised), yes_no(l.symbol_lock),
-               std::to_string(l.swing) + level_text(l.swing_limit),
-               std::to_string(l.preemphasis) + level_text(l.preemphasis_limit)});
-  }
-  if (lanes != 0) table.print();
-  printf("aligned: %s\n", yes_no(aligned));
-}
-
-}  // namespace zvgctl
+}  // namespace zvg
