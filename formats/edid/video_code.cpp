@@ -12,10 +12,14 @@ struct CodeRange {
   Range range;
 };
 constexpr CodeRange code_ranges[] = {
-    {0, Range::reserved},       {64, Range::plain},     {127, Range::without_flag},
-    {128, Range::reserved},     {192, Range::native},  // bit 7 is the native flag of formats 1 to
-                                                       // 64
-    {253, Range::without_flag}, {255, Range::reserved},
+    {0, Range::reserved},
+    {64, Range::plain},
+    {127, Range::without_flag},
+    {128, Range::reserved},
+    {192, Range::native},  // bit 7 is the native flag of formats 1 to
+                           // 64
+    {253, Range::without_flag},
+    {255, Range::reserved},
 };
 
 Range range_of(uint8_t code) {

@@ -7,12 +7,12 @@
 #include <iterator>
 
 #include "devices/flash/flash_settings.h"
+#include "service/board/error.h"
 #include "service/flash/board_info_chain.h"
 #include "service/flash/flash_service.h"
 #include "support/board_fixture.h"
 #include "support/scratch.h"
 #include "util_zvg.h"
-#include "service/board/error.h"
 
 namespace {
 

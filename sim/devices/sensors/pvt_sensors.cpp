@@ -67,7 +67,7 @@ std::optional<uint32_t> PvtSensors::convert(uint32_t selector, uint64_t time) co
     const uint32_t index = selector - chip.pvt_selectors[type];
     if (chip.pvt_converts_all && index == 0) {
       return pvt_code(settings_, type, 0, time) | pvt_code(settings_, type, 1, time)
-                                                    << hw::pvt_sensor_bits;
+                                                      << hw::pvt_sensor_bits;
     }
     if (!chip.pvt_converts_all && index < pvt_sensors) {
       return pvt_code(settings_, type, index, time);

@@ -1,5 +1,5 @@
-// The records of the driver's requests, byte by byte, as a program writes them down that has its own
-// copy of the contract.
+// The records of the driver's requests, byte by byte, as a program writes them down that has its
+// own copy of the contract.
 #ifndef ZVG_TESTS_SIM_DOORS_DRIVER_RECORDS_H
 #define ZVG_TESTS_SIM_DOORS_DRIVER_RECORDS_H
 
