@@ -281,21 +281,21 @@ void FileTable::problem(const std::string& text) {
 
 void FileTable::report_unknown() {
   for (const auto& [found, node] : table_) {
-    if (std::find(known_.begin(), known_.end(), found.str()) != known_.end()) continue;
+    const std::string_view name = found.str();
+    if (std::find(known_.begin(), known_.end(), name) != known_.end()) continue;
     std::string text = "unknown key";
-    const auto best = std::min_element(known_.begin(), known_.end(), [&](auto a, auto b) {
-      return distance(found.str(), a) < distance(found.str(), b);
+    const auto best = std::min_element(known_.begin(), known_.end(), [name](auto a, auto b) {
+      return distance(name, a) < distance(name, b);
     });
-    if (best != known_.end() &&
-        distance(found.str(), *best) <= std::max<size_t>(1, best->size() / 2)) {
+    if (best != known_.end() && distance(name, *best) <= std::max<size_t>(1, best->size() / 2)) {
       text += "; did you mean '" + std::string(*best) + "'?";
     } else {
       text += "; known here:";
       for (const std::string_view one : known_) text.append(" ").append(one);
     }
     report_.problems.push_back(report_.path.string() + ":" +
-                               std::to_string(found.source().begin.line) + ": " + key(found.str()) +
-                               ": " + text);
+                               std::to_string(found.source().begin.line) + ": " + key(name) + ": " +
+                               text);
   }
 }
 

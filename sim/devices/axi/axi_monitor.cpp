@@ -214,8 +214,8 @@ class AxiMonitor : public Device {
     const uint64_t seed = settings_.seed;
     for (unsigned i = 0; i < ports_.size(); ++i) {
       const auto& [port, settings] = ports_[i];
-      const auto traffic = [&](AxiDirection direction) {
-        return axi_traffic(settings.load, direction, seed, i, last_period_, period_cycles());
+      const auto traffic = [&, &load = settings.load](AxiDirection direction) {
+        return axi_traffic(load, direction, seed, i, last_period_, period_cycles());
       };
       const Counts counts = {traffic(AxiDirection::write), traffic(AxiDirection::read)};
       const Words words =
