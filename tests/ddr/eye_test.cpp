@@ -17,7 +17,6 @@ using zvgtest::RegisterNode;
 using Row = std::array<uint32_t, 31>;
 
 constexpr uint32_t read_head = 0x210004;
-constexpr uint32_t write_head = 0x280004;
 
 Row filled(uint32_t value) {
   Row row;

@@ -38,8 +38,10 @@ class WithoutMemory : public testing::Test {
   template <typename Call, typename Check>
   void fail_each(const std::string& script, Call call, Check check) {
     for (const auto lasts : {ScarceMemory::Lasts::once, ScarceMemory::Lasts::for_ever}) {
-      bool failed = true;
-      for (unsigned failing = 1; failed; ++failing) {
+      bool failed = false;
+      unsigned failing = 0;
+      do {
+        ++failing;
         host_.write_script(script);
         decltype(call()) result = 0;
         output_ = capture([&] {
@@ -52,7 +54,7 @@ class WithoutMemory : public testing::Test {
         EXPECT_TRUE(failed || failing > 1) << "nothing was allocated";
         SCOPED_TRACE(testing::Message() << "allocation " << failing << " on " << script);
         check(result);
-      }
+      } while (failed);
     }
   }
 

@@ -191,9 +191,10 @@ TEST_F(RangeErase, NothingIsErasedForNothing) {
 TEST_F(RangeErase, AMisalignedRangeIsRefused) {
   for (const auto& [address, size] :
        {std::pair{0x800u, 0x1000u}, std::pair{0x1000u, 0x800u}, std::pair{0x800u, 0u}}) {
-    EXPECT_EQ(printed([&] { EXPECT_EQ(zvgSpiErase(address, size), -1); }),
-              "error: address or size not properly aligned\n"
-              "address must be 4kb aligned, size must be multiple of 4kb\n");
+    EXPECT_EQ(
+        printed([address = address, size = size] { EXPECT_EQ(zvgSpiErase(address, size), -1); }),
+        "error: address or size not properly aligned\n"
+        "address must be 4kb aligned, size must be multiple of 4kb\n");
   }
   EXPECT_THAT(take(), IsEmpty());
 }
@@ -272,7 +273,8 @@ TEST_F(SpiModify, QuadProgramGoesByPages) {
     set(zvg_gpu_hardware[ZVG_HW_CLOCK] + 0x30, 1);
     answers = {0x00, 0x02, 0x00, 0x00};
     otherwise = 0x01010101;
-    capture([&] { zvgSpiProgram(words.data(), 0x2000, static_cast<int>(4 * page + 4)); });
+    const int length = static_cast<int>(4 * page + 4);
+    capture([&] { zvgSpiProgram(words.data(), 0x2000, length); });
     const Log log = take();
     const Log expected = quad_program_set_up() +
                          quad_page(0x2000, std::vector<unsigned>(page, 0x01010101)) +
@@ -304,7 +306,8 @@ TEST_F(SpiModify, StandardProgramGoesByPages) {
   std::vector<uint8_t> bytes(65, 0x5A);
   for (const auto& [generation, page] : {std::pair{0x201u, 64u}, std::pair{0x202u, 16u}}) {
     open(generation);
-    capture([&] { zvgSpiProgramStandard(bytes.data(), 0x100, static_cast<int>(page + 1)); });
+    const int length = static_cast<int>(page + 1);
+    capture([&] { zvgSpiProgramStandard(bytes.data(), 0x100, length); });
     const Log log = take();
     std::vector<unsigned> first = {0x02, 0x00, 0x01, 0x00};
     first.insert(first.end(), page, 0x5A);
