@@ -19,6 +19,7 @@ constexpr float chroma_value(int code) {
 // The same, rounded to three decimals with halves going up. printf alone would round a half to
 // the even digit.
 constexpr float rounded_chroma_value(int code) {
+  // NOLINTNEXTLINE(bugprone-incorrect-roundings): programs read these digits
   return static_cast<float>(static_cast<int>(chroma_value(code) * 1000.0f + 0.5f)) / 1000.0f;
 }
 

@@ -26,7 +26,7 @@ constexpr size_t around_assignment = 7 + 1;
 class File {
  public:
   explicit File(const char* mode) : file_(fopen(script_path, mode)) {}
-  File(File&& other) : file_(std::exchange(other.file_, nullptr)) {}
+  File(File&& other) noexcept : file_(std::exchange(other.file_, nullptr)) {}
   ~File() { close(); }
 
   bool is_open() const { return file_ != nullptr; }

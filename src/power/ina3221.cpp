@@ -60,7 +60,7 @@ float amperes(float shunt_millivolts, float milliohms) {
 }  // namespace
 
 int zvgINA3221GetVolt2(uint32_t bus, float* v1, float* v2) {
-  float shunts[2];
+  float shunts[2] = {};
   if (const int result = measure(bus, invalid_voltage, shunts)) return result;
   store(v1, shunts[0]);
   store(v2, shunts[1]);
@@ -68,7 +68,7 @@ int zvgINA3221GetVolt2(uint32_t bus, float* v1, float* v2) {
 }
 
 int zvgINA3221GetCurrent2(uint32_t bus, int r1, uint32_t r2, float* i1, float* i2) {
-  float shunts[2];
+  float shunts[2] = {};
   const int result = measure(bus, "invalid raw data voltage is exist", shunts);
   if (result != 0) return result;
   store(i1, amperes(shunts[0], static_cast<float>(r1)));

@@ -1,6 +1,7 @@
 // The guide's examples work as they stand.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "tools/zvgctl_process.h"
@@ -16,7 +17,7 @@ std::string command_of(std::string line) {
   line = line.substr(line.find_first_not_of(' '));
   if (line.starts_with("$ ")) line.erase(0, 2);
   if (!line.starts_with("zvgctl ")) return {};
-  line = line.substr(0, line.find(" #"));
+  line.erase(std::min(line.find(" #"), line.size()));
   return line;
 }
 
