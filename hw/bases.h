@@ -19,14 +19,15 @@ struct Bases {
   uint32_t stride = 0;
   const Place* places = nullptr;
   unsigned first_number = 0;  // what the first instance is called
+  bool is_listed = false;     // in places
 
   // Past the count, at equal distances, this goes on, and round where 32 bits end.
   constexpr uint32_t base(uint32_t instance) const {
-    return places != nullptr ? places[instance].base : first + instance * stride;
+    return is_listed ? places[instance].base : first + instance * stride;
   }
   // Null for an instance that has but a number.
   constexpr const char* name(uint32_t instance) const {
-    return places != nullptr ? places[instance].name : nullptr;
+    return is_listed ? places[instance].name : nullptr;
   }
 };
 
@@ -40,7 +41,7 @@ constexpr Bases series(uint32_t count, uint32_t first, uint32_t stride, unsigned
 
 template <uint32_t count>
 constexpr Bases listed(const Place (&places)[count]) {
-  return {count, places[0].base, 0, places};
+  return {count, places[0].base, 0, places, 0, true};
 }
 
 }  // namespace zvg::hw
