@@ -17,8 +17,11 @@ namespace {
 using core::FailedAccess;
 using core::g_access_failures;
 
-// VGA miscellaneous output, read side: no read of it changes anything.
+// VGA miscellaneous output, read and write side. No read of it changes anything.
 constexpr uint64_t misc_output_read = 0x103CC;
+constexpr uint64_t misc_output_write = 0x103C2;
+constexpr uint64_t colour_addressing = 0x01;
+constexpr uint64_t colour_and_ram = 0x03;
 
 // Start, eight data and stop bits, on the line a character.
 constexpr long bits_per_character = 10;
@@ -369,6 +372,11 @@ void Board::write_vram(uint64_t offset, unsigned width, uint64_t value) {
   }
 }
 
+void Board::ensure_colour_addressing() {
+  if ((read_register(misc_output_read, 1) & colour_addressing) != 0) return;
+  write_register(misc_output_write, 1, colour_and_ram);
+}
+
 void Board::fail_access(const char* deed, const char* noun, const Aperture& aperture,
                         uint64_t offset, unsigned width, int error) const {
   g_settled = g_access_failures.count;
@@ -515,6 +523,10 @@ void Board::end_if_lost() const {
                    "the board's power",
                    line_name().c_str(), cause.c_str())
           : "an access to the board failed in the middle of the work: " + cause);
+}
+
+void Board::settle() {
+  g_settled = g_access_failures.count;
 }
 
 uint64_t Board::failures() {

@@ -64,6 +64,11 @@ class Board {
   uint64_t read_vram(uint64_t offset, unsigned width);
   void write_vram(uint64_t offset, unsigned width, uint64_t value);
 
+  // Puts the VGA registers into colour addressing unless they are. The library does so once a
+  // process and takes it for done, also when the access was lost: what reads CRTC registers and is
+  // tried again asks here first.
+  void ensure_colour_addressing();
+
   // Calls a function of the library, whatever it returns. Throws an Error (access) when an access
   // failed meanwhile, whether or not the library passed it on.
   //
@@ -71,13 +76,18 @@ class Board {
   template <typename Call>
   auto checked(const char* deed, Call&& call) {
     const uint64_t before = failures();
-    if constexpr (std::is_void_v<std::invoke_result_t<Call>>) {
-      std::forward<Call>(call)();
-      expect_none_since(before, deed);
-    } else {
-      auto result = std::forward<Call>(call)();
-      expect_none_since(before, deed);
-      return result;
+    try {
+      if constexpr (std::is_void_v<std::invoke_result_t<Call>>) {
+        std::forward<Call>(call)();
+        expect_none_since(before, deed);
+      } else {
+        auto result = std::forward<Call>(call)();
+        expect_none_since(before, deed);
+        return result;
+      }
+    } catch (const Error&) {
+      settle();  // whatever failed before it, the Error tells
+      throw;
     }
   }
 
@@ -109,6 +119,7 @@ class Board {
   };
 
   static uint64_t failures();
+  static void settle();
   void end_if_lost() const;
   void expect_none_since(uint64_t before, const char* deed) const;
   void open_driver(bool any_chip);

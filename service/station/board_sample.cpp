@@ -2,6 +2,8 @@
 
 #include <util_zvg.h>
 
+#include <type_traits>
+
 #include "service/board/error.h"
 #include "service/seam/library_messages.h"
 #include "service/text.h"
@@ -12,18 +14,51 @@ namespace {
 
 constexpr unsigned engines = 21;
 
-// Runs a part of the sample. What fails is left out.
+// A part of the sample, which only reads: it is tried once more when an access failed. What fails
+// again is left out.
 template <typename Part>
-void try_part(BoardSample& sample, Part part) {
-  try {
-    part();
-  } catch (const Error& failure) {
-    if (sample.trouble.empty()) sample.trouble = failure.what();
+auto attempt(Board& board, BoardSample& sample, const char* deed, Part part) {
+  constexpr int tries = 2;
+  std::optional<std::invoke_result_t<Part>> value;
+  for (int i = 0; i < tries && !value; ++i) {
+    try {
+      value = board.checked(deed, part);
+    } catch (const Error& failure) {
+      if (i + 1 < tries) continue;
+      if (sample.trouble.empty()) sample.trouble = failure.what();
+      if (failure.kind() == ErrorKind::access) sample.access_failed = true;
+    }
   }
+  return value;
+}
+
+std::array<int, clock_count> clocks() {
+  std::array<int, clock_count> mhz{};
+  for (unsigned i = 0; i < clock_count; ++i) mhz[i] = zvg_rq300_get_freq(clock_names[i].number);
+  return mhz;
+}
+
+// An engine's load in per cent; negative for one that is not there.
+int engine_load(unsigned engine) {
+  uint32_t load = engine;
+  zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load);
+  return static_cast<int32_t>(load);
+}
+
+VideoMemory video_memory() {
+  zvg_info info = {};
+  zvgInfoRead(&info);
+  return {info.used, info.free};
+}
+
+std::vector<Rail> rails_of(const PowerMonitor& monitor) {
+  const StdoutOnStderr remarks;
+  return measure(monitor);
 }
 
 // The fan controller's duty and period, as everybody sets them.
-double fan_percent() {
+double fan_percent(Board& board) {
+  board.ensure_colour_addressing();
   constexpr uint32_t registers[] = {0xD4, 0xD5, 0xD6, 0xD7};
   uint8_t bytes[4] = {};
   for (int i = 0; i < 4; ++i) {
@@ -48,31 +83,22 @@ std::string csv_name(std::string name) {
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors) {
   BoardSample sample;
   sample.time = timestamp();
-  try_part(sample, [&] {
-    read_clock_register(board, clock_control);  // the read-back takes failures for zeros
-    sample.mhz.emplace();
-    for (unsigned i = 0; i < clock_count; ++i) {
-      (*sample.mhz)[i] = zvg_rq300_get_freq(clock_names[i].number);
-    }
-  });
-  try_part(sample, [&] { sample.die = read_die(); });
-  try_part(sample, [&] { sample.fan_percent = fan_percent(); });
+  sample.mhz = attempt(board, sample, "read the clocks", clocks);
+  sample.die = attempt(board, sample, "read the sensors", read_die);
+  sample.fan_percent =
+      attempt(board, sample, "read the fan's registers", [&] { return fan_percent(board); });
   if (board.door() == Door::driver) {
     for (unsigned engine = 0; engine < engines; ++engine) {
-      uint32_t load = engine;
-      if (zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load) != 0) continue;
-      if (static_cast<int32_t>(load) >= 0) {
-        sample.loads.emplace_back(engine, static_cast<int>(load));
-      }
+      const auto load =
+          attempt(board, sample, "ask for an engine's load", [&] { return engine_load(engine); });
+      if (load && *load >= 0) sample.loads.emplace_back(engine, *load);
     }
-    zvg_info info = {};
-    if (zvgInfoRead(&info) == 0) sample.memory = {info.used, info.free};
+    sample.memory = attempt(board, sample, "ask for the video memory", video_memory);
   }
   for (const PowerMonitor& monitor : monitors) {
-    try_part(sample, [&] {
-      const StdoutOnStderr remarks;
-      for (Rail& rail : measure(monitor)) sample.rails.push_back(std::move(rail));
-    });
+    const auto rails =
+        attempt(board, sample, "measure the rails", [&] { return rails_of(monitor); });
+    if (rails) sample.rails.insert(sample.rails.end(), rails->begin(), rails->end());
   }
   return sample;
 }

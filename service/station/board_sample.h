@@ -31,6 +31,7 @@ struct BoardSample {
   std::optional<VideoMemory> memory;
   std::vector<Rail> rails;
   std::string trouble;
+  bool access_failed = false;  // something that is there did not answer
 };
 
 // monitors: the power-monitor chips; may be none.

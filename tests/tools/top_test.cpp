@@ -217,4 +217,39 @@ TEST(TopTest, RefusesWhatMakesNoSense) {
   EXPECT_THAT(unwritable.err, HasSubstr("cannot create /nonexistent/x"));
 }
 
+// The CSV without the times.
+std::string readings(const std::string& csv) {
+  std::string all;
+  std::istringstream lines(csv);
+  for (std::string line; std::getline(lines, line);) all += line.substr(line.find(',')) + "\n";
+  return all;
+}
+
+TEST(TopLog, AFailedRequestIsNoReading) {
+  const auto log = [](const std::string& faults) {
+    const Folder folder;
+    const std::string board = folder.put("board.toml", "generation = \"rq302\"\n" + faults);
+    const Result result = zvgtest::run(
+        zvgctl_words("--sim " + board + " top --count 2 --csv " + folder.path("top.csv")),
+        on_virtual_time());
+    return std::pair(result, readings(folder.get("top.csv")));
+  };
+  const auto [clean, right] = log("");
+  ASSERT_EQ(clean.exit, 0) << clean.err;
+  // One failure is asked again: clocks, sensors and the fan's registers.
+  for (int request = 1; request <= 45; ++request) {
+    const auto [result, read] = log("[[faults.driver]]\nrequest = " + std::to_string(request) +
+                                    "\nnumber = 0x01\nerrno = \"EIO\"\n");
+    EXPECT_EQ(result.exit, 0) << request << result.err;
+    EXPECT_EQ(read, right) << request;
+  }
+  // What does not come back is missing, and said.
+  const auto [result, read] =
+      log("[[faults.driver]]\nrequest = 5\nnumber = 0x01\nerrno = \"EIO\"\ncount = 1000\n");
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("a part of the samples is missing: cannot read the clocks: "
+                                    "driver request 0x01 at 0x28"));
+  EXPECT_NE(read, right);
+}
+
 }  // namespace

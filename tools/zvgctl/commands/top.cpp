@@ -263,16 +263,23 @@ void top_command(const Context& context, const TopArguments& arguments) {
   Connection connection(context);
   const std::vector<PowerMonitor> monitors = known_monitors(arguments);
   CsvFile log(arguments.csv);
+  std::string missing;  // the first reason why something that is there is not in a sample
+  const auto take_sample = [&] {
+    BoardSample sample = sample_board(connection, monitors);
+    if (sample.access_failed && missing.empty()) missing = sample.trouble;
+    log.write(sample);
+    return sample;
+  };
   if (!terminal) {
-    repeat(interval, count, [&](uint64_t) { log.write(sample_board(connection, monitors)); });
+    repeat(interval, count, [&](uint64_t) { take_sample(); });
+    if (!missing.empty()) fail("a part of the samples is missing: %s", missing.c_str());
     return;
   }
   const InterruptNotice interrupt;
   Screen screen("top");
   const QuietStderr quiet;
   for (uint64_t i = 0; count == 0 || i < count; ++i) {
-    const BoardSample sample = sample_board(connection, monitors);
-    log.write(sample);
+    const BoardSample sample = take_sample();
     draw(screen, connection, sample);
     if (quit_asked(screen, connection, sample, interval)) break;
   }
