@@ -44,9 +44,8 @@ constexpr auto rq302_ports = [] {
   add(next, reads, hw::rq302_axi_read_ports, {saturated, bursty, idle, idle, idle, idle});
   add(next, writes, hw::rq302_axi_mixed_ports,
       {bursty, saturated, bursty, bursty, idle, saturated, bursty, bursty, idle});
-  for (uint32_t i = 0; i < hw::rq302_chip.rq302_axi_slots.count; ++i) {
-    ports[i].slots = hw::rq302_chip.rq302_axi_slots.base(i);
-  }
+  const hw::Bases& slots = hw::rq302_chip.rq302_axi_slots;
+  for (uint32_t i = 0; i != slots.count; ++i) ports[i].slots = slots.base(i);
   return ports;
 }();
 
