@@ -41,11 +41,6 @@ class Refusing : public zvg::seam::Transport {
 
 class BoardTest : public zvgtest::BoardFixture {
  protected:
-  void SetUp() override {
-    BoardFixture::SetUp();
-    route_.generation = Generation::unknown;
-  }
-
   Route through(Door door) {
     Route route;
     route.door = door;
@@ -62,7 +57,6 @@ class BoardTest : public zvgtest::BoardFixture {
     return route;
   }
 
-  Route route_;
   Refusing refusing_;
 };
 
