@@ -80,7 +80,12 @@ bool Board::decodes(Space space, uint64_t offset, unsigned width) const {
   }
 }
 
+bool Board::is_off(Space space) const {
+  return config_.faults.reads_ones && (space == Space::mmio || space == Space::vram);
+}
+
 uint64_t Board::dispatch_read(Space space, uint64_t offset, unsigned width) {
+  if (is_off(space)) return width == 8 ? UINT64_MAX : (uint64_t{1} << (8 * width)) - 1;
   switch (space) {
     case Space::mmio: {
       const Range& range = map_[offset / attach_unit];
@@ -97,6 +102,7 @@ uint64_t Board::dispatch_read(Space space, uint64_t offset, unsigned width) {
 }
 
 void Board::dispatch_write(Space space, uint64_t offset, unsigned width, uint64_t value) {
+  if (is_off(space)) return;
   switch (space) {
     case Space::mmio: {
       const Range& range = map_[offset / attach_unit];

@@ -116,6 +116,7 @@ class Board {
   void set_ioports(std::unique_ptr<Device> device) { ioports_ = std::move(device); }
 
  private:
+  bool is_off(Space space) const;
   struct Range {
     uint32_t base;
     Device* device;

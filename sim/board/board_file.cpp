@@ -201,6 +201,7 @@ void read_uart_fault(FileTable& table, FaultConfig& faults) {
 
 void read_faults(FileTable& table, FaultConfig& faults, std::span<const Model> models) {
   table.number("seed", &faults.seed);
+  table.boolean("reads_ones", &faults.reads_ones);
   table.tables("driver", [&](FileTable& fault) { read_driver_fault(fault, faults); });
   table.tables("uart", [&](FileTable& fault) { read_uart_fault(fault, faults); });
   table.table("node", [&](FileTable& node) {

@@ -44,6 +44,7 @@ struct FaultConfig : Settings {
   std::vector<UartFault> uart;
   // The driver's node goes before this request, counted from 1; 0: it stays.
   uint64_t node_gone_at_request = 0;
+  bool reads_ones = false;  // registers and memory: the card is off the bus
 };
 
 }  // namespace zvgsim

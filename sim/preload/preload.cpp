@@ -92,3 +92,8 @@ __attribute__((destructor)) void power_off() {
 }  // namespace
 
 }  // namespace zvgsim
+
+// For programs that must not reach a real board instead: whether this one is in the process.
+extern "C" __attribute__((visibility("default"))) int zvgsim_is_loaded() {
+  return zvgsim::preloaded != nullptr ? 1 : 0;
+}
