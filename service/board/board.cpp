@@ -168,35 +168,6 @@ Error last_failure(std::string message) {
 
 }  // namespace
 
-// The library's register functions go on after a lost answer as if nothing had happened, and its
-// polls would go on for hours. What they return from then on is worth nothing, so that the next
-// frame ends the call: it is thrown through the library, which holds nothing at its frames that it
-// would have to give back.
-class Board::LineGuard : public seam::Forwarding {
- public:
-  LineGuard(const Board& board, seam::Transport& inner) : Forwarding(inner), board_(board) {}
-
-  ssize_t write(int fd, const void* bytes, size_t size) override {
-    end_if_lost();
-    return Forwarding::write(fd, bytes, size);
-  }
-  int usleep(useconds_t microseconds) override {
-    end_if_lost();
-    return Forwarding::usleep(microseconds);
-  }
-  unsigned sleep(unsigned seconds) override {
-    end_if_lost();
-    return Forwarding::sleep(seconds);
-  }
-
- private:
-  void end_if_lost() const {
-    if (!board_.checking_line_) board_.end_if_lost();
-  }
-
-  const Board& board_;
-};
-
 Board::Probe::Probe(Board& board) : board_(board), before_(Board::failures()) {
   ++board_.probes_;
 }
@@ -214,25 +185,49 @@ Board::Board(const Route& route, BoardOptions options)
     : route_(route),
       output_([log = std::move(options.log)](seam::Stream stream, std::string_view text) {
         if (log) log(stream, text);
-      }) {
+      }),
+      liveness_(route.door, options.dead_board, options.only_reads),
+      stop_(options.stop),
+      wait_(options.wait),
+      identity_(std::move(options.identity)) {
   g_settled = g_access_failures.count;
   if (options.transport != nullptr) use_transport_.emplace(*options.transport);
-  switch (route_.door) {
-    case Door::driver:
-      open_driver(options.any_chip);
-      break;
-    case Door::memory:
-      open_memory();
-      break;
-    case Door::serial:
-      open_serial();
-      break;
+  std::function<void()> before_frame;
+  if (route_.door == Door::serial) before_frame = [this] { this->before_frame(); };
+  guard_ = std::make_unique<AccessGuard>(seam::transport(), route_.door, options.stop, liveness_,
+                                         std::move(before_frame));
+  guard_->set_deadline(options.deadline);
+  use_guard_.emplace(*guard_);
+  try {
+    open(options.any_chip);
+  } catch (...) {
+    // The destructor does not run for an object that was never finished.
+    close();
+    throw;
   }
 }
 
 Board::~Board() {
+  close();
+}
+
+void Board::open(bool any_chip) {
+  switch (route_.door) {
+    case Door::driver:
+      return open_driver(any_chip);
+    case Door::memory:
+      return open_memory();
+    case Door::serial:
+      return open_serial();
+  }
+}
+
+// Without the guard: the line is given back in any case.
+void Board::close() {
   use_guard_.reset();
-  if (descriptor_ >= 0) zvgClose();
+  guard_.reset();
+  if (door() == Door::serial && descriptor_ >= 0) claim_line(false);
+  if (get_s_type() != UINT32_MAX) zvgClose();
 }
 
 void Board::open_driver(bool any_chip) {
@@ -277,15 +272,22 @@ void Board::open_memory() {
   if (result < 0) fail_open("cannot map the board from /dev/mem", -result, "there is no such node");
   descriptor_ = result;
   tell_generation();
+  guard_->watch_apertures();
+  // Loads cannot be seen here.
+  liveness_.ask();
 }
 
 void Board::open_serial() {
   // Whatever else this is must not get the library's frames.
   struct stat status;
   const char* const path = route_.device.c_str();
-  if (stat(path, &status) == 0 && !S_ISCHR(status.st_mode)) {
+  const bool found = stat(path, &status) == 0;
+  if (found && !S_ISCHR(status.st_mode)) {
     throw_error(ErrorKind::not_connected, "%s is not a serial line", path);
   }
+  line_failures_ = g_access_failures.count;
+  // Before the library sends its first byte. What is no file is the caller's own line.
+  if (found) lock_line();
   const int result = zvgSerialOpen(path, route_.baud);
   if (result == -EINVAL) {
     throw_error(ErrorKind::not_connected, "%s cannot be set up as a serial line", path);
@@ -295,17 +297,9 @@ void Board::open_serial() {
               "ls /dev/ttyS* /dev/ttyUSB* shows those that are here");
   }
   descriptor_ = result;
+  claim_line(true);
   tell_generation();
-  line_guard_ = std::make_unique<LineGuard>(*this, seam::transport());
-  use_guard_.emplace(*line_guard_);
-  try {
-    probe_line();
-  } catch (...) {
-    // The destructor does not run for an object that was never finished.
-    use_guard_.reset();
-    zvgClose();
-    throw;
-  }
+  probe_line();
 }
 
 void Board::tell_generation() const {
@@ -370,6 +364,23 @@ void Board::write_vram(uint64_t offset, unsigned width, uint64_t value) {
     fail_access("write", "video memory", route_.video_memory, offset, width,
                 result == -1 ? errno : -result);
   }
+}
+
+uint64_t Board::read_proven(uint64_t offset, unsigned width) {
+  uint64_t value = read_register(offset, width);
+  if (door() != Door::serial) return value;
+  constexpr int most_reads = 4;
+  for (int reads = 1; reads < most_reads; ++reads) {
+    const uint64_t before = std::exchange(value, read_register(offset, width));
+    if (value == before) return value;
+  }
+  Error error(ErrorKind::bad_data,
+              format("register 0x%" PRIx64 " reads differently each time over %s: it changes by "
+                     "itself, or the line changes bits",
+                     offset, line_name().c_str()));
+  error.door = Door::serial;
+  error.address = offset;
+  throw error;
 }
 
 void Board::ensure_colour_addressing() {
@@ -508,6 +519,32 @@ void Board::expect_silence(uint64_t address) {
     fail_line(address, format("noise on the line %s: more came back than the answer to a read of "
                               "bus address 0x%010" PRIx64 ", so the answer cannot be trusted",
                               line_name().c_str(), address));
+  }
+}
+
+// The library's register functions go on after a lost answer as if nothing had happened. What they
+// return from then on is worth nothing, so that the next frame ends the call.
+void Board::before_frame() {
+  if (!checking_line_) end_if_lost();
+  const auto& failure = g_access_failures;
+  if (failure.count != std::exchange(line_failures_, failure.count)) {
+    // The board still waits for the rest of a frame: it would take the next one for it.
+    if (failure.kind == FailedAccess::frame_lost) lost_ = true;
+    if (failure.kind == FailedAccess::no_reply) quiet_line();
+  }
+  if (lost_) {
+    throw last_failure("the serial link " + line_name() +
+                       " was lost in the middle of a frame: the board has to be opened again");
+  }
+}
+
+// An answer that was given up may still come, and must not be taken for the next one's.
+void Board::quiet_line() {
+  constexpr int silence_ms = 100, most_rounds = 20;
+  for (int round = 0; round < most_rounds; ++round) {
+    pollfd waited = {descriptor_, POLLIN, 0};
+    if (seam::transport().poll(&waited, 1, silence_ms) <= 0) return;
+    seam::transport().tcflush(descriptor_, TCIFLUSH);
   }
 }
 

@@ -2,6 +2,7 @@
 #ifndef ZVG_SERVICE_BOARD_BOARD_H
 #define ZVG_SERVICE_BOARD_BOARD_H
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,9 +11,14 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
+#include "service/board/access_guard.h"
 #include "service/board/error.h"
+#include "service/board/liveness.h"
+#include "service/board/lock.h"
 #include "service/board/route.h"
+#include "service/board/stop.h"
 #include "service/seam/output.h"
 #include "service/seam/transport.h"
 
@@ -33,6 +39,23 @@ struct BoardOptions {
   bool any_chip = false;
   // Gets what the library prints; dropped where there is none. Must not throw.
   seam::Sink log = nullptr;
+  // When the work has to be done, opening included; 0 for never. The library is ended by an Error
+  // (timeout) that names the access which it attempted. Mapped memory is reached without a call
+  // that could look at the time: there the caller's timer asks for a stop.
+  std::chrono::seconds deadline{0};
+  // Ends it from outside, by an Error (timeout or cancelled); null for none. Has to outlive the
+  // board. A signal that asks for it should interrupt system calls, that waits end early.
+  Stop* stop = nullptr;
+  // Whether a board that reads as ones everywhere ends what goes on, or is let through and told by
+  // dead().
+  DeadBoard dead_board = DeadBoard::refused;
+  // Whether what is written is but a means of reading; else the board is asked before.
+  bool only_reads = false;
+  // How long to wait for another process that uses the board.
+  std::chrono::seconds wait{0};
+  // Which board this is when no bus tells, as with a virtual one: a file, or anything else that
+  // only this board has; empty when the caller does not know better.
+  std::string identity = {};
 };
 
 // One a process, as the library has one connection.
@@ -64,10 +87,26 @@ class Board {
   uint64_t read_vram(uint64_t offset, unsigned width);
   void write_vram(uint64_t offset, unsigned width, uint64_t value);
 
+  // A register that something is decided on or that is kept: a bit that changes within an answer
+  // over the serial line cannot be seen, so that there two reads have to agree. Throws an Error
+  // (bad_data) when no two in a row do.
+  uint64_t read_proven(uint64_t offset, unsigned width);
+
   // Puts the VGA registers into colour addressing unless they are. The library does so once a
   // process and takes it for done, also when the access was lost: what reads CRTC registers and is
   // tried again asks here first.
   void ensure_colour_addressing();
+
+  // Throws an Error (dead_board) when everything reads as ones. Whatever is read or written asks by
+  // itself, except for mapped memory, which is asked when it is opened.
+  void expect_alive() { liveness_.ask(); }
+  // That error, where dead boards are shown.
+  std::optional<Error> dead() const { return liveness_.dead(); }
+
+  // Keeps every other process that asks for the same away from this board until it is closed, for
+  // what two must not do at a time: writing the flash, training a link. Over a serial line every
+  // board is locked from the beginning. Throws an Error (busy) that names the process which has it.
+  void lock_exclusively();
 
   // Calls a function of the library, whatever it returns. Throws an Error (access) when an access
   // failed meanwhile, whether or not the library passed it on.
@@ -103,8 +142,10 @@ class Board {
   // The serial line as messages name it: "DEVICE at BAUD baud".
   std::string line_name() const;
 
+  // Another deadline, from now on; 0 for none.
+  void set_deadline(std::chrono::seconds limit) { guard_->set_deadline(limit); }
+
  private:
-  class LineGuard;
   class Probe {
    public:
     explicit Probe(Board& board);
@@ -122,6 +163,12 @@ class Board {
   static void settle();
   void end_if_lost() const;
   void expect_none_since(uint64_t before, const char* deed) const;
+  void lock_line();
+  void claim_line(bool claimed) const;
+  void lock_by_pci(const Patience& patience);
+  Patience patience() const { return {wait_, stop_}; }
+  void open(bool any_chip);
+  void close();
   void open_driver(bool any_chip);
   void open_memory();
   void open_serial();
@@ -131,18 +178,27 @@ class Board {
   void write_bus(uint64_t address, unsigned width, uint64_t value);
   uint64_t read_bus_word(uint64_t address, unsigned width);
   void expect_silence(uint64_t address);
+  void before_frame();
+  void quiet_line();
   [[noreturn]] void fail_access(const char* deed, const char* noun, const Aperture& aperture,
                                 uint64_t offset, unsigned width, int error) const;
   [[noreturn]] void fail_line(uint64_t address, std::string message) const;
 
   Route route_;
   seam::Redirection output_;
-  std::unique_ptr<LineGuard> line_guard_;
   std::optional<seam::UseTransport> use_transport_;
+  Liveness liveness_;
+  std::unique_ptr<AccessGuard> guard_;
+  Stop* const stop_;
+  const std::chrono::seconds wait_;
+  const std::string identity_;
+  std::vector<Lock> locks_;
   std::optional<seam::UseTransport> use_guard_;
   int descriptor_ = -1;
   int probes_ = 0;
-  bool checking_line_ = false;
+  bool checking_line_ = true;   // until the line is open
+  bool lost_ = false;           // the line, in the middle of a frame
+  uint64_t line_failures_ = 0;  // that the line has been quieted after
 };
 
 // The last access of the process that failed outside of checked() and probing(): nobody has told

@@ -28,6 +28,9 @@ struct AccessFailures {
 
 extern AccessFailures g_access_failures;
 
+// Called behind the count, when somebody listens. It may throw: nothing is held at an access.
+extern void (*g_on_failed_access)();
+
 // Keeps errno as it is.
 [[gnu::cold]] void note_failed_access(FailedAccess kind, unsigned long request, uint64_t address);
 

@@ -84,6 +84,9 @@ std::string monitor_board(const std::string& monitor, const std::string& faults 
 
 constexpr char serial_door[] = " --serial /dev/ttyZVG0";
 
+// Before the first write, whether the board is there at all.
+const std::string board_is_asked = "r4 mmio 0x288400 0x0\n";
+
 // --sim itself.
 
 TEST(SimTest, RunsItselfOnTheDefaultBoard) {
@@ -331,9 +334,9 @@ TEST(MemoryDoorTest, BeyondTheMappedLength) {
 TEST(RegTest, WritesReachTheBoard) {
   Bench bench;
   bench.run("reg write 0x318000 0xA5 0x5a");
-  EXPECT_EQ(bench.trace(), "w4 mmio 0x318000 0xa5\nw4 mmio 0x318004 0x5a\n");
+  EXPECT_EQ(bench.trace(), board_is_asked + "w4 mmio 0x318000 0xa5\nw4 mmio 0x318004 0x5a\n");
   bench.run("reg write 0x318010 0x1234 -w 16");
-  EXPECT_EQ(bench.trace(), "w2 mmio 0x318010 0x1234\n");
+  EXPECT_EQ(bench.trace(), board_is_asked + "w2 mmio 0x318010 0x1234\n");
 }
 
 TEST(RegTest, MaskReadsAndWritesInItsWidth) {
@@ -398,9 +401,9 @@ TEST(VramTest, LoadAndFillWriteWords) {
   Bench bench;
   const std::string file = bench.folder().put("in", "\x01\x02\x03\x04\x05\x06\x07\x08\x09");
   EXPECT_EQ(bench.run("vram load " + file + " --offset 0x20 --length 8 --yes").exit, 0);
-  EXPECT_EQ(bench.trace(), "w4 vram 0x20 0x4030201\nw4 vram 0x24 0x8070605\n");
+  EXPECT_EQ(bench.trace(), board_is_asked + "w4 vram 0x20 0x4030201\nw4 vram 0x24 0x8070605\n");
   EXPECT_EQ(bench.run("vram fill 0xff00ff00 --offset 4 --length 8 --yes").exit, 0);
-  EXPECT_EQ(bench.trace(), "w4 vram 0x4 0xff00ff00\nw4 vram 0x8 0xff00ff00\n");
+  EXPECT_EQ(bench.trace(), board_is_asked + "w4 vram 0x4 0xff00ff00\nw4 vram 0x8 0xff00ff00\n");
 }
 
 TEST(VramTest, AnExistingDumpIsKept) {
@@ -445,7 +448,7 @@ TEST(VramTest, DumpsAndLoadsMoreThanAPiece) {
   const std::string file = bench.folder().put("in", content);
   EXPECT_EQ(bench.run("vram load " + file + " --offset 0x1000 --yes").exit, 0);
   const std::string trace = bench.trace();
-  EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 50'001);
+  EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 50'002) << "and one to ask the board";
   EXPECT_THAT(trace, HasSubstr("w4 vram 0x31d40 "));
   EXPECT_EQ(bench.run("vram dump " + bench.folder().path("out") + " --length 200004").exit, 0);
   EXPECT_EQ(bench.folder().get("out").size(), 200'004u);
@@ -510,7 +513,7 @@ TEST(QuestionTest, OnATerminalTheUserDecides) {
     const Result result = bench.run("vram fill 0 --length 4", {.terminal = terminal.path()});
     EXPECT_EQ(result.exit, 0) << answer;
     EXPECT_EQ(result.err, question);
-    EXPECT_EQ(bench.trace(), "w4 vram 0x0 0x0\n");
+    EXPECT_EQ(bench.trace(), board_is_asked + "w4 vram 0x0 0x0\n");
   }
 }
 
@@ -903,8 +906,9 @@ TEST(HdmiTest, DdcReadsTheMonitor) {
   Bench bench(monitor_board("office-24-dvi"));
   EXPECT_EQ(bench.run("hdmi ddc init 0").out, "HDMI 0: the DDC bus is set up for standard mode\n");
   EXPECT_EQ(bench.trace(),
-            "w1 mmio 0x117e0c 0x4\nw1 mmio 0x117e0b 0x1\nw1 mmio 0x117e0e 0xe\n"
-            "w1 mmio 0x117e0d 0x1\nr1 mmio 0x117e07 0x8\nw1 mmio 0x117e07 0x0\n");
+            board_is_asked +
+                "w1 mmio 0x117e0c 0x4\nw1 mmio 0x117e0b 0x1\nw1 mmio 0x117e0e 0xe\n"
+                "w1 mmio 0x117e0d 0x1\nr1 mmio 0x117e07 0x8\nw1 mmio 0x117e07 0x0\n");
   EXPECT_EQ(bench.run("hdmi ddc read 0 0x50 1").out, "0x01: 0xff\n");
   EXPECT_EQ(bench.run("hdmi ddc read 0 0x50 0 --count 8").out, "0x00: 00 ff ff ff ff ff ff 00\n");
   const json document = json::parse(bench.run("hdmi ddc read 0 80 6 -n 2 --json").out);
@@ -932,10 +936,11 @@ TEST(HdmiTest, DdcWriteWaitsForTheDdcMaster) {
   EXPECT_EQ(result.exit, 1);
   EXPECT_EQ(result.err,
             "zvgctl: HDMI 0: nothing acknowledged the write of DDC address 0x50, offset 0x3\n");
-  EXPECT_THAT(bench.trace(), testing::StartsWith("w1 mmio 0x110105 0x3\nw1 mmio 0x117e00 0x50\n"
-                                                 "w1 mmio 0x117e01 0x3\nw1 mmio 0x110185 0x3\n"
-                                                 "w1 mmio 0x117e02 0x4\nw1 mmio 0x117e04 0x10\n"
-                                                 "r1 mmio 0x110105 "));
+  EXPECT_THAT(bench.trace(),
+              testing::StartsWith(board_is_asked + "w1 mmio 0x110105 0x3\nw1 mmio 0x117e00 0x50\n"
+                                                   "w1 mmio 0x117e01 0x3\nw1 mmio 0x110185 0x3\n"
+                                                   "w1 mmio 0x117e02 0x4\nw1 mmio 0x117e04 0x10\n"
+                                                   "r1 mmio 0x110105 "));
   EXPECT_THAT(bench.trace(), testing::Not(HasSubstr("0x110108")));
   Bench hung(monitor_board("office-24-dvi", "[[faults.hdmi]]\nport = 0\nddc_busy = true\n"));
   const Result hang = hung.run("hdmi ddc write 0 0x50 3 4 --yes");

@@ -55,7 +55,7 @@ Connection::Connection(const Context& context, unsigned default_deadline, bool a
 }
 
 Connection::~Connection() {
-  set_deadline(0);
+  zvgctl::set_deadline(0);
   leave_at_9600_when_interrupted(-1);
 }
 
