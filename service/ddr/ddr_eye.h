@@ -62,9 +62,12 @@ class Eye {
 // What was heard from one channel.
 struct ChannelEyes {
   unsigned channel = 0;
-  bool complete = false;  // it fell silent, rather than being given up
+  // It fell silent behind both eyes, and the firmware reported no failure.
+  bool complete = false;
+  std::string shortfall;  // why not; empty when complete
   Eye read;
   Eye write;
+  std::vector<std::string> messages;  // what the firmware said, but for the eyes' rows
 };
 
 }  // namespace zvg

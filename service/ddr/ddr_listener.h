@@ -1,21 +1,21 @@
-// Listening to the training of one DDR channel, which may never fall silent.
+// Listening to the training of one DDR channel, which may never fall silent: then the board's
+// deadline or a stop ends it.
 #ifndef ZVG_SERVICE_DDR_DDR_LISTENER_H
 #define ZVG_SERVICE_DDR_DDR_LISTENER_H
 
-#include <chrono>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "service/ddr/ddr_eye.h"
 #include "service/ddr/ddr_message.h"
-#include "service/work.h"
 
 namespace zvg {
 
 enum class ListeningEnd {
   silent,       // the channel has said everything
-  interrupted,  // cancelled by the caller
-  too_long,     // it did not fall silent in its time
+  interrupted,  // the board was stopped by its user
+  too_long,     // it did not fall silent within the board's deadline
 };
 
 // Runs the library's listener, prints what it prints, and follows the eyes in it. The library's own
@@ -26,13 +26,14 @@ class DdrListener {
   DdrListener(const DdrListener&) = delete;
   DdrListener& operator=(const DdrListener&) = delete;
 
-  // Returns when the channel is silent, the time is over (0: never), or an interrupt came.
-  ListeningEnd listen(std::chrono::seconds limit, const Work& work = {});
+  // Returns when the channel is silent, or the board was stopped.
+  ListeningEnd listen();
 
   ChannelEyes eyes() const { return eyes_; }
 
  private:
   void notice(const std::string& line);
+  std::string shortfall(ListeningEnd end) const;
 
   const int type_;
   // Formats of messages, in the library's catalogue.
@@ -41,7 +42,10 @@ class DdrListener {
   const std::vector<std::string_view> write_scans_;
 
   ChannelEyes eyes_;
+  bool heard_ = false;   // the firmware's messages begin
+  bool silent_ = false;  // and are over
   bool reading_ = false;
+  bool failed_ = false;  // by the firmware's own words
 };
 
 }  // namespace zvg

@@ -62,6 +62,7 @@ Process::Process(const std::vector<std::string>& words, const Setting& setting)
       prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE);
       prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH);
     }
+    if (setting.user != 0 && (setgid(setting.user) != 0 || setuid(setting.user) != 0)) _exit(126);
     execv(argv[0], argv.data());
     _exit(127);
   }

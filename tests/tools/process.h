@@ -25,6 +25,7 @@ struct Setting {
   std::chrono::seconds patience{60};                                  // until it is killed
   bool powerless = false;     // even as root, may not read what its mode forbids
   std::string terminal = {};  // a terminal's path for standard input instead
+  uid_t user = 0;             // whom root runs it as
 };
 
 class Process {

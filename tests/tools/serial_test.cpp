@@ -320,8 +320,9 @@ TEST(BadSerialTest, TheDeadlineEndsALoopThatDoesNot) {
   const Result result = on(board, "hdmi phy end 0 --deadline 1");
   EXPECT_EQ(result.exit, 1);
   EXPECT_EQ(result.err,
-            "zvgctl: not done within the deadline of 1 s, gave up: the board does not answer as it "
-            "should, or needs a longer --deadline (0 for none)\n");
+            "zvgctl: not done within the deadline of 1 s, gave up reading bus address 0x0001113004 "
+            "over the serial line: the board does not answer as it should, or needs a longer "
+            "deadline\n");
   EXPECT_LT(result.seconds, 3);
   expect_left_at_9600(board);
 }

@@ -517,6 +517,25 @@ TEST(QuestionTest, OnATerminalTheUserDecides) {
   }
 }
 
+// The virtual board is another process, which is told what was answered.
+TEST(QuestionTest, IsAskedOnceWithAVirtualBoard) {
+  const Bench bench;
+  for (const std::string command :
+       {"vram fill 0 --length 4", "flash unprotect", "flash erase --region 0:0x1000",
+        "i2c write 1 0x4c 1 2", "clock set 3d --mhz 900"}) {
+    SCOPED_TRACE(command);
+    const Terminal terminal("y\n");
+    const Result result = zvgtest::zvgctl(command + " --sim " + bench.board(),
+                                          {.environment = {{"ZVGSIM_VIRTUAL_TIME", "1"}},
+                                           .patience = std::chrono::seconds(20),
+                                           .terminal = terminal.path()});
+    const size_t question = result.err.find("Go on? [y/N] ");
+    ASSERT_NE(question, std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("Go on?", question + 1), std::string::npos);
+    EXPECT_GE(result.exit, 0) << "nobody waits for a second answer";
+  }
+}
+
 // crtc, amba, kmem, pci, ioport
 
 TEST(CrtcTest, ReadWriteAndDump) {

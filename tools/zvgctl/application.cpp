@@ -13,6 +13,7 @@
 #include "service/board/board.h"
 #include "zvgctl/arguments.h"
 #include "zvgctl/commands/families.h"
+#include "zvgctl/connection.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
@@ -78,6 +79,18 @@ void build(CLI::App& application, Context& context) {
                   "60, 300 over a serial line; ddr eye 60 a channel, 600 over a serial line; most "
                   "others never)")
       ->type_name("SECONDS")
+      ->group("Behaviour");
+  application
+      .add_option("--wait", context.wait,
+                  "Wait that long for another process that uses the serial line, writes the flash "
+                  "or trains a link (default: not at all)")
+      ->type_name("SECONDS")
+      ->group("Behaviour");
+  application
+      .add_flag(
+          "--dead-ok", context.dead_ok,
+          "Go on, with a warning, when the board reads as ones everywhere: it is off the bus, "
+          "powered down, or not where it was looked for")
       ->group("Behaviour");
   application
       .add_option("--record", context.record,
@@ -186,6 +199,22 @@ std::string document_name(const std::string& command) {
   return name;
 }
 
+// Whether the command is there to see what the hardware gives, whatever it is.
+bool shows_what_it_reads(const CLI::App& application) {
+  constexpr const char* families[] = {"reg", "crtc", "amba", "vram", "script"};
+  const std::string family = application.get_subcommands().front()->get_name();
+  return std::find(std::begin(families), std::end(families), family) != std::end(families);
+}
+
+// By the last word of its name. A wrong guess costs the board one read more.
+bool changes_nothing(const std::string& command) {
+  constexpr const char* words[] = {"info",   "read", "dump",    "status", "list",    "get",
+                                   "scan",   "show", "summary", "sample", "watch",   "top",
+                                   "verify", "eye",  "edid",    "query",  "snapshot"};
+  const std::string word = command.substr(command.rfind(' ') + 1);
+  return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
+
 // Runs what the command line says. Throws whatever it ends by.
 void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words) {
   try {
@@ -199,9 +228,12 @@ void carry_out(CLI::App& application, Context& context, const std::vector<std::s
   }
   begin_output(context.json, document_name(named_command(application)));
   catch_interrupts();
+  context.shows_dead = shows_what_it_reads(application);
+  context.only_reads = changes_nothing(named_command(application));
   record(context);
   context.action();
   if (const auto failure = untold_failure()) throw *failure;
+  if (const auto dead = found_dead_board()) throw *dead;
 }
 
 }  // namespace
@@ -234,6 +266,7 @@ int run(const std::vector<std::string>& words) {
   };
   attempt([&] { carry_out(application, context, arguments.words); });
   attempt([&] { finish(context); });
+  end_as_interrupted();
   return static_cast<int>(exit);
 }
 

@@ -4,6 +4,7 @@
 #include <util_zvg.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "service/number.h"
 #include "zvgctl/errors.h"
@@ -16,6 +17,7 @@ namespace zvgctl {
 namespace {
 
 constexpr unsigned longest_deadline = 86400;
+constexpr unsigned longest_wait = 86400;
 
 // Serial lines take thousands of characters for what a bus does in a moment.
 constexpr unsigned serial_deadline = 300;
@@ -36,9 +38,25 @@ Route prepare(const Context& context, unsigned default_deadline) {
     run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
   }
   if (context.json) reserve_stdout_for_json();
-  if (deadline != 0) set_deadline(deadline);
+  if (deadline != 0) zvgctl::set_deadline(deadline);
   return route;
 }
+
+std::chrono::seconds deadline(const Context& context, unsigned default_deadline) {
+  const Door door = parse_connection(context.connection).door;
+  return std::chrono::seconds(deadline_seconds(context, default_deadline, door));
+}
+
+std::chrono::seconds wait(const Context& context) {
+  if (context.wait.empty()) return std::chrono::seconds(0);
+  return std::chrono::seconds(parse_number("--wait", context.wait, longest_wait));
+}
+
+zvg::DeadBoard policy(const Context& context) {
+  return context.shows_dead || context.dead_ok ? zvg::DeadBoard::shown : zvg::DeadBoard::refused;
+}
+
+std::optional<zvg::Error> shown_dead;
 
 // What the library prints is for the person at the terminal, in the order of the tool's own texts.
 void print(zvg::seam::Stream stream, std::string_view text) {
@@ -48,15 +66,39 @@ void print(zvg::seam::Stream stream, std::string_view text) {
 }  // namespace
 
 Connection::Connection(const Context& context, unsigned default_deadline, bool any_chip)
-    : Board(prepare(context, default_deadline),
-            {.transport = context.recorder.get(), .any_chip = any_chip, .log = print}) {
+    : Board(prepare(context, default_deadline), {.transport = context.recorder.get(),
+                                                 .any_chip = any_chip,
+                                                 .log = print,
+                                                 .deadline = deadline(context, default_deadline),
+                                                 .stop = &board_stop(),
+                                                 .dead_board = policy(context),
+                                                 .only_reads = context.only_reads,
+                                                 .wait = wait(context),
+                                                 .identity = virtual_board_identity()}),
+      dead_ok_(context.dead_ok) {
   // On the virtual board the line ends inside this process and goes with it.
   if (door() == Door::serial && !on_virtual_board()) leave_at_9600_when_interrupted(descriptor());
 }
 
 Connection::~Connection() {
+  if (const auto found = dead()) {
+    if (dead_ok_) {
+      warn("warning: %s", found->what());
+    } else {
+      shown_dead = found;
+    }
+  }
   zvgctl::set_deadline(0);
   leave_at_9600_when_interrupted(-1);
+}
+
+std::optional<zvg::Error> found_dead_board() {
+  return std::exchange(shown_dead, std::nullopt);
+}
+
+void Connection::set_deadline(std::chrono::seconds limit) {
+  Board::set_deadline(limit);
+  zvgctl::set_deadline(static_cast<unsigned>(limit.count()));
 }
 
 std::string Connection::generation_name() const {

@@ -19,6 +19,11 @@ struct Context {
   bool yes = false;
   std::string record;    // the file to record into; empty for none
   std::string deadline;  // seconds; empty for the command's own default
+  std::string wait;      // seconds; empty for none
+  bool dead_ok = false;  // a board that reads as ones is worth a warning only
+  // The command shows what it reads, and a board that is dead, too.
+  bool shows_dead = false;
+  bool only_reads = false;  // the command changes nothing
 
   // The command line without --sim, to run it again on the virtual board.
   std::vector<std::string> arguments_without_sim;

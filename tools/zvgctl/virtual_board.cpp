@@ -1,18 +1,25 @@
 #include "zvgctl/virtual_board.h"
 
+#include <dlfcn.h>
 #include <errno.h>
 #include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
+#include <toml++/toml.h>
 #include <unistd.h>
+
+#include <filesystem>
 
 #include "zvgctl/connection_options.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/prompt.h"
 
 namespace zvgctl {
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -42,7 +49,17 @@ bool is_file(const std::string& path) {
 }  // namespace
 
 bool on_virtual_board() {
-  return getenv(virtual_board_variable) != nullptr;
+  if (getenv(virtual_board_variable) == nullptr) return false;
+  // The loader leaves the virtual board out of programs with rights of their own, and anybody may
+  // set a variable: only the board itself shows that it is here.
+  using Question = int();
+  auto* const is_loaded = reinterpret_cast<Question*>(dlsym(RTLD_DEFAULT, "zvgsim_is_loaded"));
+  if (is_loaded != nullptr && is_loaded() != 0) return true;
+  fail(
+      "the virtual board is not in this process, though %s is set: the loader leaves it out of "
+      "programs with a set-user-ID or set-group-ID bit; without that variable zvgctl would reach a "
+      "real board",
+      virtual_board_variable);
 }
 
 std::string virtual_board_name() {
@@ -56,6 +73,19 @@ std::string virtual_board_file() {
   if (name.find('/') != std::string::npos || name.ends_with(".toml")) return name;
   return own_folder() + ready_boards + (name == default_board ? simulators_default : name) +
          ".toml";
+}
+
+std::string virtual_board_identity() {
+  if (!on_virtual_board()) return {};
+  try {
+    const fs::path file = virtual_board_file();
+    const toml::table board = toml::parse_file(file.string());
+    const auto image = board["flash"]["image"].value_or(std::string());
+    if (!image.empty()) return fs::weakly_canonical(file.parent_path() / image).string();
+  } catch (const std::exception&) {
+    // The virtual board has read its file; what cannot be read here has no image either.
+  }
+  return format("virtual board of process %d", getpid());
 }
 
 bool is_board(const std::string& word) {
@@ -75,6 +105,7 @@ void run_on_virtual_board(const std::string& board, const std::vector<std::strin
   if (virtual_time != nullptr && strcmp(virtual_time, "1") == 0) words.push_back("--virtual-time");
   words.push_back("--");
   words.push_back(own_path());
+  if (was_confirmed()) words.push_back("--yes");
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
   for (std::string& word : words) argv.push_back(word.data());

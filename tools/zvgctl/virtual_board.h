@@ -10,10 +10,14 @@ namespace zvgctl {
 // Set in the environment of a zvgctl that runs on a virtual board, to the board's name.
 inline constexpr char virtual_board_variable[] = "ZVGCTL_VIRTUAL_BOARD";
 
+// Whether this runs on one. Throws a Failure when it should and the board is not there.
 bool on_virtual_board();
 std::string virtual_board_name();
 // The board's file, when this runs on a virtual board.
 std::string virtual_board_file();
+
+// What only this board has: the file of its flash, or this process. Empty for a real one.
+std::string virtual_board_identity();
 
 // Whether the word names a board: a .toml file that is there, or one of the ready boards.
 bool is_board(const std::string& word);

@@ -63,6 +63,19 @@ std::chrono::seconds deadline(const Context& context) {
   return std::chrono::seconds(serial ? default_serial_deadline : default_deadline);
 }
 
+// What is wrong with what was heard; empty for nothing.
+std::string shortfall(const ChannelEyes& eyes, ListeningEnd end, std::chrono::seconds limit) {
+  if (end == ListeningEnd::interrupted) {
+    return format("listening to channel %u was interrupted", eyes.channel);
+  }
+  if (end == ListeningEnd::too_long) {
+    return format("channel %u did not fall silent within %lld s", eyes.channel,
+                  static_cast<long long>(limit.count()));
+  }
+  if (eyes.complete) return "";
+  return format("channel %u: %s", eyes.channel, eyes.shortfall.c_str());
+}
+
 void eye_command(const Context& context, const EyeArguments& arguments) {
   const auto mask =
       static_cast<unsigned>(parse_number("--channel", arguments.mask, every_ddr_channel));
@@ -71,31 +84,26 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
   const auto limit = deadline(context);
   require_generation(parse_connection(context.connection), "where the DDR channels are");
   Connection connection(context);
-  // The listener keeps its own time at every request, frame and sleep. A mapped mailbox that never
-  // empties makes none of them.
-  constexpr unsigned patience = 2;
-  const auto whole = static_cast<unsigned>(limit.count()) * max_ddr_channels + patience;
-  set_deadline(limit.count() == 0 || connection.door() != Door::memory ? 0 : whole);
   const unsigned selected = selected_ddr_channels(mask);
   // Before the listening, which may take a while.
   std::unique_ptr<OutputFile> file;
   if (kind != FileKind::none)
     file = std::make_unique<OutputFile>(arguments.output, arguments.force);
 
-  const InterruptNotice ctrl_c;  // what was heard so far is drawn all the same
+  const InterruptNotice ctrl_c(InterruptNotice::Board::stopped);  // what was heard is drawn
   std::vector<ChannelEyes> channels;
-  std::string cut_short;
-  for (unsigned channel = 0; channel < max_ddr_channels && cut_short.empty(); ++channel) {
+  std::string problems;
+  bool more = true;
+  for (unsigned channel = 0; channel < max_ddr_channels && more; ++channel) {
     if ((selected >> channel & 1) == 0) continue;
     DdrListener listener(channel, type);
-    const ListeningEnd end = listener.listen(limit, {.cancelled = InterruptNotice::came});
+    connection.set_deadline(limit);
+    const ListeningEnd end = listener.listen();
+    connection.set_deadline(std::chrono::seconds(0));
     channels.push_back(listener.eyes());
-    if (end == ListeningEnd::interrupted) {
-      cut_short = format("listening to channel %u was interrupted", channel);
-    } else if (end == ListeningEnd::too_long) {
-      cut_short = format("channel %u did not fall silent within %lld s", channel,
-                         static_cast<long long>(limit.count()));
-    }
+    more = end == ListeningEnd::silent;
+    const std::string problem = shortfall(channels.back(), end, limit);
+    if (!problem.empty()) problems += (problems.empty() ? "" : "; ") + problem;
   }
 
   if (file) {
@@ -112,7 +120,7 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
       printf("\n%s: %zu channel%s\n", arguments.output.c_str(), channels.size(),
              channels.size() == 1 ? "" : "s");
   }
-  if (!cut_short.empty()) fail("%s; what it had sent is shown", cut_short.c_str());
+  if (!problems.empty()) fail("%s; what it had sent is shown", problems.c_str());
 }
 
 struct MessageArguments {
@@ -186,7 +194,9 @@ void add_ddr_eye(CLI::App& family, Context& context) {
       "Each channel is listened to until it has been silent for a tenth of a second, at most 60\n"
       "seconds (600 over a serial line, or --deadline). What came by then, or by Ctrl-C, is "
       "drawn;\n"
-      "the exit status then is 1.\n"
+      "the exit status then is 1, and so it is when the firmware reported a failure or left an "
+      "eye\n"
+      "out.\n"
       "Width and height are those of the opening around the middle delay step.\n"
       "Example:\n"
       "  zvgctl ddr eye --channel 0x1 -o eye.svg");

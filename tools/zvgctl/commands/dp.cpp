@@ -301,6 +301,7 @@ void expect_answer(DpChannel& channel) {
 void train_command(const Context& context, const Arguments& arguments) {
   const uint32_t port = parse_port(arguments.port);
   Connection connection(context, dp_deadline);
+  connection.lock_exclusively();
   DpChannel channel(connection, port);
   expect_answer(channel);
   zvgDpInit(static_cast<int>(port));
@@ -313,6 +314,7 @@ void train_command(const Context& context, const Arguments& arguments) {
 void mode_set_command(const Context& context, const Arguments& arguments) {
   const uint32_t port = parse_port(arguments.port);
   Connection connection(context, dp_deadline);
+  connection.lock_exclusively();
   DpChannel channel(connection, port);
   expect_answer(channel);
   zvgDpInit(static_cast<int>(port));

@@ -147,7 +147,8 @@ void status_command(const Context& context) {
 
 void protect_command(const Context& context, bool on) {
   if (!on) confirm("take the write protection off the flash", context.yes);
-  const Connection connection(context, status_deadline);
+  Connection connection(context, status_deadline);
+  connection.lock_exclusively();
   protect_flash(on);
 }
 
@@ -190,7 +191,8 @@ void erase_command(const Context& context, const FlashArguments& arguments) {
   confirm(format("erase 0x%06x to 0x%06x of the flash, which may leave the board without firmware",
                  region.address, region.address + region.size - 1),
           context.yes);
-  const Connection connection(context);
+  Connection connection(context);
+  connection.lock_exclusively();
   const TerminalWork terminal;
   erase_flash(region, terminal.work());
 }
@@ -199,7 +201,8 @@ void write_command(const Context& context, const FlashArguments& arguments) {
   const std::vector<uint8_t> bytes = file_content(arguments.file);
   const uint32_t offset = parse_offset(arguments, bytes.size());
   confirm(format("write %zu bytes to the flash from 0x%06x on", bytes.size(), offset), context.yes);
-  const Connection connection(context);
+  Connection connection(context);
+  connection.lock_exclusively();
   const TerminalWork terminal;
   report(context,
          write_flash(offset, bytes, files_of(arguments, offset, bytes.size()), terminal.work()));
@@ -263,7 +266,8 @@ void edid_set_command(const Context& context, const FlashArguments& arguments) {
          image.faults().c_str());
   }
   confirm(format("store an EDID for output %u in the flash", output), context.yes);
-  const Connection connection(context);
+  Connection connection(context);
+  connection.lock_exclusively();
   const FlashRegion area = {BoardInfoChain::first_sector, BoardInfoChain::sectors_size};
   const FlashWriteFiles files = files_of(arguments, area.address, area.size);
   const TerminalWork terminal;

@@ -291,7 +291,7 @@ void draw(Canvas& canvas, const std::vector<ChannelEyes>& channels, double heigh
   for (const ChannelEyes& eyes : channels) {
     const Range range(eyes);
     const std::string name = format("Channel %u ", eyes.channel);
-    const char* const cut = eyes.complete ? "" : " (cut short)";
+    const char* const cut = eyes.complete ? "" : " (incomplete)";
     double x = page_margin + left_labels;
     Panel(canvas, eyes.read, x, y + head_height, range.lowest, range.highest)
         .draw((name + "read" + cut).c_str());

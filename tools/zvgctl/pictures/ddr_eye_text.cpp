@@ -101,8 +101,8 @@ std::string heat_maps(const ChannelEyes& eyes, bool colour) {
     lowest = std::min(lowest, eye->lowest());
     highest = std::max(highest, eye->highest());
   }
-  std::string text =
-      format("channel %u%s\n", eyes.channel, eyes.complete ? "" : " (not listened to the end)");
+  const std::string shortfall = eyes.complete ? "" : " (" + eyes.shortfall + ")";
+  std::string text = format("channel %u%s\n", eyes.channel, shortfall.c_str());
   for (const Eye* eye : both) {
     text += format("  %-5s  %s\n", eye == &eyes.read ? "read" : "write", describe(*eye).c_str());
   }
@@ -165,6 +165,8 @@ Json eyes_json(const std::vector<ChannelEyes>& channels) {
   for (const ChannelEyes& eyes : channels) {
     list.push_back({{"channel", eyes.channel},
                     {"complete", eyes.complete},
+                    {"shortfall", eyes.complete ? Json() : Json(eyes.shortfall)},
+                    {"messages", eyes.messages},
                     {"read", eye_json(eyes.read)},
                     {"write", eye_json(eyes.write)}});
   }

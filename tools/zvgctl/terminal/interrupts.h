@@ -3,11 +3,33 @@
 #ifndef ZVGCTL_INTERRUPTS_H
 #define ZVGCTL_INTERRUPTS_H
 
+#include "service/board/stop.h"
+
 namespace zvgctl {
 
 // Catches the signals that people, terminals and pipes end programs with: tidies up as told below,
-// then ends as the signal would.
+// then ends as the signal would. While a board is open, the first Ctrl-C, SIGTERM or SIGHUP only
+// stops what goes on with it; the command ends by the Error that comes of it. The second one ends
+// the process.
 void catch_interrupts();
+
+// What ends the work with the board that is open.
+zvg::Stop& board_stop();
+
+// While it lives, signals stop the board instead of ending the process.
+class StoppableBoard {
+ public:
+  StoppableBoard();
+  ~StoppableBoard();
+  StoppableBoard(const StoppableBoard&) = delete;
+  StoppableBoard& operator=(const StoppableBoard&) = delete;
+};
+
+// When a signal stopped the board: ends the process as that signal would have.
+void end_as_interrupted();
+
+// Ends the process with status 1 and a message, tidied up, when an exception has nowhere to go.
+void catch_terminate();
 
 // The half-written file to remove; null for none. The text is copied.
 void remove_when_interrupted(const char* path);
@@ -24,7 +46,9 @@ void restore_terminal_when_interrupted(const char* text);
 // then have work to finish; waits like usleep() end early. The second one ends the process.
 class InterruptNotice {
  public:
-  InterruptNotice();
+  // Whether what goes on with the board ends, too.
+  enum class Board { goes_on, stopped };
+  explicit InterruptNotice(Board board = Board::goes_on);
   ~InterruptNotice();
   InterruptNotice(const InterruptNotice&) = delete;
   InterruptNotice& operator=(const InterruptNotice&) = delete;
@@ -33,7 +57,8 @@ class InterruptNotice {
   static bool came();
 };
 
-// Ends the process with a clear error and status 1 after that many seconds; 0 for never.
+// Stops the board after that many seconds; 0 for never. A process that does not end by that is
+// ended a while later, with a clear error and status 1.
 void set_deadline(unsigned seconds);
 
 }  // namespace zvgctl

@@ -8,6 +8,16 @@
 
 namespace zvgctl {
 
+namespace {
+
+bool confirmed = false;
+
+}  // namespace
+
+bool was_confirmed() {
+  return confirmed;
+}
+
 void confirm(const std::string& what, bool yes) {
   if (yes) return;
   if (isatty(STDIN_FILENO) != 1) {
@@ -22,6 +32,7 @@ void confirm(const std::string& what, bool yes) {
   if (!answered || (strcasecmp(answer, "y") != 0 && strcasecmp(answer, "yes") != 0)) {
     fail("stopped: nothing was changed");
   }
+  confirmed = true;
 }
 
 }  // namespace zvgctl

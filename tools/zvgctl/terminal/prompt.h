@@ -11,6 +11,9 @@ namespace zvgctl {
 // 1), or when there is nobody to ask because standard input is no terminal (exit 2).
 void confirm(const std::string& what, bool yes);
 
+// Whether somebody has agreed to what this command does.
+bool was_confirmed();
+
 }  // namespace zvgctl
 
 #endif  // ZVGCTL_PROMPT_H
