@@ -70,6 +70,22 @@ TEST_F(DeadBoardTool, IsToldByEveryFamilyThroughEveryDoor) {
   EXPECT_EQ(folder_.files(), 2u) << "nothing is kept of a board that is not there";
 }
 
+// The driver reads these by itself, and answers as it likes.
+TEST_F(DeadBoardTool, IsToldPastTheDriver) {
+  for (const char* command : {"sensor read", "i2c scan 0", "i2c write 0 0x50 0 1 --yes",
+                              "mcu edid 0:0", "fan set 50", "info"}) {
+    for (const std::string door : {doors[1], doors[2]}) {
+      SCOPED_TRACE(command + door);
+      const Result result = run(command + door);
+      EXPECT_EQ(result.exit, std::string(command) == "fan set 50" && door == doors[1] ? 2 : 1);
+      if (result.exit == 1) {
+        EXPECT_THAT(result.err, HasSubstr(std::string("zvgctl: ") + sentence));
+        EXPECT_EQ(result.out, "");
+      }
+    }
+  }
+}
+
 TEST_F(DeadBoardTool, RawAccessesShowWhatTheyRead) {
   const struct {
     const char* command;

@@ -677,7 +677,9 @@ INSTANTIATE_TEST_SUITE_P(
       return std::string(info.index == 0 ? "Driver" : info.index == 1 ? "Memory" : "Serial");
     });
 
+// Over a serial line the whole EDID twice: answers carry no checksum there.
 TEST_P(EdidDoorTest, FetchesEachByteOnce) {
+  const size_t times = std::string(GetParam()) == serial_door ? 2 : 1;
   for (const char* monitor : {"office-24-dvi", "studio-27-hdmi", "wall-55-4k"}) {
     Bench bench(monitor_board(monitor));
     EXPECT_EQ(bench.run(std::string("edid read --hdmi 0") + GetParam()).exit, 0);
@@ -687,7 +689,7 @@ TEST_P(EdidDoorTest, FetchesEachByteOnce) {
       // The transmitter's DDC operation: a byte within two blocks, or one behind them.
       if (line.ends_with(" 0x117e04 0x1") || line.ends_with(" 0x117e04 0x2")) ++reads;
     }
-    EXPECT_EQ(reads, monitor_bytes(monitor).size()) << monitor;
+    EXPECT_EQ(reads, times * monitor_bytes(monitor).size()) << monitor;
   }
 }
 

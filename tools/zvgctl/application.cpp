@@ -93,12 +93,19 @@ void build(CLI::App& application, Context& context) {
           "powered down, or not where it was looked for")
       ->group("Behaviour");
   application
+      .add_option("--log", context.log,
+                  "Write every access with its time, door and result into a new file, to attach to "
+                  "a report (driver and serial line)")
+      ->type_name("FILE")
+      ->group("Behaviour");
+  application
       .add_option("--record", context.record,
                   "Write the register accesses of the command into a script, which 'script run' "
                   "replays (driver and serial line)")
       ->type_name("FILE")
       ->group("Behaviour");
   add_info(application, context);
+  add_doctor(application, context);
   add_reg(application, context);
   add_vram(application, context);
   add_crtc(application, context);
@@ -134,18 +141,21 @@ void build(CLI::App& application, Context& context) {
   add_reminders(application);
 }
 
-// Begins the recording that --record asks for. On the way to a virtual board there is nothing to
-// record yet.
+// Begins what --log and --record ask for. On the way to a virtual board there is nothing to see
+// yet.
 void record(Context& context) {
-  if (context.record.empty()) return;
+  if (context.record.empty() && context.log.empty()) return;
   if (parse_connection(context.connection).door == Door::memory) {
-    usage_error(
-        "--record: loads and stores of mapped memory cannot be seen; use --driver or "
-        "--serial");
+    usage_error("%s: loads and stores of mapped memory cannot be seen; use --driver or --serial",
+                context.record.empty() ? "--log" : "--record");
   }
   if (!context.connection.sim.empty() && !on_virtual_board()) return;
+  if (!context.log.empty()) context.access_log = std::make_unique<zvg::AccessLog>(context.log);
+  if (context.record.empty()) return;
   context.recording = std::make_unique<OutputFile>(context.record, /*overwrite=*/false);
-  context.recorder = std::make_unique<zvg::Recorder>(*context.recording);
+  context.recorder = context.access_log
+                         ? std::make_unique<zvg::Recorder>(*context.recording, *context.access_log)
+                         : std::make_unique<zvg::Recorder>(*context.recording);
 }
 
 // What else helps whoever has no board.
@@ -172,6 +182,7 @@ void add_cause(std::string& message) {
 void finish(Context& context) {
   // Also of a command that failed: it may tell why.
   if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
+  if (context.access_log) std::exchange(context.access_log, nullptr)->finish();
   finish_output();
 }
 

@@ -66,7 +66,7 @@ void print(zvg::seam::Stream stream, std::string_view text) {
 }  // namespace
 
 Connection::Connection(const Context& context, unsigned default_deadline, bool any_chip)
-    : Board(prepare(context, default_deadline), {.transport = context.recorder.get(),
+    : Board(prepare(context, default_deadline), {.transport = context.transport(),
                                                  .any_chip = any_chip,
                                                  .log = print,
                                                  .deadline = deadline(context, default_deadline),

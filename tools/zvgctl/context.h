@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "service/registers/access_log.h"
 #include "service/registers/recorder.h"
 #include "zvgctl/connection_options.h"
 #include "zvgctl/terminal/output_file.h"
@@ -18,6 +19,7 @@ struct Context {
   bool json = false;
   bool yes = false;
   std::string record;    // the file to record into; empty for none
+  std::string log;       // the file to log accesses in; empty for none
   std::string deadline;  // seconds; empty for the command's own default
   std::string wait;      // seconds; empty for none
   bool dead_ok = false;  // a board that reads as ones is worth a warning only
@@ -28,9 +30,17 @@ struct Context {
   // The command line without --sim, to run it again on the virtual board.
   std::vector<std::string> arguments_without_sim;
 
+  // What --log asks for; null for none.
+  std::unique_ptr<zvg::AccessLog> access_log;
   // What --record asks for; null for none.
   std::unique_ptr<OutputFile> recording;
   std::unique_ptr<zvg::Recorder> recorder;
+
+  // Who carries the board's calls; null for the C library.
+  zvg::seam::Transport* transport() const {
+    if (recorder) return recorder.get();
+    return access_log.get();
+  }
 
   // Set by the command that was named. Runs after the whole command line was understood; throws a
   // Failure when it cannot do its work.

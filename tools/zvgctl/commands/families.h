@@ -11,6 +11,7 @@ class App;
 namespace zvgctl {
 
 void add_info(CLI::App& application, Context& context);
+void add_doctor(CLI::App& application, Context& context);
 void add_reg(CLI::App& application, Context& context);
 void add_vram(CLI::App& application, Context& context);
 void add_crtc(CLI::App& application, Context& context);

@@ -42,6 +42,7 @@ struct MaskArguments {
   std::string mask;
   std::string value;
   std::string width = "8";
+  bool verify = false;
 };
 
 void mask_command(const Context& context, const MaskArguments& arguments) {
@@ -59,10 +60,11 @@ void mask_command(const Context& context, const MaskArguments& arguments) {
       fail("cannot change register %s: %s", hex(span.first, registers.digits).c_str(),
            reason(result, errno).c_str());
     }
-    return;
+  } else {
+    const uint64_t old = connection.read_register(span.first, span.width);
+    connection.write_register(span.first, span.width, (old & ~mask) | (value & mask));
   }
-  const uint64_t old = connection.read_register(span.first, span.width);
-  connection.write_register(span.first, span.width, (old & ~mask) | (value & mask));
+  if (arguments.verify) verify_written(registers, connection, span, {value}, mask);
 }
 
 struct WatchArguments {
@@ -151,6 +153,7 @@ void add_mask(CLI::App& family, Context& context) {
       ->add_option("-w,--width", arguments->width,
                    "Bits of the register: 8 (default), 16, 32 or 64")
       ->type_name("BITS");
+  add_verify_option(*command, arguments->verify);
   command->footer(
       "Examples:\n"
       "  zvgctl reg mask 0x113000 0x38 0x30            bits 5:3 of a byte register become 110\n"

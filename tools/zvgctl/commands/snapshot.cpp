@@ -51,7 +51,7 @@ void snapshot_command(const Context& context, const SnapshotArguments& arguments
   for (const AddressRange& range : ranges) {
     std::string text;
     for (uint64_t address = range.first; address + width - 1 <= range.last; address += width) {
-      text += check_line(address, connection.read_register(address, width), width);
+      text += check_line(address, connection.read_proven(address, width), width);
       ++count;
     }
     file.write(text.data(), text.size());

@@ -25,6 +25,7 @@ struct SpaceArguments {
   std::string width = default_width;
   std::string count;
   std::vector<std::string> values;
+  bool verify = false;
 };
 
 void read_command(const Space& space, const Context& context, const SpaceArguments& arguments) {
@@ -51,9 +52,31 @@ void write_command(const Space& space, const Context& context, const SpaceArgume
   for (uint64_t i = 0; i < span.count; ++i) {
     space.write(connection, span.first + i * span.width, span.width, values[i]);
   }
+  if (arguments.verify) verify_written(space, connection, span, values, largest(span.width));
 }
 
 }  // namespace
+
+void verify_written(const Space& space, Connection& connection, const Span& span,
+                    const std::vector<uint64_t>& values, uint64_t mask) {
+  const int digits = static_cast<int>(2 * span.width);
+  for (uint64_t i = 0; i < values.size(); ++i) {
+    const uint64_t address = span.first + i * span.width;
+    const uint64_t found = space.read(connection, address, span.width);
+    if ((found & mask) == (values[i] & mask)) continue;
+    fail(
+        "%s %s reads back as %s, and %s was written: the write was lost, or the %s does not keep "
+        "all that is written",
+        space.noun, hex(address, space.digits).c_str(), hex(found & mask, digits).c_str(),
+        hex(values[i] & mask, digits).c_str(), space.noun);
+  }
+}
+
+void add_verify_option(CLI::App& command, bool& verify) {
+  command.add_flag("--verify", verify,
+                   "Read back what was written and compare it. Without it nothing proves that a "
+                   "write arrived; with it, a register that does not keep its bits fails");
+}
 
 void check_span(const Space& space, const Span& span) {
   const uint64_t size = span.count * span.width;
@@ -160,6 +183,7 @@ CLI::App* add_write_command(CLI::App& family, Context& context, const Space& spa
       ->required()
       ->type_name("NUMBER...");
   if (space.fixed_width == 0) add_width_option(*command, arguments->width);
+  add_verify_option(*command, arguments->verify);
   command->footer(examples);
   command->callback([&space, &context, arguments, question] {
     context.action = [&space, &context, arguments, question] {

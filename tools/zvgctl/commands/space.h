@@ -45,6 +45,11 @@ Span parse_span(const Space& space, const std::string& addresses, const std::str
 
 std::vector<uint64_t> read_span(const Space& space, Connection& connection, const Span& span);
 
+// Reads what was written and throws a Failure when its bits of the mask are not what they were
+// meant to be.
+void verify_written(const Space& space, Connection& connection, const Span& span,
+                    const std::vector<uint64_t>& values, uint64_t mask);
+
 // One value as "ADDRESS: 0xVALUE", more of them as a hex dump; with JSON as a document.
 void print_span(const Space& space, const Context& context, const Span& span,
                 const std::vector<uint64_t>& values);
@@ -60,6 +65,9 @@ CLI::App* add_write_command(CLI::App& family, Context& context, const Space& spa
 // A family's own command, which needs exactly one of its subcommands.
 CLI::App& add_family(CLI::App& application, const char* name, const char* description,
                      const char* examples);
+
+// The option --verify.
+void add_verify_option(CLI::App& command, bool& verify);
 
 // The option --width, 32 unless given.
 void add_width_option(CLI::App& command, std::string& width);
