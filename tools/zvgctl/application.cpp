@@ -121,6 +121,17 @@ void build(CLI::App& application, Context& context) {
   add_reminders(application);
 }
 
+// Appends what comes behind the words so far.
+void collect_names(CLI::App& command, const std::string& words, std::vector<std::string>& names) {
+  // Groups of options are commands without a name.
+  const std::vector<CLI::App*> inner =
+      command.get_subcommands([](const CLI::App* next) { return !next->get_name().empty(); });
+  if (inner.empty()) names.push_back(words);
+  for (CLI::App* const next : inner) {
+    collect_names(*next, words.empty() ? next->get_name() : words + " " + next->get_name(), names);
+  }
+}
+
 // Begins the recording that --record asks for. On the way to a virtual board there is nothing to
 // record yet.
 void record(Context& context) {
@@ -205,6 +216,15 @@ void carry_out(CLI::App& application, Context& context, const std::vector<std::s
 }
 
 }  // namespace
+
+std::vector<std::string> command_names() {
+  CLI::App application;
+  Context context;
+  build(application, context);
+  std::vector<std::string> names;
+  collect_names(application, "", names);
+  return names;
+}
 
 int run(const std::vector<std::string>& words) {
   CLI::App application{"Reach a graphics board's registers, memory and monitors.", "zvgctl"};
