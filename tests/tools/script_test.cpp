@@ -101,6 +101,130 @@ TEST_F(ScriptTool, SummaryAsJson) {
   EXPECT_THAT(result.err, HasSubstr(" text\n"));
 }
 
+// A line's result: its verdict, and the register's value if it was read.
+std::string told(const json& line) {
+  return line["verdict"].get<std::string>() +
+         (line["read"].is_null() ? "" : " " + line["read"].get<std::string>());
+}
+
+TEST_F(ScriptTool, EveryLineHasItsResult) {
+  const Result result = script(
+      "# a comment\n\n300008 12 W 0 32\n300004 A5 C FF 8\n300004 5A C FF 8\n300000 1 R 1 32\n"
+      "30000C 3 S F 16\nusleep 5\necho done\nhello\n300004 1 Q 0 8\n1000000 1 C 0 32\n300008 1 W 0 "
+      "32\n",
+      "--json");
+  EXPECT_EQ(result.exit, 1);
+  const json document = json::parse(result.out);
+  EXPECT_EQ(document["schema"], "zvg/script-run/1");
+  const json& lines = document["lines"];
+  ASSERT_EQ(lines.size(), 13u);
+  const char* const expected[] = {"skipped",   "skipped",          "pass",        "pass 0xa5",
+                                  "fail 0xa5", "pass 0x00000001",  "pass 0x0000", "pass",
+                                  "pass",      "malformed 0x0003", "malformed",   "error",
+                                  "not_run"};
+  for (size_t i = 0; i < 13; ++i) {
+    EXPECT_EQ(lines[i]["line"], i + 1);
+    EXPECT_EQ(told(lines[i]), expected[i]) << i + 1;
+  }
+  EXPECT_EQ(lines[4], json({{"line", 5},
+                            {"operation", "check"},
+                            {"block", nullptr},
+                            {"address", "0x300004"},
+                            {"width", 8},
+                            {"written", nullptr},
+                            {"read", "0xa5"},
+                            {"expected", "0x5a"},
+                            {"mask", "0xff"},
+                            {"verdict", "fail"}}));
+  EXPECT_EQ(lines[2]["written"], "0x00000012");
+  EXPECT_EQ(lines[7]["operation"], "wait");
+  EXPECT_EQ(document["stopped_at_line"], 12);
+  EXPECT_EQ(document["failures"], 2);
+}
+
+TEST_F(ScriptTool, LinesOfADdrScriptHaveTheirResults) {
+  const json document = json::parse(
+      script("280010 AB W 0 32\n280010 AB R FF 32\n280010 AC R FF 32\n280010 1 W 0 32\n",
+             "--ddr 1 --json")
+          .out);
+  EXPECT_EQ(told(document["lines"][0]), "pass");
+  EXPECT_EQ(told(document["lines"][1]), "pass 0x000000ab");
+  EXPECT_EQ(told(document["lines"][2]), "timed_out 0x000000ab");
+  EXPECT_EQ(told(document["lines"][3]), "not_run");
+}
+
+TEST_F(ScriptTool, LinesOfACheckFileHaveTheirResults) {
+  const std::string file = folder_.put("check.txt",
+                                       "#block\n300004 RM0 FF 8 A5\n300004 RM0 FF 8 A6\n"
+                                       "300008 WM0 0 32 1\n300008 RD0 FF 16 1\n300000 RX0 0 8 0\n");
+  const json document = json::parse(run("check --json " + file).out);
+  const json& lines = document["lines"];
+  ASSERT_EQ(lines.size(), 6u);
+  const char* const expected[] = {"skipped", "pass 0xa5", "fail 0xa5",
+                                  "pass",    "error",     "malformed"};
+  for (size_t i = 0; i < 6; ++i) EXPECT_EQ(told(lines[i]), expected[i]) << i + 1;
+  EXPECT_EQ(lines[2]["block"], "RM0");
+  EXPECT_EQ(lines[2]["expected"], "0xa6");
+  EXPECT_EQ(lines[2]["mask"], "0xff");
+}
+
+TEST_F(ScriptTool, AccessThatFailsIsItsLinesError) {
+  const std::string file = folder_.put("check.txt", "300004 RM0 FF 8 A5\n300004 RM0 FF 8 A5\n");
+  folder_.put("failing.toml",
+              std::string(board) + "[[faults.driver]]\nrequest = 3\nerrno = \"EIO\"\n");
+  const Result result = zvgctl("check --json " + file + " --sim " + folder_.path("failing.toml"),
+                               zvgtest::on_virtual_time());
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("Input/output error"));
+  const json document = json::parse(result.out);
+  EXPECT_EQ(told(document["lines"][0]), "pass 0xa5");
+  EXPECT_EQ(told(document["lines"][1]), "error");
+}
+
+// From a pipe and on a virtual board, which runs the tool once more.
+Result piped(const std::string& command, const std::string& input) {
+  return zvgtest::zvgctl_sim(command, {.input = input});
+}
+
+TEST_F(ScriptTool, FilesComeFromPipes) {
+  for (const std::string from : {"-", "/dev/stdin"}) {
+    Result result = piped("script run --json " + from, "300004 0 C FF 8\n300008 5 W FF 32\n");
+    EXPECT_EQ(result.exit, 0) << result.err;
+    EXPECT_EQ(json::parse(result.out)["writes"], 1) << from;
+    result = piped("script run --json --ddr 1 " + from, "280010 5 W FF 32\n");
+    EXPECT_EQ(json::parse(result.out)["writes"], 1) << from;
+    result = piped("check --json " + from, "300004 RM0 FF 8 1\n");
+    EXPECT_EQ(result.exit, 1);
+    EXPECT_EQ(json::parse(result.out)["checks_failed"], 1) << from;
+    result = piped("script run --dry-run " + from, "300004 0 C FF 8\n");
+    EXPECT_EQ(result.out, "    1  check that 0x300004 is 0x0 in bits 0xff (8 bits)\n");
+  }
+  const Result substituted = zvgtest::run(
+      {"/bin/bash", "-c",
+       ZVGCTL_PROGRAM " --sim script run <(echo 300008 5 W FF 32; echo 300008 5 C FF 32)"},
+      zvgtest::on_virtual_time());
+  EXPECT_EQ(substituted.exit, 0) << substituted.err;
+  EXPECT_EQ(substituted.out, "1 write, 1 check\n");
+}
+
+TEST_F(ScriptTool, NothingToDoIsAFailure) {
+  for (const std::string command : {"script run", "script run --ddr 1", "check", "read"}) {
+    for (const std::string input : {"", "# only a comment\n\n"}) {
+      const Result result = piped(command + " -", input);
+      EXPECT_EQ(result.exit, 1) << command;
+      EXPECT_THAT(result.err, HasSubstr("nothing to do: standard input")) << command;
+    }
+  }
+  EXPECT_EQ(piped("script run --allow-empty -", "").exit, 0);
+  EXPECT_EQ(piped("script run --dry-run -", "").exit, 1);
+}
+
+TEST_F(ScriptTool, LineThatIsNotWholeFailsTheRun) {
+  EXPECT_EQ(piped("script run -", "300004 0 C FF 8\nhello world\n").exit, 1);
+  EXPECT_EQ(piped("script run -", "300004 0 C FF 8\n300004 0 C FF\n").exit, 1);
+  EXPECT_EQ(piped("check -", "300004 RM0 FF 8 0\n300004 RM0\n").exit, 1);
+}
+
 TEST_F(ScriptTool, DdrScriptReachesItsChannels) {
   const Result result = script("280010 AB W 0 32\n280010 AB R FF 32\n", "--ddr 0x3");
   EXPECT_EQ(result.exit, 0);

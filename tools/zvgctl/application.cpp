@@ -132,8 +132,7 @@ void collect_names(CLI::App& command, const std::string& words, std::vector<std:
   }
 }
 
-// Begins the recording that --record asks for. On the way to a virtual board there is nothing to
-// record yet.
+// Begins the recording that --record asks for.
 void record(Context& context) {
   if (context.record.empty()) return;
   if (parse_connection(context.connection).door == Door::memory) {
@@ -141,7 +140,6 @@ void record(Context& context) {
         "--record: loads and stores of mapped memory cannot be seen; use --driver or "
         "--serial");
   }
-  if (!context.connection.sim.empty() && !on_virtual_board()) return;
   context.recording = std::make_unique<OutputFile>(context.record, /*overwrite=*/false);
   context.recorder = std::make_unique<zvg::Recorder>(*context.recording);
 }
@@ -210,6 +208,10 @@ void carry_out(CLI::App& application, Context& context, const std::vector<std::s
   }
   begin_output(context.json, document_name(named_command(application)));
   catch_interrupts();
+  // Before anything is read, asked or written: all of that happens once, in the other process.
+  if (!context.connection.sim.empty() && !on_virtual_board()) {
+    run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
+  }
   record(context);
   context.action();
   if (const auto failure = untold_failure()) throw *failure;

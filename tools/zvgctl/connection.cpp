@@ -32,9 +32,6 @@ unsigned deadline_seconds(const Context& context, unsigned default_deadline, Doo
 Route prepare(const Context& context, unsigned default_deadline) {
   Route route = parse_connection(context.connection);
   const unsigned deadline = deadline_seconds(context, default_deadline, route.door);
-  if (!context.connection.sim.empty() && !on_virtual_board()) {
-    run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
-  }
   if (context.json) reserve_stdout_for_json();
   if (deadline != 0) set_deadline(deadline);
   return route;
