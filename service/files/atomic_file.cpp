@@ -11,7 +11,9 @@
 
 namespace zvg {
 
-AtomicFile::AtomicFile(std::string path, bool overwrite) : path_(std::move(path)) {
+AtomicFile::AtomicFile(std::string path, bool overwrite, int stream)
+    : path_(std::move(path)), fd_(stream) {
+  if (stream >= 0) return;
   struct stat status;
   if (stat(path_.c_str(), &status) == 0) {
     if (!S_ISREG(status.st_mode))
@@ -49,7 +51,8 @@ void AtomicFile::write(const void* bytes, size_t size) {
 void AtomicFile::commit() {
   const int closed = close(fd_);
   fd_ = -1;
-  if (closed != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) {
+  const bool named = !temporary_.empty();
+  if (closed != 0 || (named && rename(temporary_.c_str(), path_.c_str()) != 0)) {
     throw_error(ErrorKind::file, "cannot write %s: %s", path_.c_str(), strerror(errno));
   }
   temporary_.clear();

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "service/board/error.h"
 
@@ -20,7 +21,7 @@ class Input {
   explicit Input(const std::string& path)
       : fd_(path == standard_stream ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     if (fd_ < 0) {
-      throw_error(ErrorKind::file, "cannot open %s: %s", path.c_str(), strerror(errno));
+      throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
     }
   }
   ~Input() {
@@ -35,14 +36,12 @@ class Input {
   int fd_;
 };
 
-// 1,572,864 bytes are "1.5 MiB", and 100 are "100 bytes".
+// In the largest unit of which it is a whole number: 2,097,152 bytes are "2 MiB".
 std::string size_text(uint64_t size) {
-  constexpr uint64_t kibi = 1024, mebi = kibi * kibi;
-  if (size >= mebi && size % (mebi / 2) == 0) {
-    return format("%g MiB", static_cast<double>(size) / mebi);
-  }
-  if (size >= kibi && size % kibi == 0) return format("%g KiB", static_cast<double>(size) / kibi);
-  return format("%zu bytes", static_cast<size_t>(size));
+  constexpr const char* units[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
+  size_t unit = 0;
+  for (; size != 0 && size % 1024 == 0 && unit + 1 < std::size(units); ++unit) size /= 1024;
+  return format("%zu %s", static_cast<size_t>(size), units[unit]);
 }
 
 // Terminals come to an end when people say so, and nothing is in /dev/null.
@@ -55,7 +54,7 @@ bool has_an_end(int fd, const struct stat& status) {
 
 [[noreturn]] void fail_too_large(const std::string& name, const std::string& has, size_t most,
                                  const char* use) {
-  throw_error(ErrorKind::file, "%s has %s: %s has at most %s", name.c_str(), has.c_str(), use,
+  throw_error(ErrorKind::bad_data, "%s has %s: %s has at most %s", name.c_str(), has.c_str(), use,
               size_text(most).c_str());
 }
 

@@ -12,6 +12,7 @@
 #include <toml++/toml.h>
 
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 #include "service/i2c/i2c_error.h"
 #include "service/number.h"
 #include "service/seam/library_messages.h"
@@ -281,9 +282,10 @@ PowerMonitor parse_power_monitor(const std::string& text) {
 }
 
 std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
+  constexpr size_t most_bytes = size_t{1} << 20;
   std::vector<PowerMonitor> monitors;
   try {
-    const toml::table board = toml::parse_file(path);
+    const toml::table board = toml::parse(read_input_text(path, most_bytes, "a board file"), path);
     if (const toml::array* const tables = board["power_monitors"].as_array()) {
       for (const toml::node& node : *tables) {
         if (const toml::table* const table = node.as_table()) {

@@ -271,7 +271,7 @@ TEST(NoBoardTest, ALoadChecksItsFileFirst) {
   EXPECT_EQ(shorter.err, "zvgctl: " + odd + " is too short: 5 bytes, not the 8 of --length\n");
   const Result unreadable = zvgctl("vram load " + folder.path(".") + " --yes");
   EXPECT_EQ(unreadable.exit, 1);
-  EXPECT_EQ(unreadable.err, "zvgctl: " + folder.path(".") + " is no regular file\n");
+  EXPECT_EQ(unreadable.err, "zvgctl: " + folder.path(".") + " is a folder, not a file\n");
 }
 
 TEST(SimTest, AMissingSimulatorIsSaid) {

@@ -305,7 +305,7 @@ TEST_F(ScriptTool, BadFilesAreRefusedBeforeTheBoardIsTouched) {
   for (const std::string command : {"script run", "check", "read"}) {
     const Result missing = run(command + " /nonexistent/file");
     EXPECT_EQ(missing.exit, 1);
-    EXPECT_THAT(missing.err, HasSubstr("cannot open /nonexistent/file: No such file"));
+    EXPECT_THAT(missing.err, HasSubstr("cannot read /nonexistent/file: No such file"));
     const Result folder = run(command + " /tmp");
     EXPECT_EQ(folder.exit, 1);
     EXPECT_THAT(folder.err, HasSubstr("/tmp is a folder"));

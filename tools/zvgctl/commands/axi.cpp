@@ -276,8 +276,8 @@ void report_command(const Context& context, const ReportArguments& arguments) {
                 {"problems", problems}});
     return;
   }
-  printf("%s: %zu ports, up to %zu samples; %s\n", arguments.output.c_str(), tables.size(), samples,
-         late.empty() ? "no timeouts" : ("timeouts on " + late).c_str());
+  printf("%s: %zu ports, up to %zu samples; %s\n", output_name(arguments.output).c_str(),
+         tables.size(), samples, late.empty() ? "no timeouts" : ("timeouts on " + late).c_str());
 }
 
 // Top ----------------------------------------------------------------------------------------
@@ -353,7 +353,9 @@ void add_report(CLI::App& family, Context& context) {
   command->add_option("DIR", arguments->folder, "The --output of 'axi sample', or a folder in it")
       ->required()
       ->type_name("DIR");
-  command->add_option("-o,--output", arguments->output, "The page (default axi-report.html)")
+  command
+      ->add_option("-o,--output", arguments->output,
+                   "The page (default axi-report.html); - is standard output")
       ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Overwrite the page");
   command->footer(

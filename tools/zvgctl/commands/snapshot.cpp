@@ -3,12 +3,13 @@
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "formats/script/line.h"
+#include "service/files/input_file.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/connection.h"
@@ -57,7 +58,7 @@ void snapshot_command(const Context& context, const SnapshotArguments& arguments
     file.write(text.data(), text.size());
   }
   file.commit();
-  printf("%s: %zu registers\n", arguments.output.c_str(), count);
+  printf("%s: %zu registers\n", output_name(arguments.output).c_str(), count);
 }
 
 struct Register {
@@ -68,8 +69,9 @@ struct Register {
 using Snapshot = std::map<uint64_t, Register>;
 
 Snapshot load(const std::string& path) {
-  std::ifstream stream(path);
-  if (!stream) fail("cannot open %s", path.c_str());
+  constexpr size_t most_bytes = size_t{1} << 30;  // over 16 million registers
+  std::istringstream stream(read_input_text(path, most_bytes, "a snapshot"));
+  const std::string name = input_name(path);
   Snapshot snapshot;
   std::string text;
   int number = 0;
@@ -83,13 +85,11 @@ Snapshot load(const std::string& path) {
     zvg::formats::script::ScriptLine line;
     if (line.parse(text.c_str()) != line.field_count || line.operation != 'C') {
       fail("%s:%d: this is no line of a snapshot: expected ADDRESS VALUE C MASK WIDTH",
-           path.c_str(), number);
+           name.c_str(), number);
     }
     snapshot[line.address] = {line.value, line.width};
   }
-  if (stream.bad() || (snapshot.empty() && number == 0)) {
-    fail("%s: there is no snapshot in it", path.c_str());
-  }
+  if (snapshot.empty()) fail("%s: there is no snapshot in it", name.c_str());
   return snapshot;
 }
 
@@ -104,6 +104,9 @@ struct DiffArguments {
 };
 
 void diff_command(const Context& context, const DiffArguments& arguments) {
+  if (arguments.before == standard_stream && arguments.after == standard_stream) {
+    usage_error("AFTER: standard input is BEFORE already");
+  }
   const Snapshot before = load(arguments.before);
   const Snapshot after = load(arguments.after);
   Snapshot all = before;
@@ -142,7 +145,9 @@ void add_snapshot(CLI::App& family, Context& context) {
       ->type_name("A-B");
   command->add_option("-w,--width", arguments->width, "Bits of a register: 8, 16 or 32 (default)")
       ->type_name("BITS");
-  command->add_option("-o,--output", arguments->output, "The file")->required()->type_name("FILE");
+  command->add_option("-o,--output", arguments->output, "The file; - is standard output")
+      ->required()
+      ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Overwrite the file");
   command->footer(
       "The file is a register script that checks for these values: 'zvgctl script run FILE'\n"
@@ -158,7 +163,9 @@ void add_snapshot(CLI::App& family, Context& context) {
 void add_diff(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<DiffArguments>();
   CLI::App* const command = family.add_subcommand("diff", "Compare two snapshots; needs no board");
-  command->add_option("BEFORE", arguments->before, "A snapshot")->required()->type_name("FILE");
+  command->add_option("BEFORE", arguments->before, "A snapshot; - is standard input")
+      ->required()
+      ->type_name("FILE");
   command->add_option("AFTER", arguments->after, "Another one")->required()->type_name("FILE");
   command->footer("Example:\n  zvgctl reg diff good_board.txt this_board.txt");
   command->callback([&context, arguments] {

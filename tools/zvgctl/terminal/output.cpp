@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "service/files/input_file.h"
 #include "zvgctl/errors.h"
 
 namespace zvgctl {
@@ -63,6 +64,20 @@ void reserve_stdout_for_json() {
     fail("cannot set standard output aside for JSON: %s", strerror(errno));
   }
   json_fd = copy;
+}
+
+int take_stdout_for_data() {
+  if (documents_wanted) {
+    usage_error("-: standard output is for the document of --json; name a file");
+  }
+  reserve_stdout_for_json();
+  const int copy = fcntl(json_fd, F_DUPFD_CLOEXEC, 3);
+  if (copy < 0) fail("cannot use standard output: %s", strerror(errno));
+  return copy;
+}
+
+std::string output_name(const std::string& path) {
+  return path == zvg::standard_stream ? "standard output" : path;
 }
 
 void give_stdout_back() {

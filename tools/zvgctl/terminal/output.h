@@ -23,6 +23,13 @@ bool use_colour(int fd);
 // library's messages, goes to standard error.
 void reserve_stdout_for_json();
 
+// The same for a file that a command writes to standard output: returns a descriptor of it, which
+// is the caller's. Throws a usage Failure with --json, whose document is there.
+int take_stdout_for_data();
+
+// How messages call a file that is written: its path, or "standard output".
+std::string output_name(const std::string& path);
+
 // Puts standard output back in its place, for the program that replaces this one.
 void give_stdout_back();
 
