@@ -38,13 +38,6 @@ std::array<int, clock_count> clocks() {
   return mhz;
 }
 
-// An engine's load in per cent; negative for one that is not there.
-int engine_load(unsigned engine) {
-  uint32_t load = engine;
-  zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load);
-  return static_cast<int32_t>(load);
-}
-
 VideoMemory video_memory() {
   zvg_info info = {};
   zvgInfoRead(&info);
@@ -80,6 +73,13 @@ std::string csv_name(std::string name) {
 
 }  // namespace
 
+std::optional<int> engine_load(unsigned engine) {
+  uint32_t load = engine;
+  zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load);
+  const auto percent = static_cast<int32_t>(load);
+  return percent < 0 ? std::nullopt : std::optional(percent);
+}
+
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors) {
   BoardSample sample;
   sample.time = timestamp();
@@ -91,7 +91,7 @@ BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors
     for (unsigned engine = 0; engine < engines; ++engine) {
       const auto load =
           attempt(board, sample, "ask for an engine's load", [&] { return engine_load(engine); });
-      if (load && *load >= 0) sample.loads.emplace_back(engine, *load);
+      if (load && *load) sample.loads.emplace_back(engine, **load);
     }
     sample.memory = attempt(board, sample, "ask for the video memory", video_memory);
   }

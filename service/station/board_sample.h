@@ -34,6 +34,9 @@ struct BoardSample {
   bool access_failed = false;  // something that is there did not answer
 };
 
+// An engine's load in per cent; nothing for one that is not there. The driver knows.
+std::optional<int> engine_load(unsigned engine);
+
 // monitors: the power-monitor chips; may be none.
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors);
 

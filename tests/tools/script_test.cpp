@@ -439,17 +439,40 @@ TEST_F(ScriptTool, SnapshotIsAScriptThatChecksForItself) {
   EXPECT_EQ(folder_.get("snapshot.txt"), "300004 a5 C ff 8\n300005 00 C ff 8\n");
 }
 
+TEST_F(ScriptTool, SnapshotOfOneRegister) {
+  const std::string file = folder_.path("snapshot.txt");
+  EXPECT_EQ(run("reg snapshot --range 0x300004 -o " + file).exit, 0);
+  EXPECT_EQ(folder_.get("snapshot.txt"), "300004 000000a5 C ffffffff 32\n");
+  EXPECT_EQ(run("reg snapshot --force --width 8 --range 0xffffff -o " + file).exit, 0);
+  EXPECT_EQ(folder_.get("snapshot.txt"), "ffffff 00 C ff 8\n");
+  for (const std::string range : {"0x300000-0x300004", "0x300000-0x300001", "0xffffff"}) {
+    const Result cut = run("reg snapshot --range " + range + " -o " + folder_.path("cut.txt"));
+    EXPECT_EQ(cut.exit, 2) << range;
+    EXPECT_FALSE(std::filesystem::exists(folder_.path("cut.txt"))) << range;
+  }
+  EXPECT_THAT(run("reg snapshot --range 0x300000-0x300004 -o -").err,
+              HasSubstr("the register at its end goes on to 0x300007"));
+}
+
+TEST_F(ScriptTool, MaskedWriteTakesNoBitsOutsideOfItsMask) {
+  const Result result = run("reg mask 0x300004 0x0f 0x13");
+  EXPECT_EQ(result.exit, 2);
+  EXPECT_THAT(result.err, HasSubstr("VALUE: 0x13 has bits outside of MASK 0xf"));
+  EXPECT_EQ(accesses(trace()), "");
+}
+
 TEST_F(ScriptTool, DiffShowsWhatChanged) {
   const std::string before = folder_.put("a.txt", "100 1 C f 32\n104 2 C f 32\n108 3 C f 32\n");
   const std::string after = folder_.put("b.txt", "100 1 C f 32\n104 5 C f 32\n10c 3 C f 32\n");
   Result result = zvgctl("reg diff " + before + " " + after + " --json");
-  EXPECT_EQ(result.exit, 0);
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("3 of 4 registers differ"));
   const json document = json::parse(result.out);
   EXPECT_EQ(document["registers"], 4);
   EXPECT_EQ(document["differences"].size(), 3u);
   EXPECT_EQ(document["differences"][0],
             json({{"address", "0x104"}, {"before", "0x00000002"}, {"after", "0x00000005"}}));
-  EXPECT_EQ(document["differences"][1]["after"], "-");
+  EXPECT_EQ(document["differences"][1]["after"], nullptr);
   result = zvgctl("reg diff " + before + " " + before);
   EXPECT_EQ(result.out, "no difference in 3 registers\n");
   result = zvgctl("reg diff " + before + " " + folder_.put("bad.txt", "100 1 W 0 32\n"));

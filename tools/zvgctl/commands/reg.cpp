@@ -51,6 +51,10 @@ void mask_command(const Context& context, const MaskArguments& arguments) {
   const Span span = parse_span(registers, arguments.address, arguments.width, "");
   const uint64_t mask = parse_number("MASK", arguments.mask, largest(span.width));
   const uint64_t value = parse_number("VALUE", arguments.value, largest(span.width));
+  if ((value & ~mask) != 0) {
+    usage_error("VALUE: %s has bits outside of MASK %s, which would stay as they are",
+                hex(value).c_str(), hex(mask).c_str());
+  }
   Connection connection(context);
   if (span.width == 1 && connection.door() != Door::serial) {
     const int result =

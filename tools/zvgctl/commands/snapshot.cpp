@@ -1,4 +1,5 @@
 // zvgctl reg snapshot and reg diff: the registers of a range at a moment, and what changed.
+#include <inttypes.h>
 #include <stdio.h>
 #include <util_zvg.h>
 
@@ -6,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 
 #include "formats/script/line.h"
@@ -41,17 +43,25 @@ void snapshot_command(const Context& context, const SnapshotArguments& arguments
   std::vector<AddressRange> ranges;
   for (const std::string& text : arguments.ranges) {
     const AddressRange range = parse_address_range("--range", text);
-    if (range.last > last_register) {
+    // One address stands for its register.
+    const uint64_t last = range.is_range ? range.last : range.first + width - 1;
+    if (range.first > last_register || last > last_register) {
       usage_error("--range: there is no register above %s", hex(last_register).c_str());
     }
-    ranges.push_back(range);
+    if ((last - range.first + 1) % width != 0) {
+      usage_error(
+          "--range: %s ends inside a register of %u bits: the register at its end goes on "
+          "to 0x%" PRIx64,
+          text.c_str(), 8 * width, last + width - 1 - (last - range.first) % width);
+    }
+    ranges.push_back({range.first, last, true});
   }
   Connection connection(context);
   OutputFile file(arguments.output, arguments.force);
   size_t count = 0;
   for (const AddressRange& range : ranges) {
     std::string text;
-    for (uint64_t address = range.first; address + width - 1 <= range.last; address += width) {
+    for (uint64_t address = range.first; address <= range.last; address += width) {
       text += check_line(address, connection.read_register(address, width), width);
       ++count;
     }
@@ -93,9 +103,11 @@ Snapshot load(const std::string& path) {
   return snapshot;
 }
 
-std::string shown(const Snapshot& snapshot, uint64_t address) {
+// Nothing where the snapshot does not have the register.
+std::optional<std::string> value_in(const Snapshot& snapshot, uint64_t address) {
   const auto entry = snapshot.find(address);
-  return entry == snapshot.end() ? "-" : hex(entry->second.value, entry->second.width / 4);
+  if (entry == snapshot.end()) return {};
+  return hex(entry->second.value, entry->second.width / 4);
 }
 
 struct DiffArguments {
@@ -120,10 +132,16 @@ void diff_command(const Context& context, const DiffArguments& arguments) {
         old_entry->second == new_entry->second) {
       continue;
     }
-    table.row({hex(address, 6), shown(before, address), shown(after, address)});
+    const auto text = [](const std::optional<std::string>& value) { return value.value_or("-"); };
+    const auto json = [](const std::optional<std::string>& value) {
+      return value ? Json(*value) : Json();
+    };
+    const auto old_value = value_in(before, address);
+    const auto new_value = value_in(after, address);
+    table.row({hex(address, 6), text(old_value), text(new_value)});
     differences.push_back({{"address", address_text(address)},
-                           {"before", shown(before, address)},
-                           {"after", shown(after, address)}});
+                           {"before", json(old_value)},
+                           {"after", json(new_value)}});
   }
   if (context.json) {
     print_json({{"registers", all.size()}, {"differences", differences}});
@@ -131,6 +149,9 @@ void diff_command(const Context& context, const DiffArguments& arguments) {
     printf("no difference in %zu registers\n", all.size());
   } else {
     table.print();
+  }
+  if (!differences.empty()) {
+    fail("%zu of %zu registers differ", differences.size(), all.size());
   }
 }
 
@@ -140,9 +161,9 @@ void add_snapshot(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<SnapshotArguments>();
   CLI::App* const command =
       family.add_subcommand("snapshot", "Keep the registers of a range in a file");
-  command->add_option("-r,--range", arguments->ranges, "The registers, both ends included")
+  command->add_option("-r,--range", arguments->ranges, "The registers, both ends included; or one")
       ->required()
-      ->type_name("A-B");
+      ->type_name("A[-B]");
   command->add_option("-w,--width", arguments->width, "Bits of a register: 8, 16 or 32 (default)")
       ->type_name("BITS");
   command->add_option("-o,--output", arguments->output, "The file; - is standard output")
@@ -167,7 +188,10 @@ void add_diff(CLI::App& family, Context& context) {
       ->required()
       ->type_name("FILE");
   command->add_option("AFTER", arguments->after, "Another one")->required()->type_name("FILE");
-  command->footer("Example:\n  zvgctl reg diff good_board.txt this_board.txt");
+  command->footer(
+      "Exits with 1 when they differ.\n"
+      "Example:\n"
+      "  zvgctl reg diff good_board.txt this_board.txt");
   command->callback([&context, arguments] {
     context.action = [&context, arguments] { diff_command(context, *arguments); };
   });
