@@ -11,7 +11,7 @@
 
 namespace zvg {
 
-AtomicFile::AtomicFile(std::string path, bool overwrite, int stream)
+AtomicFile::AtomicFile(std::string path, bool overwrite, int stream, const char* or_else)
     : path_(std::move(path)), fd_(stream) {
   if (stream >= 0) return;
   struct stat status;
@@ -19,8 +19,8 @@ AtomicFile::AtomicFile(std::string path, bool overwrite, int stream)
     if (!S_ISREG(status.st_mode))
       throw_error(ErrorKind::file, "%s exists and is no regular file", path_.c_str());
     if (!overwrite) {
-      throw_error(ErrorKind::file, "%s exists already: give another name, or --force to replace it",
-                  path_.c_str());
+      throw_error(ErrorKind::file, "%s exists already: give another name%s", path_.c_str(),
+                  or_else);
     }
   }
   temporary_ = path_ + ".part-XXXXXX";

@@ -14,7 +14,8 @@ class AtomicFile {
   //
   // stream: a descriptor that gets the bytes as they come, instead of a file; path is its name
   // then. -1 for none. Becomes this object's.
-  AtomicFile(std::string path, bool overwrite, int stream = -1);
+  // or_else: what helps besides another name, for that Error.
+  AtomicFile(std::string path, bool overwrite, int stream = -1, const char* or_else = "");
   // Takes the temporary file away unless commit() was called.
   ~AtomicFile();
   AtomicFile(const AtomicFile&) = delete;

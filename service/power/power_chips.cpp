@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
@@ -300,6 +301,19 @@ std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
   if (monitors.empty())
     throw_error(ErrorKind::bad_data, "%s names no [[power_monitors]]", path.c_str());
   return monitors;
+}
+
+Json to_json(const Rail& rail) {
+  // Steps of 0.3 mV, and of 4 mA where a resistor has 5 milliohms.
+  constexpr int decimals_of_volts = 4, decimals = 3;
+  const auto number = [](const std::optional<double>& value, int places) {
+    return value ? Json(rounded(*value, places)) : Json();
+  };
+  return {{"chip", rail.chip},
+          {"rail", rail.name},
+          {"volts", number(rail.volts, decimals_of_volts)},
+          {"amperes", number(rail.amperes, decimals)},
+          {"watts", number(rail.watts(), decimals)}};
 }
 
 std::vector<Rail> measure(const PowerMonitor& monitor) {

@@ -2,6 +2,7 @@
 
 #include <util_zvg.h>
 
+#include <nlohmann/json.hpp>
 #include <type_traits>
 
 #include "service/board/error.h"
@@ -64,7 +65,8 @@ double fan_percent(Board& board) {
   return 100.0 * duty / period;
 }
 
-std::string csv_name(std::string name) {
+std::string csv_name(const std::string& raw) {
+  std::string name = printable(raw);
   for (char& c : name) {
     if (c == ',' || c == '"' || c == '\n') c = '_';
   }
@@ -101,6 +103,30 @@ BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors
     if (rails) sample.rails.insert(sample.rails.end(), rails->begin(), rails->end());
   }
   return sample;
+}
+
+Json to_json(const BoardSample& sample) {
+  Json clocks = Json::array();
+  for (unsigned i = 0; i < clock_count; ++i) {
+    clocks.push_back(
+        {{"clock", clock_names[i].name}, {"mhz", sample.mhz ? Json((*sample.mhz)[i]) : Json()}});
+  }
+  Json engines = Json::array();
+  for (const auto& [engine, load] : sample.loads) {
+    engines.push_back({{"engine", engine}, {"load_percent", load}});
+  }
+  Json rails = Json::array();
+  for (const Rail& rail : sample.rails) rails.push_back(to_json(rail));
+  Json memory;
+  if (sample.memory) memory = {{"used", sample.memory->used}, {"free", sample.memory->free}};
+  return {{"time", sample.time},
+          {"clocks", clocks},
+          {"sensors", sample.die ? to_json(*sample.die) : Json()},
+          {"fan_percent", sample.fan_percent ? Json(rounded(*sample.fan_percent, 1)) : Json()},
+          {"engines", engines},
+          {"video_memory", memory},
+          {"rails", rails},
+          {"trouble", sample.trouble.empty() ? Json() : Json(sample.trouble)}};
 }
 
 std::string csv_header(const BoardSample& sample) {

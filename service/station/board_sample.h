@@ -40,6 +40,8 @@ std::optional<int> engine_load(unsigned engine);
 // monitors: the power-monitor chips; may be none.
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors);
 
+Json to_json(const BoardSample& sample);
+
 // A line of comma-separated values with its line feed, and the line of names above it. The columns
 // are those that the sample has.
 std::string csv_header(const BoardSample& sample);

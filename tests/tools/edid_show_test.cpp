@@ -19,7 +19,7 @@ using zvgtest::Result;
 using zvgtest::zvgctl;
 
 std::string library_report(const std::string& path) {
-  return zvgtest::capture([&] { do_edid_parse(path.c_str()); }).out;
+  return zvgtest::without_colours(zvgtest::capture([&] { do_edid_parse(path.c_str()); }).out);
 }
 
 TEST(EdidShowTest, PrintsTheLibrarysReport) {

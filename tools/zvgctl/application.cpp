@@ -16,6 +16,7 @@
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
@@ -140,7 +141,7 @@ void record(Context& context) {
         "--record: loads and stores of mapped memory cannot be seen; use --driver or "
         "--serial");
   }
-  context.recording = std::make_unique<OutputFile>(context.record, /*overwrite=*/false);
+  context.recording = std::make_unique<OutputFile>(context.record, Existing::keep);
   context.recorder = std::make_unique<zvg::Recorder>(*context.recording);
 }
 
@@ -168,6 +169,7 @@ void add_cause(std::string& message) {
 void finish(Context& context) {
   // Also of a command that failed: it may tell why.
   if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
+  finish_library_text();
   finish_output();
 }
 
@@ -206,7 +208,9 @@ void carry_out(CLI::App& application, Context& context, const std::vector<std::s
   } catch (const CLI::ParseError& error) {
     throw Failure(Exit::usage, misplaced(application, error));
   }
+  if (context.csv && context.json) throw Failure(Exit::usage, "give only one of --csv and --json");
   begin_output(context.json, document_name(named_command(application)));
+  begin_tables(context.csv);
   catch_interrupts();
   // Before anything is read, asked or written: all of that happens once, in the other process.
   if (!context.connection.sim.empty() && !on_virtual_board()) {
@@ -242,6 +246,7 @@ int run(const std::vector<std::string>& words) {
   // For a command line that is not understood.
   const bool json = std::find(words.begin(), words.end(), "--json") != words.end();
   begin_output(json, "error");
+  const zvg::seam::Redirection library_text(print_library_text);  // also where no board is open
   Exit exit = Exit::done;
   const auto attempt = [&](const std::function<void()>& part) {
     try {

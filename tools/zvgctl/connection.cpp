@@ -1,6 +1,5 @@
 #include "zvgctl/connection.h"
 
-#include <stdio.h>
 #include <util_zvg.h>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include "service/number.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
@@ -37,16 +37,12 @@ Route prepare(const Context& context, unsigned default_deadline) {
   return route;
 }
 
-// What the library prints is for the person at the terminal, in the order of the tool's own texts.
-void print(zvg::seam::Stream stream, std::string_view text) {
-  fwrite(text.data(), 1, text.size(), stream == zvg::seam::Stream::out ? stdout : stderr);
-}
-
 }  // namespace
 
 Connection::Connection(const Context& context, unsigned default_deadline, bool any_chip)
-    : Board(prepare(context, default_deadline),
-            {.transport = context.recorder.get(), .any_chip = any_chip, .log = print}) {
+    : Board(
+          prepare(context, default_deadline),
+          {.transport = context.recorder.get(), .any_chip = any_chip, .log = print_library_text}) {
   // On the virtual board the line ends inside this process and goes with it.
   if (door() == Door::serial && !on_virtual_board()) leave_at_9600_when_interrupted(descriptor());
 }

@@ -16,6 +16,7 @@ namespace zvgctl {
 struct Context {
   ConnectionText connection;
   bool json = false;
+  bool csv = false;  // of a command that prints a table
   bool yes = false;
   std::string record;    // the file to record into; empty for none
   std::string deadline;  // seconds; empty for the command's own default

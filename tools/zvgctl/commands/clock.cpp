@@ -93,7 +93,7 @@ void list_command(const Context& context) {
     return;
   }
   clocks.print();
-  putchar('\n');
+  if (!context.csv) putchar('\n');
   plls.print();
 }
 
@@ -271,6 +271,7 @@ void add_clock(CLI::App& application, Context& context) {
                                 "  zvgctl clock plan --mhz 900\n"
                                 "  zvgctl clock set 3d --mhz 900");
   CLI::App* const list = family.add_subcommand("list", "Show all clocks and PLLs");
+  add_csv_option(*list, context);
   list->footer(
       "MHz of a PLL are those before any post-divider.\n"
       "Examples:\n"

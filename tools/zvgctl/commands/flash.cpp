@@ -293,7 +293,7 @@ void serial_command(const Context& context) {
   if (context.json) {
     print_json({{"serial", serial}});
   } else {
-    puts(serial);
+    puts(zvg::printable(serial).c_str());
   }
 }
 
@@ -384,9 +384,11 @@ void add_flash(CLI::App& application, Context& context) {
 
   CLI::App& edid = add_family(family, "edid", "EDIDs that the board keeps for its outputs",
                               "Example:\n  zvgctl flash edid list");
-  add_command(edid, context, "list", "Show the board information entries",
-              "Example:\n  zvgctl flash edid list", arguments,
-              [](const Context& c, const FlashArguments&) { edid_list_command(c); });
+  CLI::App* const list =
+      add_command(edid, context, "list", "Show the board information entries",
+                  "Example:\n  zvgctl flash edid list", arguments,
+                  [](const Context& c, const FlashArguments&) { edid_list_command(c); });
+  add_csv_option(*list, context);
   CLI::App* const set = add_command(
       edid, context, "set", "Store an EDID for an output",
       "Asks first; --yes answers. Every other entry stays; the sectors are saved first.\n"

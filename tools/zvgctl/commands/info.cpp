@@ -78,7 +78,7 @@ Json or_null(const std::optional<Value>& value) {
 }
 
 void line(const char* label, const std::string& value) {
-  printf("%-22s %s\n", label, value.c_str());
+  printf("%-22s %s\n", label, zvg::printable(value).c_str());
 }
 
 // What the driver would not say stays visible as such.

@@ -70,7 +70,7 @@ void query_command(const Context& context, const std::string& keyword,
   }
   if (!found) fail("the driver knows no engine");
   if (!context.json) {
-    fputs(report, stdout);
+    fputs(zvg::printable(report).c_str(), stdout);
     return;
   }
   Json document = Json::array();

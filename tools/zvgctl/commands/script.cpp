@@ -13,6 +13,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
@@ -69,8 +70,8 @@ void print_plan(const Context& context, const RegisterFile& file) {
     print_json({{"file", file.name()}, {"lines", lines}, {"remarks", plan.remarks()}});
   } else {
     for (const PlannedLine& line : plan.lines) {
-      if (!line.deed.empty()) printf("%5d  %s\n", line.number, line.deed.c_str());
-      if (!line.remark.empty()) printf("%5d  ! %s\n", line.number, line.remark.c_str());
+      if (!line.deed.empty()) printf("%5d  %s\n", line.number, printable(line.deed).c_str());
+      if (!line.remark.empty()) printf("%5d  ! %s\n", line.number, printable(line.remark).c_str());
     }
   }
   if (plan.remarks() != 0) {
@@ -129,6 +130,7 @@ void run_script(const Context& context, const Arguments& arguments) {
 }
 
 void check_file(const Context& context, const Arguments& arguments) {
+  expect_library_colours({"31", "34", "36", "0"});
   run_file(context, arguments, FileKind::check);
 }
 

@@ -124,7 +124,8 @@ void diff_command(const Context& context, const DiffArguments& arguments) {
   Snapshot all = before;
   all.insert(after.begin(), after.end());
   Json differences = Json::array();
-  Table table({"Register", arguments.before, arguments.after});
+  Table table({"Register", context.csv ? "before" : input_name(arguments.before),
+               context.csv ? "after" : input_name(arguments.after)});
   for (const auto& [address, ignored] : all) {
     const auto old_entry = before.find(address);
     const auto new_entry = after.find(address);
@@ -184,6 +185,7 @@ void add_snapshot(CLI::App& family, Context& context) {
 void add_diff(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<DiffArguments>();
   CLI::App* const command = family.add_subcommand("diff", "Compare two snapshots; needs no board");
+  add_csv_option(*command, context);
   command->add_option("BEFORE", arguments->before, "A snapshot; - is standard input")
       ->required()
       ->type_name("FILE");

@@ -210,8 +210,10 @@ void add_video(CLI::App& application, Context& context) {
   add_command(family, context, arguments, "restart", "Capture and show again",
               "Example:\n  zvgctl video restart 0",
               [](const Context& c, const VideoArguments& a) { switch_command(c, a, true); });
-  add_command(family, context, arguments, "status", "Show what the ports do",
-              "Example:\n  zvgctl video status --json", status_command);
+  CLI::App* const status =
+      add_command(family, context, arguments, "status", "Show what the ports do",
+                  "Example:\n  zvgctl video status --json", status_command);
+  add_csv_option(*status, context);
 }
 
 }  // namespace zvgctl

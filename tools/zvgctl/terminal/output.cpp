@@ -41,7 +41,22 @@ Json pending;  // the command's document; null until there is one
 
 // What is no UTF-8, such as a file's name, appears with replacement characters.
 std::string text_of(const Json& document, int indent) {
-  return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+  const std::string text = document.dump(indent, ' ', false, Json::error_handler_t::replace);
+  // JSON escapes the control characters of ASCII; terminals obey these as well.
+  std::string shown;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+    if (byte == 0x7F) {
+      shown += "\\u007f";
+    } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+      shown += format("\\u%04x", next);
+      ++i;
+    } else {
+      shown += text[i];
+    }
+  }
+  return shown;
 }
 
 void print_pending() {
@@ -120,24 +135,6 @@ void finish_output() {
   print_pending();
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     fail("cannot write to standard output: %s", strerror(errno));
-  }
-}
-
-void Table::print() const {
-  std::vector<size_t> widths;
-  for (const auto& row : rows_) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-  }
-  for (const auto& row : rows_) {
-    for (size_t i = 0; i < row.size(); ++i) {
-      if (i + 1 == row.size()) {
-        printf("%s", row[i].c_str());
-      } else {
-        printf("%-*s  ", static_cast<int>(widths[i]), row[i].c_str());
-      }
-    }
-    printf("\n");
   }
 }
 

@@ -11,6 +11,7 @@
 #include "service/board/error.h"
 #include "service/json.h"
 #include "service/seam/library_messages.h"
+#include "zvgctl/terminal/table.h"
 
 namespace zvgctl {
 
@@ -54,17 +55,6 @@ using zvg::StdoutOnStderr;
 
 // Writes out everything that was printed. Throws a Failure when it did not all get there.
 void finish_output();
-
-// Columns as wide as their widest cell, two blanks apart.
-class Table {
- public:
-  explicit Table(std::vector<std::string> header) : rows_{std::move(header)} {}
-  void row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-  void print() const;
-
- private:
-  std::vector<std::vector<std::string>> rows_;
-};
 
 // Lines of 16 bytes: the address of the first item with that many digits, then the items.
 void print_hex_dump(uint64_t address, int address_digits, unsigned width,
