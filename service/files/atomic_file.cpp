@@ -8,12 +8,14 @@
 #include <unistd.h>
 
 #include "service/board/error.h"
+#include "service/files/own_path.h"
 
 namespace zvg {
 
 AtomicFile::AtomicFile(std::string path, bool overwrite, int stream, const char* or_else)
     : path_(std::move(path)), fd_(stream) {
   if (stream >= 0) return;
+  expect_own_folders(path_);
   struct stat status;
   if (stat(path_.c_str(), &status) == 0) {
     if (!S_ISREG(status.st_mode))

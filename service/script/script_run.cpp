@@ -1,15 +1,22 @@
 #include "service/script/script_run.h"
 
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
 #include <string.h>
 #include <util_zvg.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "core/access_failures.h"
 #include "script/line_results.h"
 #include "service/board/board.h"
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 #include "service/files/memory_file.h"
+#include "service/files/own_path.h"
+#include "service/files/work_folder.h"
 
 namespace zvg {
 
@@ -167,6 +174,24 @@ class Listener {
   LineObserver observer_;
 };
 
+constexpr char read_output[] = "out_file.txt";
+
+// Adds what the library has written, also of a run that was ended by force, to the file of the
+// user's folder.
+void append_output(const std::filesystem::path& folder) {
+  fflush(nullptr);
+  std::error_code absent;
+  if (!std::filesystem::exists(read_output, absent)) return;
+  const std::vector<uint8_t> text = read_input(read_output, size_t{1} << 30, "a list of values");
+  const std::string path = (folder / read_output).string();
+  const int fd = open_to_write(path, O_WRONLY | O_CREAT | O_APPEND);
+  FILE* const file = fd < 0 ? nullptr : fdopen(fd, "a");
+  const bool written = file != nullptr && fwrite(text.data(), 1, text.size(), file) == text.size();
+  const bool closed = file != nullptr && fclose(file) == 0;
+  if (written && closed) return;
+  throw_error(ErrorKind::file, "cannot write %s: %s", path.c_str(), strerror(errno));
+}
+
 int call_library(FileKind kind, const char* path, unsigned ddr_channels) {
   switch (kind) {
     case FileKind::script:
@@ -231,6 +256,10 @@ const char* verdict_name(LineVerdict verdict) {
 
 void run_register_file(Board&, const RegisterFile& file, unsigned ddr_channels, ScriptRun* run) {
   *run = {};
+  // The library names its output itself, and opens whatever has that name.
+  const std::filesystem::path folder = std::filesystem::current_path();
+  std::optional<WorkFolder> work;
+  if (file.kind() == FileKind::read) work.emplace(std::filesystem::temp_directory_path());
   MemoryFile copy;
   copy.put(file.text().data(), file.text().size());
   Listener listener(file, *run);
@@ -240,9 +269,11 @@ void run_register_file(Board&, const RegisterFile& file, unsigned ddr_channels, 
   } catch (const Error&) {  // the connection broke
     listener.take_unfinished();
     listener.sum_up();
+    if (work) append_output(folder);
     throw;
   }
   listener.sum_up();
+  if (work) append_output(folder);
   if (result != 0) {
     throw_error(ErrorKind::file, "cannot run %s: %s", file.name().c_str(), strerror(-result));
   }

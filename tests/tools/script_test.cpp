@@ -1,6 +1,7 @@
 // zvgctl script, check, read, ddr, reg snapshot and diff, and --record, on the virtual board.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -339,6 +340,21 @@ TEST_F(ScriptTool, ReadFileIsLoggedAndSummedUp) {
   EXPECT_EQ(result.exit, 1);
   EXPECT_THAT(result.out, HasSubstr("reg data is in out_file.txt!\n2 reads, 1 failure\n"));
   EXPECT_THAT(folder_.get("out_file.txt"), HasSubstr("8C RV1 0 8 0xffffffff\n"));
+}
+
+TEST_F(ScriptTool, ReadFileFollowsNoLinkThatOthersMayHavePut) {
+  const std::string file = folder_.put("read.txt", "300004 RM0 0 8\n");
+  folder_.put("victim", "precious\n");
+  std::filesystem::create_directory(folder_.path("open"));
+  chmod(folder_.path("open").c_str(), 0777);
+  std::filesystem::create_symlink(folder_.path("victim"), folder_.path("open/out_file.txt"));
+  const Result result = zvgtest::run(
+      {"/bin/sh", "-c",
+       "cd " + folder_.path("open") + " && exec " ZVGCTL_PROGRAM " --sim read " + file},
+      zvgtest::on_virtual_time());
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("symbolic link in a folder that others can write"));
+  EXPECT_EQ(folder_.get("victim"), "precious\n");
 }
 
 TEST_F(ScriptTool, ReadFileThatWritesIsRefused) {

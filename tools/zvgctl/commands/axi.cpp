@@ -14,6 +14,7 @@
 #include "service/axi/axi_sampler.h"
 #include "service/axi/axi_summary.h"
 #include "service/axi/axi_tables.h"
+#include "service/files/own_path.h"
 #include "service/number.h"
 #include "zvgctl/commands/axi_top.h"
 #include "zvgctl/commands/families.h"
@@ -111,6 +112,7 @@ fs::path prepare_folder(const SampleArguments& arguments) {
   if (error)
     fail("cannot use the folder %s: %s", arguments.output.c_str(), error.message().c_str());
   const fs::path folder = parent / (folder_beginning + arguments.suffix);
+  expect_own_folder(folder.string());  // the library opens what has its tables' names
   for (const std::string_view port : rq302_axi_ports) {
     const fs::path table = axi_table_path(folder, port);
     if (!fs::exists(table, error)) continue;

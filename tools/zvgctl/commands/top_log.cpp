@@ -8,6 +8,7 @@
 #include <fstream>
 
 #include "service/files/input_file.h"
+#include "service/files/own_path.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
 
@@ -36,15 +37,13 @@ TopLog::TopLog(const std::string& path, ExistingLog existing) : path_(output_nam
     return;
   }
   const bool append = existing == ExistingLog::append;
-  const int flags = O_WRONLY | O_CREAT | O_CLOEXEC |
-                    (append                             ? O_APPEND
-                     : existing == ExistingLog::replace ? O_TRUNC
-                                                        : O_EXCL);
-  const int fd = open(path.c_str(), flags, 0666);
+  const bool keep = existing == ExistingLog::keep;
+  const int fd = open_to_write(path, O_WRONLY | O_CREAT | (append ? O_APPEND : keep ? O_EXCL : 0));
   if (fd < 0 && errno == EEXIST) {
     fail("%s exists already: --append goes on in it, --force replaces it", path.c_str());
   }
-  file_ = fd < 0 ? nullptr : fdopen(fd, "w");
+  const bool emptied = fd >= 0 && (append || ftruncate(fd, 0) == 0);
+  file_ = !emptied ? nullptr : fdopen(fd, "w");
   if (file_ == nullptr) fail("cannot create %s: %s", path.c_str(), strerror(errno));
   if (!append) return;
   bool whole = true;
