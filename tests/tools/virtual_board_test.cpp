@@ -378,7 +378,8 @@ TEST(RegTest, WatchEndsAfterItsCount) {
   const json line = json::parse(as_json.out);
   EXPECT_EQ(line["address"], "0x318000");
   EXPECT_EQ(line["value"], "0x11223344");
-  EXPECT_TRUE(line["time"].is_number());
+  EXPECT_TRUE(line["time"].get<std::string>().ends_with("Z"));
+  EXPECT_TRUE(line["seconds"].is_number());
 }
 
 TEST(RegTest, WatchEndsWithCtrlC) {
@@ -909,7 +910,7 @@ TEST(HdmiTest, DdcReadsTheMonitor) {
   EXPECT_EQ(bench.run("hdmi ddc read 0 0x50 0 --count 8").out, "0x00: 00 ff ff ff ff ff ff 00\n");
   const json document = json::parse(bench.run("hdmi ddc read 0 80 6 -n 2 --json").out);
   EXPECT_EQ(document["slave"], "0x50");
-  EXPECT_EQ(document["values"], json({"0xff", "0x00"}));
+  EXPECT_EQ(document["bytes"], "ff00");
   const std::string dump = bench.run("hdmi ddc dump 0").out;
   EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 16);
   EXPECT_EQ(bench.run("hdmi ddc dump 0 0x50").out, dump);

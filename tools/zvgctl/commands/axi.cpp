@@ -193,11 +193,7 @@ void summary_command(const Context& context, const SummaryArguments& arguments) 
   const std::vector<AxiSummary> summaries = read_axi_summaries(&text);
   if (context.json) {
     Json ports = Json::array();
-    for (const AxiSummary& summary : summaries) {
-      Json counters = Json::object();
-      for (const auto& [label, value] : summary.counters) counters[label] = value;
-      ports.push_back({{"port", summary.port}, {"counters", counters}});
-    }
+    for (const AxiSummary& summary : summaries) ports.push_back(to_json(summary));
     print_json({{"ports", ports}});
     return;
   }

@@ -130,8 +130,8 @@ void status_command(const Context& context) {
   const uint8_t first = flash_status(1);
   const uint8_t second = flash_status(2);
   const Json document = {{"size", flash_size},
-                         {"status_1", first},
-                         {"status_2", second},
+                         {"status_1", value_text(first, 1)},
+                         {"status_2", value_text(second, 1)},
                          {"busy", (first & busy) != 0},
                          {"write_enabled", (first & write_enabled) != 0},
                          {"protected", (first & protection) != 0},

@@ -278,10 +278,10 @@ struct DdcArguments {
 void print_bytes(const Context& context, uint32_t hdmi, uint8_t slave, uint64_t offset,
                  const std::vector<uint64_t>& bytes) {
   if (context.json) {
-    Json texts = Json::array();
-    for (const uint64_t byte : bytes) texts.push_back(hex(byte, 2));
-    print_json(
-        {{"hdmi", hdmi}, {"slave", hex(slave, 2)}, {"offset", hex(offset, 2)}, {"values", texts}});
+    print_json({{"hdmi", hdmi},
+                {"slave", address_text(slave)},
+                {"offset", address_text(offset)},
+                {"bytes", bytes_text(std::vector<uint8_t>(bytes.begin(), bytes.end()))}});
   } else if (bytes.size() == 1) {
     printf("%s: %s\n", hex(offset, 2).c_str(), hex(bytes[0], 2).c_str());
   } else {

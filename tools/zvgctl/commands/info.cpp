@@ -161,7 +161,7 @@ std::string aperture_text(const Aperture& aperture) {
 }
 
 Json aperture_json(const Aperture& aperture) {
-  return {{"base", hex(aperture.base)}, {"length", hex(aperture.length)}};
+  return {{"base", address_text(aperture.base)}, {"bytes", aperture.length}};
 }
 
 void print_info(Connection& connection) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/text.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/errors.h"
@@ -100,7 +101,8 @@ void print_sample(const Context& context, const Span& span, double seconds, uint
   const int digits = static_cast<int>(2 * span.width);
   const std::string address = hex(span.first, registers.digits);
   if (context.json) {
-    print_json_line({{"time", std::round(seconds * 1000) / 1000},
+    print_json_line({{"time", timestamp()},
+                     {"seconds", rounded(seconds, 3)},
                      {"address", address_text(span.first)},
                      {"value", hex(value, digits)}});
   } else if (previous == nullptr) {
