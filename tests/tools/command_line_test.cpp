@@ -102,8 +102,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Misuse{"nonsense", "\"nonsense\" is out of place: no such command or option here"},
         Misuse{"info nonsense", "nonsense"},
-        Misuse{"reg", "A subcommand is required\nTry 'zvgctl reg --help'."},
-        Misuse{"--json", "A subcommand is required\nTry 'zvgctl --help'."},
+        Misuse{"reg",
+               "A subcommand is required: read, write, mask, watch, snapshot, diff\nTry 'zvgctl "
+               "reg --help'."},
+        Misuse{"--json", "A subcommand is required: info, reg, vram, "},
         Misuse{"reg nonsense", "nonsense"}, Misuse{"reg read", "ADDR is required"},
         Misuse{"reg read x", not_a_number}, Misuse{"reg read 0x10zz", not_a_number},
         Misuse{"reg read 0 --width 24", "--width: \"24\" is not a width"},

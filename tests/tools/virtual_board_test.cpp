@@ -134,7 +134,7 @@ TEST(SimTest, TakesReadyBoardsAndBoardFilesAnywhereOnTheLine) {
 
 TEST(SimTest, ABoardThatIsNotThere) {
   EXPECT_EQ(zvgtest::zvgctl("info --sim /nowhere/board.toml").exit, 1);
-  EXPECT_EQ(zvgtest::zvgctl("info --sim=nowhere").exit, 1);
+  EXPECT_EQ(zvgtest::zvgctl("info --sim=nowhere").exit, 2);
   EXPECT_THAT(zvgtest::zvgctl("info --sim=nowhere").err, HasSubstr("nowhere"));
 }
 

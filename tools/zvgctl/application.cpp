@@ -15,6 +15,7 @@
 #include "zvgctl/commands/families.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
@@ -63,6 +64,7 @@ void add_reminders(CLI::App& application) {
 }
 
 void build(CLI::App& application, Context& context) {
+  application.formatter(std::make_shared<HelpFormatter>());  // before there are commands
   application.set_version_flag("--version", std::string("zvgctl ") + ZVGCTL_VERSION);
   application.require_subcommand(1);
   // Options behind a subcommand that are not its own belong to the whole.
@@ -183,13 +185,6 @@ Exit tell(const zvg::Error& error, const std::string& command) {
   return usage ? Exit::usage : Exit::failed;
 }
 
-std::string misplaced(const CLI::App& application, const CLI::ParseError& error) {
-  // A word that is no command's name shows up only as a command that is missing.
-  const std::vector<std::string> strays = application.remaining(true);
-  if (strays.empty()) return error.what();
-  return format("\"%s\" is out of place: no such command or option here", strays.front().c_str());
-}
-
 // What documents are called after: "zvgctl reg read" prints "reg-read".
 std::string document_name(const std::string& command) {
   std::string name = command.substr(command.find(' ') + 1);
@@ -198,15 +193,18 @@ std::string document_name(const std::string& command) {
 }
 
 // Runs what the command line says. Throws whatever it ends by.
-void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words) {
+//
+// words: as they were given; settled: with the values that options may have.
+void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words,
+               const std::vector<std::string>& settled) {
   try {
     // CLI11 takes its words from the back.
-    application.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    application.parse(std::vector<std::string>(settled.rbegin(), settled.rend()));
   } catch (const CLI::Success& request) {  // --help or --version
     application.exit(request);
     return;
   } catch (const CLI::ParseError& error) {
-    throw Failure(Exit::usage, misplaced(application, error));
+    throw Failure(Exit::usage, explain(application, error, words));
   }
   if (context.csv && context.json) throw Failure(Exit::usage, "give only one of --csv and --json");
   begin_output(context.json, document_name(named_command(application)));
@@ -259,7 +257,7 @@ int run(const std::vector<std::string>& words) {
       exit = std::max(exit, tell(internal, named_command(application)));
     }
   };
-  attempt([&] { carry_out(application, context, arguments.words); });
+  attempt([&] { carry_out(application, context, words, arguments.words); });
   attempt([&] { finish(context); });
   return static_cast<int>(exit);
 }

@@ -15,6 +15,9 @@ std::string virtual_board_name();
 // The board's file, when this runs on a virtual board.
 std::string virtual_board_file();
 
+// The names of the ready boards, in order.
+std::vector<std::string> ready_boards();
+
 // Whether the word names a board: a .toml file that is there, or one of the ready boards.
 bool is_board(const std::string& word);
 

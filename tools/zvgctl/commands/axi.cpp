@@ -313,7 +313,7 @@ void add_sample(CLI::App& family, Context& context) {
   CLI::App* const command =
       family.add_subcommand("sample", "Sample all ports into tables, until Ctrl-C (RQ302)");
   command->add_option("--seconds", arguments->seconds, "For so long")->type_name("N");
-  command->add_option("--count", arguments->count, "So many samples")->type_name("N");
+  command->add_option("-n,--count", arguments->count, "So many samples")->type_name("N");
   command->add_option("-o,--output", arguments->output, "Where the run gets a folder")
       ->required()
       ->type_name("DIR");
@@ -371,7 +371,7 @@ void add_top(CLI::App& family, Context& context) {
       family.add_subcommand("top", "Show all ports live in the terminal; q ends it");
   command->add_option("--interval", arguments->interval, "Seconds from view to view (default 1)")
       ->type_name("SECONDS");
-  command->add_option("--count", arguments->count, "End after so many views")->type_name("N");
+  command->add_option("-n,--count", arguments->count, "End after so many views")->type_name("N");
   command->footer("Example:\n  zvgctl axi top --interval 0.5");
   set_action(*command, context, arguments, top_command);
 }

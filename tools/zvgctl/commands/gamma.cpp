@@ -121,7 +121,8 @@ void write_picture(const Arguments& arguments, const Curves& curves, const std::
   const auto ends_with = [&](const char* end) { return path.ends_with(end); };
   const bool picture_of_lines = ends_with(".svg") || path == standard_stream;
   if (!picture_of_lines && !ends_with(".png")) {
-    usage_error("-o: expected a file name that ends in .svg or .png, found '%s'", path.c_str());
+    usage_error("--output: expected a file name that ends in .svg or .png, found '%s'",
+                path.c_str());
   }
   OutputFile file(path, arguments.force);
   const std::string content =

@@ -222,12 +222,13 @@ void phy_step_command(const Context& context, const std::string& port, const Phy
 }
 
 void add_phy(CLI::App& family, Context& context) {
-  CLI::App& phy = add_family(
-      family, "phy", "A port's PHY, over its I2C master",
-      "To configure a PHY: start, then write its registers, then end.\n"
-      "Examples:\n"
-      "  zvgctl hdmi phy read 0 0x06\n"
-      "  zvgctl hdmi phy start 0 && zvgctl hdmi phy write 0 0x06 0x0008 && zvgctl hdmi phy end 0");
+  CLI::App& phy = add_family(family, "phy", "A port's PHY, over its I2C master",
+                             "To configure a PHY: start, then write its registers, then end.\n"
+                             "Examples:\n"
+                             "  zvgctl hdmi phy read 0 0x06\n"
+                             "  zvgctl hdmi phy start 0\n"
+                             "  zvgctl hdmi phy write 0 0x06 0x0008\n"
+                             "  zvgctl hdmi phy end 0");
   auto arguments = std::make_shared<PhyArguments>();
   CLI::App* const read = phy.add_subcommand("read", "Read a 16-bit PHY register");
   CLI::App* const write = phy.add_subcommand("write", "Write a 16-bit PHY register");

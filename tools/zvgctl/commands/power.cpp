@@ -12,6 +12,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
@@ -169,8 +170,9 @@ void add_power(CLI::App& application, Context& context) {
       ->add_option("-i,--interval", watch_arguments->interval,
                    "Seconds between two measurements [1]")
       ->type_name("SECONDS");
-  watch->add_option("-c,--count", watch_arguments->count, "Stop after so many; 0: never [0]")
+  watch->add_option("-n,--count", watch_arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*watch, "-c", watch_arguments->count);
   watch->footer(
       "With --json, each measurement is a document on a line of its own.\n"
       "Examples:\n"

@@ -159,8 +159,8 @@ void add_mask(CLI::App& family, Context& context) {
       ->type_name("BITS");
   command->footer(
       "Examples:\n"
-      "  zvgctl reg mask 0x113000 0x38 0x30            bits 5:3 of a byte register become 110\n"
-      "  zvgctl reg mask 0x308030 0x100 0 --width 32   clears bit 8 of a 32-bit register");
+      "  zvgctl reg mask 0x113000 0x38 0x30           bits 5:3 become 110\n"
+      "  zvgctl reg mask 0x308030 0x100 0 --width 32  clears bit 8 of 32");
   command->callback([&context, arguments] {
     context.action = [&context, arguments] { mask_command(context, *arguments); };
   });
@@ -181,7 +181,7 @@ void add_watch(CLI::App& family, Context& context) {
   command->add_option("-n,--count", arguments->count, "End after that many looks")->type_name("N");
   command->footer(
       "Examples:\n"
-      "  zvgctl reg watch 0x113004 --width 8         plug a monitor in and out of HDMI port 0\n"
+      "  zvgctl reg watch 0x113004 --width 8   is HDMI 0 plugged?\n"
       "  zvgctl reg watch 0x308050 -i 1 -n 60        for a minute, once a second\n"
       "With --json each change is one JSON document on a line of its own.");
   command->callback([&context, arguments] {

@@ -14,6 +14,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/output.h"
 
@@ -120,7 +121,7 @@ void fan_command(const Context& context, int percent) {
 void test_temperature_command(const Context& context, const std::string& text) {
   const auto celsius = static_cast<uint32_t>(parse_number("TEMPERATURE", text, UINT32_MAX));
   if (parse_connection(context.connection).door != Door::driver) {
-    usage_error("only the driver takes a test temperature");
+    usage_error("TEMPERATURE: only the driver takes one; use --driver");
   }
   const Connection connection(context);
   const StdoutOnStderr remarks;
@@ -154,8 +155,9 @@ void add_sensor(CLI::App& application, Context& context) {
   add_csv_option(*watch, context);
   watch->add_option("-i,--interval", arguments->interval, "Seconds between two readings [1]")
       ->type_name("SECONDS");
-  watch->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
+  watch->add_option("-n,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*watch, "-c", arguments->count);
   watch->footer(
       "With --json, each reading is a document on a line of its own.\n"
       "Examples:\n"

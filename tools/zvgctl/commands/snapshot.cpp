@@ -40,6 +40,7 @@ std::string check_line(uint64_t address, uint64_t value, unsigned width) {
 void snapshot_command(const Context& context, const SnapshotArguments& arguments) {
   const unsigned width = parse_width(arguments.width);
   if (width > 4) usage_error("--width: a snapshot takes registers of 8, 16 or 32 bits");
+  if (arguments.ranges.empty()) usage_error("--range is required");
   std::vector<AddressRange> ranges;
   for (const std::string& text : arguments.ranges) {
     const AddressRange range = parse_address_range("--range", text);
@@ -162,9 +163,9 @@ void add_snapshot(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<SnapshotArguments>();
   CLI::App* const command =
       family.add_subcommand("snapshot", "Keep the registers of a range in a file");
-  command->add_option("-r,--range", arguments->ranges, "The registers, both ends included; or one")
-      ->required()
+  command->add_option("--range", arguments->ranges, "The registers, both ends included; or one")
       ->type_name("A[-B]");
+  command->add_option("-r", arguments->ranges)->group("");  // its old letter, now of --region
   command->add_option("-w,--width", arguments->width, "Bits of a register: 8, 16 or 32 (default)")
       ->type_name("BITS");
   command->add_option("-o,--output", arguments->output, "The file; - is standard output")

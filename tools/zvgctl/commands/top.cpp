@@ -15,6 +15,7 @@
 #include "zvgctl/commands/top_log.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
@@ -347,8 +348,9 @@ void add_board_top(CLI::App& application, Context& context) {
       ->type_name("FILE");
   command->add_option("-i,--interval", arguments->interval, "Seconds between two samples [1]")
       ->type_name("SECONDS");
-  command->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
+  command->add_option("-n,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*command, "-c", arguments->count);
   command->footer(
       "q quits. Needs 80x24 at least. Without a terminal it only logs; with --json every sample\n"
       "is a document on a line of its own. Engine loads and video memory are the driver's; past\n"

@@ -181,7 +181,7 @@ void add_video(CLI::App& application, Context& context) {
   CLI::App* const init = add_command(
       family, context, arguments, "init", "Set up a port and its video decoder",
       "Example:\n  zvgctl video init 1 --channel 2 --alternate --window b", init_command);
-  init->add_option("--channel", arguments->channel, "I2C channel of the decoder, 0 to 3")
+  init->add_option("-c,--channel", arguments->channel, "I2C channel of the decoder, 0 to 3")
       ->required()
       ->type_name("N");
   init->add_flag("--alternate", arguments->alternate, "The decoder is at 0x25 instead of 0x24");

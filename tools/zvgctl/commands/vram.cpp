@@ -13,6 +13,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/commands/vram_bulk.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
 
@@ -54,9 +55,9 @@ struct Stretch {
 void check_stretch(const Stretch& stretch) {
   if (stretch.offset % word_size != 0) usage_error("--offset: expected a multiple of 4");
   if (stretch.length % word_size != 0) {
-    usage_error("a length of %" PRIu64 " bytes is no multiple of 4", stretch.length);
+    usage_error("--length: a length of %" PRIu64 " bytes is no multiple of 4", stretch.length);
   }
-  if (stretch.length == 0) usage_error("a length of 0 leaves nothing to do");
+  if (stretch.length == 0) usage_error("--length: a length of 0 leaves nothing to do");
   if (stretch.offset > last_vram || stretch.length - 1 > last_vram - stretch.offset) {
     fail("video memory from 0x%" PRIx64 " on, 0x%" PRIx64
          " bytes, is out of range: the last "
@@ -126,8 +127,9 @@ void fill_command(const Context& context, const BulkArguments& arguments) {
 }
 
 void add_offset(CLI::App& command, BulkArguments& arguments) {
-  command.add_option("-o,--offset", arguments.offset, "First byte, a multiple of 4 (default 0)")
+  command.add_option("--offset", arguments.offset, "First byte, a multiple of 4 (default 0)")
       ->type_name("BYTES");
+  add_hidden_alias(command, "-o", arguments.offset);
 }
 
 CLI::Option* add_length(CLI::App& command, BulkArguments& arguments, const char* help) {
