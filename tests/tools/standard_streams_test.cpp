@@ -43,6 +43,15 @@ TEST(StandardOutput, IsTheDocumentsWithJson) {
   EXPECT_THAT(result.err, HasSubstr("standard output is for the document"));
 }
 
+TEST(StandardOutput, ThatIsClosedLeavesNothingBehind) {
+  const Folder folder;
+  const Result result = shell("export TMPDIR=" + folder.path("") +
+                              "; set -o pipefail; $Z ddr dump --mask 1 -o - | head -1");
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("cannot write standard output: Broken pipe"));
+  EXPECT_EQ(folder.files(), 0u);
+}
+
 TEST(StandardOutput, KeepsNoBackup) {
   const Folder folder;
   const Result result =

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -85,6 +86,8 @@ int take_stdout_for_data() {
   if (documents_wanted) {
     usage_error("-: standard output is for the document of --json; name a file");
   }
+  // A reader that has enough ends the command as a full disk would, with all that was begun tidied.
+  signal(SIGPIPE, SIG_IGN);
   reserve_stdout_for_json();
   const int copy = fcntl(json_fd, F_DUPFD_CLOEXEC, 3);
   if (copy < 0) fail("cannot use standard output: %s", strerror(errno));
