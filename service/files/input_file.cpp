@@ -64,6 +64,20 @@ std::string input_name(const std::string& path) {
   return path == standard_stream ? "standard input" : path;
 }
 
+void expect_input(const std::string& path, size_t most, const char* use) {
+  struct stat status;
+  if (stat(path.c_str(), &status) != 0) return;
+  constexpr int no_terminal = -1;
+  if (S_ISDIR(status.st_mode)) {
+    throw_error(ErrorKind::file, "%s is a folder, not a file", path.c_str());
+  }
+  if (!has_an_end(no_terminal, status)) {
+    throw_error(ErrorKind::file, "%s is a device, not a file", path.c_str());
+  }
+  const auto size = S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0;
+  if (size > most) fail_too_large(path, size_text(size), most, use);
+}
+
 std::vector<uint8_t> read_input(const std::string& path, size_t most, const char* use) {
   const std::string name = input_name(path);
   struct stat status;

@@ -22,6 +22,10 @@ std::string input_name(const std::string& path);
 // most: the bytes that it may have. use: what it is, with an article: "a register script".
 std::vector<uint8_t> read_input(const std::string& path, size_t most, const char* use);
 
+// The same judgement of a file that another program will read: it is not opened. What is not there
+// is that program's to tell.
+void expect_input(const std::string& path, size_t most, const char* use);
+
 // The same as text: no zero bytes.
 std::string read_input_text(const std::string& path, size_t most, const char* use);
 

@@ -128,6 +128,9 @@ TEST(InputFiles, LargerThanTheirUseAreRefused) {
     EXPECT_THAT(result.err, HasSubstr("large has 1 TiB: ")) << reader;
     EXPECT_THAT(result.err, HasSubstr(" has at most ")) << reader;
   }
+  EXPECT_THAT(zvgctl("info --sim=" + large).err, HasSubstr("a board file has at most 1 MiB"));
+  EXPECT_THAT(zvgctl("info --sim=/dev/zero").err, HasSubstr("/dev/zero is a device, not a file"));
+  EXPECT_THAT(zvgctl("info --sim=/tmp").err, HasSubstr("/tmp is a folder, not a file"));
   const Result endless = shell("cat /dev/zero | $Z flash verify -");
   EXPECT_EQ(endless.exit, 1);
   EXPECT_THAT(endless.err, HasSubstr("standard input has more than 2 MiB: what goes into the flash "

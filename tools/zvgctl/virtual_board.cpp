@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "service/files/input_file.h"
 #include "zvgctl/connection_options.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
@@ -86,6 +87,8 @@ void run_on_virtual_board(const std::string& board, const std::vector<std::strin
       std::find(boards.begin(), boards.end(), board) == boards.end()) {
     usage_error("--sim: there is no board \"%s\": 'zvgsim boards' lists them", board.c_str());
   }
+  constexpr size_t most_bytes = size_t{1} << 20;
+  if (!named) expect_input(board, most_bytes, "a board file");
   std::vector<std::string> words = {simulator, "run"};
   if (board != default_board) {
     words.push_back("--board");
