@@ -390,7 +390,8 @@ TEST_F(BoardChips, VideoFromSetUpToStop) {
 }
 
 TEST_F(BoardChips, VideoThatWasNeverSetUpHasNoNumbers) {
-  for (const Json& port : Json::parse(on(board(), "video status --json").out)["ports"]) {
+  const Json document = Json::parse(on(board(), "video status --json").out);
+  for (const Json& port : document["ports"]) {
     for (const char* const key : {"source", "x", "y", "width", "height", "offset", "flag"}) {
       EXPECT_EQ(port[key], nullptr) << key;
     }
