@@ -1,11 +1,13 @@
 #include "service/axi/axi_summary.h"
 
+#include <ctype.h>
 #include <stdlib.h>
 #include <util_zvg.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 #include "service/board/error.h"
@@ -100,6 +102,22 @@ const uint32_t* AxiSummary::find(const std::string& label) const {
     if (name == label) return &value;
   }
   return nullptr;
+}
+
+Json to_json(const AxiSummary& summary) {
+  Json counters = Json::object();
+  for (const auto& [label, value] : summary.counters) {
+    std::string key;
+    for (const char c : label) {
+      if (isalnum(static_cast<unsigned char>(c)) != 0) {
+        key += static_cast<char>(tolower(static_cast<unsigned char>(c)));
+      } else if (!key.ends_with('_')) {
+        key += '_';
+      }
+    }
+    counters[key] = value;
+  }
+  return {{"port", summary.port}, {"counters", counters}};
 }
 
 std::vector<AxiSummary> read_axi_summaries(std::string* text) {

@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "service/json.h"
+
 namespace zvg {
 
 struct AxiSummary {
@@ -16,6 +18,9 @@ struct AxiSummary {
   // Null when the monitor does not count that.
   const uint32_t* find(const std::string& label) const;
 };
+
+// A counter's key is its label in snake_case.
+Json to_json(const AxiSummary& summary);
 
 // One pass over all ports. *text gets the library's own text, with its Chinese labels. Throws an
 // Error when the library could not write it down.

@@ -1,14 +1,10 @@
 #include "service/axi/axi_tables.h"
 
-#include <errno.h>
-#include <string.h>
-
 #include <algorithm>
 #include <charconv>
-#include <fstream>
-#include <iterator>
 
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 
 namespace zvg {
 
@@ -45,12 +41,8 @@ bool parse_value(std::string_view text, uint64_t* value) {
   return !text.empty() && error == std::errc() && stop == end;
 }
 
-std::string read_file(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(file), {}};
-  if (!file) throw_error(ErrorKind::bad_data, "cannot read %s: %s", path.c_str(), strerror(errno));
-  return content;
-}
+// Days of samples, four times a second.
+constexpr size_t most_bytes = size_t{1} << 30;
 
 }  // namespace
 
@@ -66,7 +58,7 @@ const std::vector<uint64_t>* AxiTable::find(std::string_view column) const {
 AxiTable read_axi_table(const fs::path& folder, std::string_view port,
                         std::vector<std::string>* problems) {
   const fs::path path = axi_table_path(folder, port);
-  const std::string content = read_file(path);
+  const std::string content = read_input_text(path, most_bytes, "a table of an AXI monitor");
   AxiTable table;
   table.port = port;
   std::string_view rest = content;

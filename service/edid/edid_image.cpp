@@ -1,26 +1,17 @@
 #include "service/edid/edid_image.h"
 
-#include <errno.h>
-#include <stdio.h>
-#include <string.h>
-#include <sys/stat.h>
-
 #include <array>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "formats/edid/base_block.h"
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 
 namespace zvg {
 
 namespace {
 
 using namespace zvg::formats::edid;
-
-struct CloseFile {
-  void operator()(FILE* file) const { fclose(file); }
-};
 
 std::string letters(const std::array<uint8_t, 3>& codes) {
   std::string text;
@@ -33,23 +24,11 @@ std::string letters(const std::array<uint8_t, 3>& codes) {
 }  // namespace
 
 EdidImage EdidImage::from_file(const std::string& path) {
-  const std::unique_ptr<FILE, CloseFile> file(fopen(path.c_str(), "rb"));
-  if (!file) throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
-  struct stat status;
-  if (fstat(fileno(file.get()), &status) != 0)
-    throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
-  if (!S_ISREG(status.st_mode))
-    throw_error(ErrorKind::file, "cannot read %s: not a regular file", path.c_str());
-  const auto size = static_cast<size_t>(status.st_size);
-  if (size == 0 || size % edid_block_size != 0 || size > edid_most_blocks * edid_block_size) {
+  std::vector<uint8_t> bytes = read_input(path, edid_most_blocks * edid_block_size, "an EDID");
+  if (bytes.empty() || bytes.size() % edid_block_size != 0) {
     throw_error(ErrorKind::bad_data,
                 "%s is no EDID: it has %zu bytes, and an EDID has 1 to %zu blocks of %zu",
-                path.c_str(), size, edid_most_blocks, edid_block_size);
-  }
-  std::vector<uint8_t> bytes(size);
-  if (fread(bytes.data(), 1, size, file.get()) != size) {
-    throw_error(ErrorKind::file, "cannot read all of %s: %s", path.c_str(),
-                ferror(file.get()) != 0 ? strerror(errno) : "it has become shorter");
+                input_name(path).c_str(), bytes.size(), edid_most_blocks, edid_block_size);
   }
   return EdidImage(std::move(bytes));
 }

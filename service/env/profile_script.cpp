@@ -209,6 +209,25 @@ void ProfileScript::edit(const std::function<void()>& edit,
                 profile_script_path);
 }
 
+void expect_plain_setting(const std::string& name, const std::string& value) {
+  constexpr char letters[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_";
+  constexpr size_t prefix_size = 4;
+  const bool ours = name.starts_with("KRT_") || name.starts_with("VIV_");
+  if (!ours || name.size() == prefix_size || name.find_first_not_of(letters) != std::string::npos) {
+    throw_error(ErrorKind::bad_argument,
+                "'%s' is no setting of the graphics driver: expected a name of letters, digits and "
+                "'_' that begins with KRT_ or VIV_",
+                name.c_str());
+  }
+  const std::string plain = std::string(letters) + "./:+-";
+  if (value.empty() || value.find_first_not_of(plain) != std::string::npos) {
+    throw_error(ErrorKind::bad_argument,
+                "'%s' cannot be kept in the script: expected one word of letters, digits and any "
+                "of _ . / : + -",
+                value.c_str());
+  }
+}
+
 Settings settings_of(const std::string& script) {
   Settings settings;
   std::istringstream lines(script);

@@ -41,6 +41,10 @@ class ProfileScript {
   int fd_ = -1;
 };
 
+// Throws an Error (bad_argument) for a setting that is not the graphics driver's, or that a login
+// shell would take for more than a word.
+void expect_plain_setting(const std::string& name, const std::string& value);
+
 // NAME and VALUE of the script's lines.
 using Settings = std::vector<std::pair<std::string, std::string>>;
 Settings settings_of(const std::string& script);

@@ -8,17 +8,21 @@
 #include <unistd.h>
 
 #include "service/board/error.h"
+#include "service/files/own_path.h"
 
 namespace zvg {
 
-AtomicFile::AtomicFile(std::string path, bool overwrite) : path_(std::move(path)) {
+AtomicFile::AtomicFile(std::string path, bool overwrite, int stream, const char* or_else)
+    : path_(std::move(path)), fd_(stream) {
+  if (stream >= 0) return;
+  expect_own_folders(path_);
   struct stat status;
   if (stat(path_.c_str(), &status) == 0) {
     if (!S_ISREG(status.st_mode))
       throw_error(ErrorKind::file, "%s exists and is no regular file", path_.c_str());
     if (!overwrite) {
-      throw_error(ErrorKind::file, "%s exists already: give another name, or --force to replace it",
-                  path_.c_str());
+      throw_error(ErrorKind::file, "%s exists already: give another name%s", path_.c_str(),
+                  or_else);
     }
   }
   temporary_ = path_ + ".part-XXXXXX";
@@ -49,7 +53,8 @@ void AtomicFile::write(const void* bytes, size_t size) {
 void AtomicFile::commit() {
   const int closed = close(fd_);
   fd_ = -1;
-  if (closed != 0 || rename(temporary_.c_str(), path_.c_str()) != 0) {
+  const bool named = !temporary_.empty();
+  if (closed != 0 || (named && rename(temporary_.c_str(), path_.c_str()) != 0)) {
     throw_error(ErrorKind::file, "cannot write %s: %s", path_.c_str(), strerror(errno));
   }
   temporary_.clear();

@@ -5,12 +5,14 @@
 #include <string.h>
 
 #include "service/board/error.h"
+#include "service/files/own_path.h"
 
 namespace zvg {
 
 namespace fs = std::filesystem;
 
 WorkFolder::WorkFolder(const fs::path& parent) : before_(fs::current_path()) {
+  expect_own_folders((fs::absolute(parent) / ".").string());
   std::string name = (fs::absolute(parent) / ".zvgctl-XXXXXX").string();
   if (mkdtemp(name.data()) == nullptr) {
     throw_error(ErrorKind::file, "cannot write in %s: %s", parent.c_str(), strerror(errno));

@@ -2,11 +2,12 @@
 
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
+#include <string_view>
 
 #include "service/board/error.h"
 #include "service/files/atomic_file.h"
+#include "service/files/input_file.h"
+#include "service/flash/flash_service.h"
 
 namespace zvg {
 
@@ -35,9 +36,10 @@ void FlashJournal::end() {
 std::optional<std::vector<uint8_t>> FlashJournal::before(uint32_t address,
                                                          std::span<const uint8_t> now,
                                                          const Work& work) const {
-  std::ifstream file(path_, std::ios::binary);
-  if (!file) return {};
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  if (access(path_.c_str(), F_OK) != 0) return {};
+  constexpr size_t most_bytes = 2 * flash_size + 100;
+  const std::vector<uint8_t> content = read_input(path_, most_bytes, "an unfinished write");
+  const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
   const std::string first = header(address, now.size());
   if (!text.starts_with(first) || text.size() != first.size() + 2 * now.size()) {
     work.remark(format("%s is of another write; it is not used", path_.c_str()));

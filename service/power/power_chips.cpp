@@ -7,11 +7,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <nlohmann/json.hpp>
 
 #define TOML_EXCEPTIONS 1
 #include <toml++/toml.h>
 
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 #include "service/i2c/i2c_error.h"
 #include "service/number.h"
 #include "service/seam/library_messages.h"
@@ -281,9 +283,10 @@ PowerMonitor parse_power_monitor(const std::string& text) {
 }
 
 std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
+  constexpr size_t most_bytes = size_t{1} << 20;
   std::vector<PowerMonitor> monitors;
   try {
-    const toml::table board = toml::parse_file(path);
+    const toml::table board = toml::parse(read_input_text(path, most_bytes, "a board file"), path);
     if (const toml::array* const tables = board["power_monitors"].as_array()) {
       for (const toml::node& node : *tables) {
         if (const toml::table* const table = node.as_table()) {
@@ -298,6 +301,19 @@ std::vector<PowerMonitor> load_power_monitors(const std::string& path) {
   if (monitors.empty())
     throw_error(ErrorKind::bad_data, "%s names no [[power_monitors]]", path.c_str());
   return monitors;
+}
+
+Json to_json(const Rail& rail) {
+  // Steps of 0.3 mV, and of 4 mA where a resistor has 5 milliohms.
+  constexpr int decimals_of_volts = 4, decimals = 3;
+  const auto number = [](const std::optional<double>& value, int places) {
+    return value ? Json(rounded(*value, places)) : Json();
+  };
+  return {{"chip", rail.chip},
+          {"rail", rail.name},
+          {"volts", number(rail.volts, decimals_of_volts)},
+          {"amperes", number(rail.amperes, decimals)},
+          {"watts", number(rail.watts(), decimals)}};
 }
 
 std::vector<Rail> measure(const PowerMonitor& monitor) {

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "service/json.h"
+
 namespace zvg {
 
 enum class PowerChip { ltc2990, ltc2991, ina3221 };
@@ -35,6 +37,9 @@ struct Rail {
     return volts && amperes ? std::optional(*volts * *amperes) : std::nullopt;
   }
 };
+
+// Rounded to what the chips resolve; null for what was not measured.
+Json to_json(const Rail& rail);
 
 const char* chip_name(PowerChip chip);
 

@@ -3,6 +3,8 @@
 #include <errno.h>
 #include <util_zvg.h>
 
+#include <nlohmann/json.hpp>
+
 #include "service/board/board.h"
 #include "service/seam/library_messages.h"
 
@@ -25,6 +27,16 @@ DieReadings read_die() {
     expect_sensor_read(zvgSensorVolt(i, &readings.volts[i]), "voltage", i);
   }
   return readings;
+}
+
+Json to_json(const DieReadings& readings) {
+  Json list = Json::array();
+  for (uint32_t i = 0; i < die_sensors; ++i) {
+    list.push_back({{"sensor", i},
+                    {"celsius", rounded(readings.celsius[i], 2)},
+                    {"volts", rounded(readings.volts[i], 4)}});
+  }
+  return list;
 }
 
 }  // namespace zvg

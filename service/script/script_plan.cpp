@@ -1,11 +1,6 @@
 #include "service/script/script_plan.h"
 
-#include <errno.h>
 #include <inttypes.h>
-#include <stdio.h>
-#include <string.h>
-#include <sys/stat.h>
-#include <util_zvg.h>
 
 #include <algorithm>
 #include <memory>
@@ -13,6 +8,7 @@
 #include "formats/script/line.h"
 #include "service/board/board.h"
 #include "service/board/error.h"
+#include "service/files/input_file.h"
 #include "service/text.h"
 
 namespace zvg {
@@ -23,24 +19,11 @@ using zvg::formats::script::BlockLine;
 using zvg::formats::script::LineKind;
 using zvg::formats::script::ScriptLine;
 
-// The text of a file, in the pieces that the library's buffer takes.
-std::vector<std::string> read_pieces(const std::string& path) {
-  struct stat status;
-  if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
-    throw_error(ErrorKind::file, "%s is a folder, not a file", path.c_str());
-  }
-  const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path.c_str(), "re"), fclose);
-  if (!file) throw_error(ErrorKind::file, "cannot open %s: %s", path.c_str(), strerror(errno));
-  std::string text;
-  char buffer[65536];
-  for (size_t size; (size = fread(buffer, 1, sizeof buffer, file.get())) > 0;) {
-    text.append(buffer, size);
-  }
-  if (ferror(file.get()))
-    throw_error(ErrorKind::file, "cannot read %s: %s", path.c_str(), strerror(errno));
-  if (text.find('\0') != std::string::npos) {
-    throw_error(ErrorKind::file, "%s is not a text file: it has zero bytes", path.c_str());
-  }
+// A register file is a few bytes a line; the longest are recordings.
+constexpr size_t most_bytes = size_t{64} << 20;
+
+// A text in the pieces that the library's buffer takes.
+std::vector<std::string> pieces_of(const std::string& text) {
   std::vector<std::string> pieces;
   for (size_t at = 0; at < text.size();) {
     const size_t newline = text.find('\n', at);
@@ -215,19 +198,7 @@ void plan_block_line(PlannedLine& line, const std::string& text, BlockLine& fiel
       kind == FileKind::read ? BlockLine::read_field_count : BlockLine::check_field_count);
 }
 
-}  // namespace
-
-size_t Plan::count(Step step) const {
-  return static_cast<size_t>(std::count_if(
-      lines.begin(), lines.end(), [step](const PlannedLine& line) { return line.step == step; }));
-}
-
-size_t Plan::remarks() const {
-  return static_cast<size_t>(std::count_if(
-      lines.begin(), lines.end(), [](const PlannedLine& line) { return !line.remark.empty(); }));
-}
-
-Plan plan_file(const std::string& path, FileKind kind) {
+Plan plan_text(const std::string& text_of_file, FileKind kind) {
   const bool blocks = kind == FileKind::check || kind == FileKind::read;
   const auto& format_of_file =
       blocks ? zvg::formats::script::block_file_format : zvg::formats::script::script_format;
@@ -235,7 +206,7 @@ Plan plan_file(const std::string& path, FileKind kind) {
   ScriptLine script_fields_so_far;
   const auto block_fields_so_far = std::make_unique<BlockLine>();
   bool continues = false;
-  for (const std::string& text : read_pieces(path)) {
+  for (const std::string& text : pieces_of(text_of_file)) {
     PlannedLine line;
     line.number = static_cast<int>(plan.lines.size()) + 1;
     switch (classify(format_of_file, text.c_str())) {
@@ -266,5 +237,24 @@ Plan plan_file(const std::string& path, FileKind kind) {
   }
   return plan;
 }
+
+}  // namespace
+
+size_t Plan::remarks() const {
+  return static_cast<size_t>(std::count_if(
+      lines.begin(), lines.end(), [](const PlannedLine& line) { return !line.remark.empty(); }));
+}
+
+bool Plan::is_empty() const {
+  return std::all_of(lines.begin(), lines.end(), [](const PlannedLine& line) {
+    return line.step == Step::nothing || line.step == Step::header;
+  });
+}
+
+RegisterFile::RegisterFile(const std::string& path, FileKind kind)
+    : name_(input_name(path)),
+      kind_(kind),
+      text_(read_input_text(path, most_bytes, "a register file")),
+      plan_(plan_text(text_, kind)) {}
 
 }  // namespace zvg

@@ -22,12 +22,29 @@ struct PlannedLine {
 struct Plan {
   std::vector<PlannedLine> lines;
 
-  size_t count(Step step) const;
   size_t remarks() const;
+  // Whether all of it is comments, blank lines and headers.
+  bool is_empty() const;
 };
 
-// Reads a file. Throws an Error when it cannot be read or is no text.
-Plan plan_file(const std::string& path, FileKind kind);
+// A register file that was read once, for all that is done with it.
+class RegisterFile {
+ public:
+  // path: "-" for standard input. Throws an Error when it cannot be read or is no text.
+  RegisterFile(const std::string& path, FileKind kind);
+
+  // As messages call it.
+  const std::string& name() const { return name_; }
+  FileKind kind() const { return kind_; }
+  const std::string& text() const { return text_; }
+  const Plan& plan() const { return plan_; }
+
+ private:
+  std::string name_;
+  FileKind kind_;
+  std::string text_;
+  Plan plan_;
+};
 
 }  // namespace zvg
 

@@ -2,6 +2,7 @@
 
 #include <util_zvg.h>
 
+#include <nlohmann/json.hpp>
 #include <type_traits>
 
 #include "service/board/error.h"
@@ -38,13 +39,6 @@ std::array<int, clock_count> clocks() {
   return mhz;
 }
 
-// An engine's load in per cent; negative for one that is not there.
-int engine_load(unsigned engine) {
-  uint32_t load = engine;
-  zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load);
-  return static_cast<int32_t>(load);
-}
-
 VideoMemory video_memory() {
   zvg_info info = {};
   zvgInfoRead(&info);
@@ -71,7 +65,8 @@ double fan_percent(Board& board) {
   return 100.0 * duty / period;
 }
 
-std::string csv_name(std::string name) {
+std::string csv_name(const std::string& raw) {
+  std::string name = printable(raw);
   for (char& c : name) {
     if (c == ',' || c == '"' || c == '\n') c = '_';
   }
@@ -79,6 +74,13 @@ std::string csv_name(std::string name) {
 }
 
 }  // namespace
+
+std::optional<int> engine_load(unsigned engine) {
+  uint32_t load = engine;
+  zvgQueryInt(ZVG_QUERY_ENGINE_LOAD, &load);
+  const auto percent = static_cast<int32_t>(load);
+  return percent < 0 ? std::nullopt : std::optional(percent);
+}
 
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors) {
   BoardSample sample;
@@ -91,7 +93,7 @@ BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors
     for (unsigned engine = 0; engine < engines; ++engine) {
       const auto load =
           attempt(board, sample, "ask for an engine's load", [&] { return engine_load(engine); });
-      if (load && *load >= 0) sample.loads.emplace_back(engine, *load);
+      if (load && *load) sample.loads.emplace_back(engine, **load);
     }
     sample.memory = attempt(board, sample, "ask for the video memory", video_memory);
   }
@@ -101,6 +103,30 @@ BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors
     if (rails) sample.rails.insert(sample.rails.end(), rails->begin(), rails->end());
   }
   return sample;
+}
+
+Json to_json(const BoardSample& sample) {
+  Json clocks = Json::array();
+  for (unsigned i = 0; i < clock_count; ++i) {
+    clocks.push_back(
+        {{"clock", clock_names[i].name}, {"mhz", sample.mhz ? Json((*sample.mhz)[i]) : Json()}});
+  }
+  Json engines = Json::array();
+  for (const auto& [engine, load] : sample.loads) {
+    engines.push_back({{"engine", engine}, {"load_percent", load}});
+  }
+  Json rails = Json::array();
+  for (const Rail& rail : sample.rails) rails.push_back(to_json(rail));
+  Json memory;
+  if (sample.memory) memory = {{"used", sample.memory->used}, {"free", sample.memory->free}};
+  return {{"time", sample.time},
+          {"clocks", clocks},
+          {"sensors", sample.die ? to_json(*sample.die) : Json()},
+          {"fan_percent", sample.fan_percent ? Json(rounded(*sample.fan_percent, 1)) : Json()},
+          {"engines", engines},
+          {"video_memory", memory},
+          {"rails", rails},
+          {"trouble", sample.trouble.empty() ? Json() : Json(sample.trouble)}};
 }
 
 std::string csv_header(const BoardSample& sample) {

@@ -34,8 +34,13 @@ struct BoardSample {
   bool access_failed = false;  // something that is there did not answer
 };
 
+// An engine's load in per cent; nothing for one that is not there. The driver knows.
+std::optional<int> engine_load(unsigned engine);
+
 // monitors: the power-monitor chips; may be none.
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors);
+
+Json to_json(const BoardSample& sample);
 
 // A line of comma-separated values with its line feed, and the line of names above it. The columns
 // are those that the sample has.

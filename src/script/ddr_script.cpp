@@ -3,6 +3,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "script/line_results.h"
 #include "script/script_file.h"
 #include "script/script_poll.h"
 #include "util_zvg.h"
@@ -14,9 +15,12 @@ namespace {
 enum class Run { on, stop };
 
 Run write(int number, const ScriptLine& line, unsigned mask) {
-  if (zvgDdrRegWriteLong(mask, line.address, line.value) == 0) return Run::on;
-  report_failed_write(number, line.address, line.value);
-  return Run::stop;
+  if (zvgDdrRegWriteLong(mask, line.address, line.value) != 0) {
+    report_failed_write(number, line.address, line.value);
+    return Run::stop;
+  }
+  tell_verdict(Verdict::done);
+  return Run::on;
 }
 
 // A DDR register that does not come within the first hundred reads will not come: the whole script
@@ -45,7 +49,7 @@ int zvgDdrRunScript(const char* path, unsigned channel_mask) {
   Run run = Run::on;
   while (run == Run::on && file.next(&kind)) {
     if (kind != Line::registers) continue;
-    line.parse(file.text());
+    tell_fields(line.parse(file.text()), &line, nullptr);
     if (line.operation == 'W' || line.operation == 'w') {
       run = write(file.number(), line, channel_mask);
     } else if (line.operation == 'R' || line.operation == 'r') {

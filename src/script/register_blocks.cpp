@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "core/chip.h"
+#include "script/line_results.h"
 #include "script/reg_width.h"
 #include "util_zvg.h"
 
@@ -190,7 +191,10 @@ int check(const Block& block, const Access& a) {
     block.check_failed.print(a);
     return failed;
   }
-  if (((value ^ a.value) & a.mask) != 0) {
+  const bool good = ((value ^ a.value) & a.mask) == 0;
+  tell_read(value);
+  tell_verdict(good ? Verdict::passed : Verdict::mismatch);
+  if (!good) {
     printf(block.mismatch, static_cast<unsigned long>(a.shown), value, a.value, a.mask);
   } else {
     block.match.print(a);
@@ -200,9 +204,13 @@ int check(const Block& block, const Access& a) {
 
 uint32_t read(const Block& block, const Access& a) {
   uint32_t value = 0;
-  if (block.read(a, &value) == 0) return value;
-  block.read_failed.print(a);
-  return failed_value;
+  if (block.read(a, &value) != 0) {
+    block.read_failed.print(a);
+    return failed_value;
+  }
+  tell_read(value);
+  tell_verdict(Verdict::done);
+  return value;
 }
 
 int write(const Block& block, const Access& a) {
@@ -210,6 +218,7 @@ int write(const Block& block, const Access& a) {
     block.write_failed.print(a);
     return failed;
   }
+  tell_verdict(Verdict::done);
   block.written.print(a);
   return 0;
 }

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "script/line_results.h"
 #include "script/script_file.h"
 #include "util_zvg.h"
 
@@ -13,12 +14,14 @@ namespace {
 
 constexpr char output_file[] = "out_file.txt";
 
+// Null when the line names none.
 const zvg_reg_dev* find_block(const char* name) {
   for (const zvg_reg_dev& row : reg_dev) {
     if (static_cast<char>(row.key) == name[0] && static_cast<char>(row.key >> 8) == name[1]) {
       return &row;
     }
   }
+  tell_verdict(Verdict::malformed);
   return nullptr;
 }
 
@@ -47,7 +50,7 @@ int zvgRunCheckReg(const char* path) {
     // The header keeps its own newline; the colon is the full-width one.
     if (kind == Line::header) printf("\033[36mRegister\xEF\xBC\x9A%s\033[0m", file.text());
     if (kind != Line::registers) continue;
-    line.parse(file.text());
+    tell_fields(line.parse(file.text()), nullptr, &line);
     const zvg_reg_dev* const block = find_block(line.name);
     if (block == nullptr) continue;
     if (block->check == nullptr) return -1;
@@ -72,7 +75,7 @@ int zvgRunReadReg(const char* path) {
   while (file.next(&kind)) {
     if (kind == Line::header) fputs(file.text(), output);
     if (kind != Line::registers) continue;
-    line.parse(file.text());
+    tell_fields(line.parse(file.text()), nullptr, &line);
     const zvg_reg_dev* const block = find_block(line.name);
     if (block == nullptr) {
       fprintf(stderr, "no matching function found for op = %c, name = %c, channel_name = %d\n",

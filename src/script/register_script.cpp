@@ -2,6 +2,7 @@
 #include <stdint.h>
 #include <stdio.h>
 
+#include "script/line_results.h"
 #include "script/reg_width.h"
 #include "script/script_file.h"
 #include "script/script_poll.h"
@@ -15,21 +16,29 @@ namespace {
 enum class Run { on, stop };
 
 Run write(int number, const ScriptLine& line, uint32_t value) {
-  if (write_reg(line.address, line.width, value) == 0) return Run::on;
-  report_failed_write(number, line.address, value);
-  return Run::stop;
+  if (write_reg(line.address, line.width, value) != 0) {
+    report_failed_write(number, line.address, value);
+    return Run::stop;
+  }
+  tell_verdict(Verdict::done);
+  return Run::on;
 }
 
 Run read(int number, const ScriptLine& line, uint32_t* value) {
-  if (read_reg(line.address, line.width, value) == 0) return Run::on;
-  report_failed_read(number, line.address);
-  return Run::stop;
+  if (read_reg(line.address, line.width, value) != 0) {
+    report_failed_read(number, line.address);
+    return Run::stop;
+  }
+  tell_read(*value);
+  return Run::on;
 }
 
 Run check(int number, const ScriptLine& line) {
   uint32_t value = 0;
   if (read(number, line, &value) == Run::stop) return Run::stop;
-  if (!matches(line, value)) {
+  const bool good = matches(line, value);
+  tell_verdict(good ? Verdict::passed : Verdict::mismatch);
+  if (!good) {
     printf("%d: read [%lx] == 0x%x != %x (mask %X)\n", number, line.address, value, line.value,
            line.mask);
   }
@@ -90,7 +99,7 @@ int zvgRunScript(const char* path) {
   Line kind;
   while (file.next(&kind)) {
     if (kind != Line::registers) continue;
-    line.parse(file.text());
+    tell_fields(line.parse(file.text()), &line, nullptr);
     if (run(file, file.text(), line) == Run::stop) break;
   }
   return 0;

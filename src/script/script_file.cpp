@@ -5,7 +5,11 @@
 #include <string.h>
 #include <unistd.h>
 
+#include "script/line_results.h"
+
 namespace zvg::script {
+
+LineObserver* g_line_observer = nullptr;
 
 namespace {
 
@@ -46,34 +50,47 @@ int ScriptFile::open(const char* path) {
 
 bool ScriptFile::next(Line* line) {
   using namespace formats::script;
+  end_line();
   if (fgets(text_, sizeof text_, file_) == nullptr) return false;
   ++number_;
   *line = Line::nothing;
-  switch (classify(format_, text_)) {
+  const LineKind kind = classify(format_, text_);
+  begin_line(number_, kind);
+  switch (kind) {
     case LineKind::skipped:
       break;
     case LineKind::delay:
       wait(parse_delay(text_));
+      tell_verdict(Verdict::done);
       break;
     case LineKind::echo:
       fputs(echo_text(text_), stdout);
+      tell_verdict(Verdict::done);
       break;
     case LineKind::header:
       *line = Line::header;
       break;
     case LineKind::registers:
       *line = Line::registers;
+      tell_verdict(Verdict::no_access);  // until it was made
       break;
   }
   return true;
 }
 
 void ScriptFile::close() {
+  end_line();
   if (file_ != nullptr) fclose(file_);
   file_ = nullptr;
 }
 
+void ScriptFile::abandon() {
+  end_line();
+  file_ = nullptr;
+}
+
 void report_bad_operation(const ScriptFile& file, const char* text) {
+  tell_verdict(Verdict::malformed);
   fprintf(stderr, "%d %s: Operation character error!\n", file.number(), text);
 }
 

@@ -42,7 +42,7 @@ class ScriptFile {
 
   void close();
   // Lets go of the file without closing it.
-  void abandon() { file_ = nullptr; }
+  void abandon();
 
  private:
   Format format_;

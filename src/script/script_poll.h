@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "core/poll.h"
+#include "script/line_results.h"
 #include "script/script_file.h"
 
 namespace zvg::script {
@@ -42,7 +43,12 @@ Poll poll_register(int number, const ScriptLine& line, const char* progress, boo
   };
   const auto most = static_cast<unsigned>(give_up ? poll_progress_every : poll_reads);
   const std::optional<Poll> end = core::look_then_wait(most, wait, look);
-  if (end == Poll::read_failed) report_failed_read(number, line.address);
+  if (end == Poll::read_failed) {
+    report_failed_read(number, line.address);
+    return *end;
+  }
+  tell_read(value);
+  tell_verdict(end ? Verdict::passed : Verdict::timed_out);
   if (end) return *end;
   if (give_up) return Poll::gave_up;
   fprintf(stderr, "%d: check reg timeout, read [0x%08lx] out 0x%08x, should be 0x%08x!\n", number,

@@ -292,9 +292,9 @@ TEST(AxiSummaryTool, HasLabelsInTwoLanguages) {
   const json& counters = ports[2]["counters"];
   EXPECT_EQ(ports[2]["port"], "3D0_AXI0");
   EXPECT_EQ(counters.size(), 29u) << "bursts of writes and of reads have labels of their own";
-  EXPECT_EQ(counters["write bursts"], 0xFFFF);
-  EXPECT_EQ(counters["read bursts"], 0xFFFF);
-  EXPECT_NE(counters["highest read bandwidth"], 0);
+  EXPECT_EQ(counters["write_bursts"], 0xFFFF);
+  EXPECT_EQ(counters["read_bursts"], 0xFFFF);
+  EXPECT_NE(counters["highest_read_bandwidth"], 0);
 }
 
 TEST(AxiSummaryTool, TablesAreOfRq302Only) {

@@ -349,7 +349,7 @@ TEST(Query, PrintsTheDriversReport) {
   EXPECT_EQ(zvgctl_sim("query VRAM").out, "Query vram used rate is\uFF1A6.25%\n");
   EXPECT_EQ(zvgctl_sim("query C").out, "Query Card Num: 1\nQuery Channel: 1 2\n");
   EXPECT_EQ(zvgctl_sim("query LOAD 4").out, "Query load[4]\uFF1A27%\n");
-  EXPECT_EQ(zvgctl_sim("query LOAD 9").out, "Query load[9] is null\nQuery load[9]\uFF1A-1%\n");
+  EXPECT_EQ(zvgctl_sim("query LOAD 0x4").out, "Query load[4]\uFF1A27%\n");
   const Result all = zvgctl_sim("query");
   EXPECT_THAT(all.out, AllOf(StartsWith("Query DEVICE ID: 0x202\n"),
                              HasSubstr("Query load[4]\uFF1A27%\nQuery firmware: FW 2.7.1\n")));
@@ -364,6 +364,12 @@ TEST(Query, SaysWhatItDoesNotKnow) {
   EXPECT_EQ(unknown.out, "");
   EXPECT_THAT(zvgctl_sim("query AXI 3").err, HasSubstr("only LOAD takes an engine's number"));
   EXPECT_EQ(zvgctl_sim("query LOAD x").exit, 2);
+  for (const char* const command : {"query LOAD 9", "query LOAD 99", "query LOAD 9 --json"}) {
+    const Result absent = zvgctl_sim(command);
+    EXPECT_EQ(absent.exit, 1) << command;
+    EXPECT_EQ(absent.out.find("-1%"), std::string::npos) << command;
+    EXPECT_THAT(absent.err, HasSubstr("the driver knows no engine 9")) << command;
+  }
   EXPECT_THAT(zvgctl("query --serial /dev/ttyX").err, HasSubstr("use --driver"));
   const Folder folder;
   const std::string bare = folder.put("bare.toml", "");

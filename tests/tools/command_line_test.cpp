@@ -102,8 +102,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Misuse{"nonsense", "\"nonsense\" is out of place: no such command or option here"},
         Misuse{"info nonsense", "nonsense"},
-        Misuse{"reg", "A subcommand is required\nTry 'zvgctl reg --help'."},
-        Misuse{"--json", "A subcommand is required\nTry 'zvgctl --help'."},
+        Misuse{"reg",
+               "A subcommand is required: read, write, mask, watch, snapshot, diff\nTry 'zvgctl "
+               "reg --help'."},
+        Misuse{"--json", "A subcommand is required: info, reg, vram, "},
         Misuse{"reg nonsense", "nonsense"}, Misuse{"reg read", "ADDR is required"},
         Misuse{"reg read x", not_a_number}, Misuse{"reg read 0x10zz", not_a_number},
         Misuse{"reg read 0 --width 24", "--width: \"24\" is not a width"},
@@ -271,7 +273,7 @@ TEST(NoBoardTest, ALoadChecksItsFileFirst) {
   EXPECT_EQ(shorter.err, "zvgctl: " + odd + " is too short: 5 bytes, not the 8 of --length\n");
   const Result unreadable = zvgctl("vram load " + folder.path(".") + " --yes");
   EXPECT_EQ(unreadable.exit, 1);
-  EXPECT_EQ(unreadable.err, "zvgctl: " + folder.path(".") + " is no regular file\n");
+  EXPECT_EQ(unreadable.err, "zvgctl: " + folder.path(".") + " is a folder, not a file\n");
 }
 
 TEST(SimTest, AMissingSimulatorIsSaid) {

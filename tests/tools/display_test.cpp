@@ -202,7 +202,7 @@ TEST(ModeTool, OutputsAndTheirControllers) {
   EXPECT_TRUE(outputs[15]["mode"].is_null());
   EXPECT_THAT(zvgctl_sim("mode list").out, HasSubstr("DP 2    CRTC2       1024x768   60.00 Hz"));
   EXPECT_THAT(zvgctl_sim("mode list --raw").out,
-              StartsWith("The value of HDMI_DAC_DVO_OUT_MUX reg: 0x00000000\n\033[43mDAC 0 -> "));
+              StartsWith("The value of HDMI_DAC_DVO_OUT_MUX reg: 0x00000000\nDAC 0 -> "));
   Bench crossed(
       "output_mux = 0x10\n[[crtc]]\nnumber = 1\n"
       "timing = [65000, 1024, 1048, 1184, 1344, 768, 771, 777, 806]\n");

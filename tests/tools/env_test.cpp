@@ -74,12 +74,12 @@ TEST_F(Env, ClearCreatesTheScriptAndSetFillsIt) {
 TEST_F(Env, SetTakesVariables) {
   write(gl);
   EXPECT_EQ(env("set KRT_GL_TRACE=0").exit, 0);
-  EXPECT_EQ(env("set MY_OWN=some/value").exit, 0);
-  EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport MY_OWN=some/value\n");
-  const Result json = env("set MY_OWN=x --json");
+  EXPECT_EQ(env("set KRT_MY_OWN=some/value:1.5").exit, 0);
+  EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport KRT_MY_OWN=some/value:1.5\n");
+  const Result json = env("set KRT_MY_OWN=x --json");
   EXPECT_EQ(Json::parse(json.out),
-            Json({{"schema", "zvg/env-set/1"}, {"name", "MY_OWN"}, {"value", "x"}}));
-  EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport MY_OWN=x\n");
+            Json({{"schema", "zvg/env-set/1"}, {"name", "KRT_MY_OWN"}, {"value", "x"}}));
+  EXPECT_EQ(script(), "export KRT_GL_TRACE=0\nexport KRT_MY_OWN=x\n");
   EXPECT_EQ(Json::parse(env("set 3d es --json").out),
             Json({{"schema", "zvg/env-set/1"}, {"name", "KRT_ES_TRACE"}, {"value", "1"}}));
 }
@@ -115,9 +115,20 @@ TEST_F(Env, WrongWordsAreExplainedAndChangeNothing) {
       {"set 3 2 5 5", "nothing follows a core: '5'"},
       {"set texture 1", "nothing follows TEXTURE"},
       {"set on", "ON is no setting"},
-      {"set =1", "'' is no variable's name"},
-      {"set A=", "'' cannot be kept in the script"},
-      {"set A=1,2", "'1,2' cannot be kept in the script"},
+      {"set =1", "'' is no setting of the graphics driver"},
+      {"set PATH=/tmp", "'PATH' is no setting of the graphics driver"},
+      {"set LD_PRELOAD=/tmp/x.so", "'LD_PRELOAD' is no setting"},
+      {"set KRT_=1", "'KRT_' is no setting"},
+      {"set KRT_A;B=1", "'KRT_A;B' is no setting"},
+      {"set KRT-X=1", "'KRT-X' is no setting"},
+      {"set KRT_X=$(id)", "'$(id)' cannot be kept in the script"},
+      {"set KRT_X=A;id", "'A;id' cannot be kept in the script"},
+      {"set KRT_X=`id`", "'`id`' cannot be kept in the script"},
+      {"set KRT_X=a|b", "'a|b' cannot be kept in the script"},
+      {"set KRT_X='a'", "''a'' cannot be kept in the script"},
+      {"set KRT_X=a=b", "'a=b' cannot be kept in the script"},
+      {"set KRT_A=", "'' cannot be kept in the script"},
+      {"set VIV_A=1,2", "'1,2' cannot be kept in the script"},
       {"set", "WORDS"},
       {"menu", "the menu asks on a terminal"},
   };

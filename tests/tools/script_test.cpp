@@ -1,6 +1,7 @@
 // zvgctl script, check, read, ddr, reg snapshot and diff, and --record, on the virtual board.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <nlohmann/json.hpp>
 
@@ -101,6 +102,130 @@ TEST_F(ScriptTool, SummaryAsJson) {
   EXPECT_THAT(result.err, HasSubstr(" text\n"));
 }
 
+// A line's result: its verdict, and the register's value if it was read.
+std::string told(const json& line) {
+  return line["verdict"].get<std::string>() +
+         (line["read"].is_null() ? "" : " " + line["read"].get<std::string>());
+}
+
+TEST_F(ScriptTool, EveryLineHasItsResult) {
+  const Result result = script(
+      "# a comment\n\n300008 12 W 0 32\n300004 A5 C FF 8\n300004 5A C FF 8\n300000 1 R 1 32\n"
+      "30000C 3 S F 16\nusleep 5\necho done\nhello\n300004 1 Q 0 8\n1000000 1 C 0 32\n300008 1 W 0 "
+      "32\n",
+      "--json");
+  EXPECT_EQ(result.exit, 1);
+  const json document = json::parse(result.out);
+  EXPECT_EQ(document["schema"], "zvg/script-run/1");
+  const json& lines = document["lines"];
+  ASSERT_EQ(lines.size(), 13u);
+  const char* const expected[] = {"skipped",   "skipped",          "pass",        "pass 0xa5",
+                                  "fail 0xa5", "pass 0x00000001",  "pass 0x0000", "pass",
+                                  "pass",      "malformed 0x0003", "malformed",   "error",
+                                  "not_run"};
+  for (size_t i = 0; i < 13; ++i) {
+    EXPECT_EQ(lines[i]["line"], i + 1);
+    EXPECT_EQ(told(lines[i]), expected[i]) << i + 1;
+  }
+  EXPECT_EQ(lines[4], json({{"line", 5},
+                            {"operation", "check"},
+                            {"block", nullptr},
+                            {"address", "0x300004"},
+                            {"width", 8},
+                            {"written", nullptr},
+                            {"read", "0xa5"},
+                            {"expected", "0x5a"},
+                            {"mask", "0xff"},
+                            {"verdict", "fail"}}));
+  EXPECT_EQ(lines[2]["written"], "0x00000012");
+  EXPECT_EQ(lines[7]["operation"], "wait");
+  EXPECT_EQ(document["stopped_at_line"], 12);
+  EXPECT_EQ(document["failures"], 2);
+}
+
+TEST_F(ScriptTool, LinesOfADdrScriptHaveTheirResults) {
+  const json document = json::parse(
+      script("280010 AB W 0 32\n280010 AB R FF 32\n280010 AC R FF 32\n280010 1 W 0 32\n",
+             "--ddr 1 --json")
+          .out);
+  EXPECT_EQ(told(document["lines"][0]), "pass");
+  EXPECT_EQ(told(document["lines"][1]), "pass 0x000000ab");
+  EXPECT_EQ(told(document["lines"][2]), "timed_out 0x000000ab");
+  EXPECT_EQ(told(document["lines"][3]), "not_run");
+}
+
+TEST_F(ScriptTool, LinesOfACheckFileHaveTheirResults) {
+  const std::string file = folder_.put("check.txt",
+                                       "#block\n300004 RM0 FF 8 A5\n300004 RM0 FF 8 A6\n"
+                                       "300008 WM0 0 32 1\n300008 RD0 FF 16 1\n300000 RX0 0 8 0\n");
+  const json document = json::parse(run("check --json " + file).out);
+  const json& lines = document["lines"];
+  ASSERT_EQ(lines.size(), 6u);
+  const char* const expected[] = {"skipped", "pass 0xa5", "fail 0xa5",
+                                  "pass",    "error",     "malformed"};
+  for (size_t i = 0; i < 6; ++i) EXPECT_EQ(told(lines[i]), expected[i]) << i + 1;
+  EXPECT_EQ(lines[2]["block"], "RM0");
+  EXPECT_EQ(lines[2]["expected"], "0xa6");
+  EXPECT_EQ(lines[2]["mask"], "0xff");
+}
+
+TEST_F(ScriptTool, AccessThatFailsIsItsLinesError) {
+  const std::string file = folder_.put("check.txt", "300004 RM0 FF 8 A5\n300004 RM0 FF 8 A5\n");
+  folder_.put("failing.toml",
+              std::string(board) + "[[faults.driver]]\nrequest = 3\nerrno = \"EIO\"\n");
+  const Result result = zvgctl("check --json " + file + " --sim " + folder_.path("failing.toml"),
+                               zvgtest::on_virtual_time());
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("Input/output error"));
+  const json document = json::parse(result.out);
+  EXPECT_EQ(told(document["lines"][0]), "pass 0xa5");
+  EXPECT_EQ(told(document["lines"][1]), "error");
+}
+
+// From a pipe and on a virtual board, which runs the tool once more.
+Result piped(const std::string& command, const std::string& input) {
+  return zvgtest::zvgctl_sim(command, {.input = input});
+}
+
+TEST_F(ScriptTool, FilesComeFromPipes) {
+  for (const std::string from : {"-", "/dev/stdin"}) {
+    Result result = piped("script run --json " + from, "300004 0 C FF 8\n300008 5 W FF 32\n");
+    EXPECT_EQ(result.exit, 0) << result.err;
+    EXPECT_EQ(json::parse(result.out)["writes"], 1) << from;
+    result = piped("script run --json --ddr 1 " + from, "280010 5 W FF 32\n");
+    EXPECT_EQ(json::parse(result.out)["writes"], 1) << from;
+    result = piped("check --json " + from, "300004 RM0 FF 8 1\n");
+    EXPECT_EQ(result.exit, 1);
+    EXPECT_EQ(json::parse(result.out)["checks_failed"], 1) << from;
+    result = piped("script run --dry-run " + from, "300004 0 C FF 8\n");
+    EXPECT_EQ(result.out, "    1  check that 0x300004 is 0x0 in bits 0xff (8 bits)\n");
+  }
+  const Result substituted = zvgtest::run(
+      {"/bin/bash", "-c",
+       ZVGCTL_PROGRAM " --sim script run <(echo 300008 5 W FF 32; echo 300008 5 C FF 32)"},
+      zvgtest::on_virtual_time());
+  EXPECT_EQ(substituted.exit, 0) << substituted.err;
+  EXPECT_EQ(substituted.out, "1 write, 1 check\n");
+}
+
+TEST_F(ScriptTool, NothingToDoIsAFailure) {
+  for (const std::string command : {"script run", "script run --ddr 1", "check", "read"}) {
+    for (const std::string input : {"", "# only a comment\n\n"}) {
+      const Result result = piped(command + " -", input);
+      EXPECT_EQ(result.exit, 1) << command;
+      EXPECT_THAT(result.err, HasSubstr("nothing to do: standard input")) << command;
+    }
+  }
+  EXPECT_EQ(piped("script run --allow-empty -", "").exit, 0);
+  EXPECT_EQ(piped("script run --dry-run -", "").exit, 1);
+}
+
+TEST_F(ScriptTool, LineThatIsNotWholeFailsTheRun) {
+  EXPECT_EQ(piped("script run -", "300004 0 C FF 8\nhello world\n").exit, 1);
+  EXPECT_EQ(piped("script run -", "300004 0 C FF 8\n300004 0 C FF\n").exit, 1);
+  EXPECT_EQ(piped("check -", "300004 RM0 FF 8 0\n300004 RM0\n").exit, 1);
+}
+
 TEST_F(ScriptTool, DdrScriptReachesItsChannels) {
   const Result result = script("280010 AB W 0 32\n280010 AB R FF 32\n", "--ddr 0x3");
   EXPECT_EQ(result.exit, 0);
@@ -181,7 +306,7 @@ TEST_F(ScriptTool, BadFilesAreRefusedBeforeTheBoardIsTouched) {
   for (const std::string command : {"script run", "check", "read"}) {
     const Result missing = run(command + " /nonexistent/file");
     EXPECT_EQ(missing.exit, 1);
-    EXPECT_THAT(missing.err, HasSubstr("cannot open /nonexistent/file: No such file"));
+    EXPECT_THAT(missing.err, HasSubstr("cannot read /nonexistent/file: No such file"));
     const Result folder = run(command + " /tmp");
     EXPECT_EQ(folder.exit, 1);
     EXPECT_THAT(folder.err, HasSubstr("/tmp is a folder"));
@@ -215,6 +340,21 @@ TEST_F(ScriptTool, ReadFileIsLoggedAndSummedUp) {
   EXPECT_EQ(result.exit, 1);
   EXPECT_THAT(result.out, HasSubstr("reg data is in out_file.txt!\n2 reads, 1 failure\n"));
   EXPECT_THAT(folder_.get("out_file.txt"), HasSubstr("8C RV1 0 8 0xffffffff\n"));
+}
+
+TEST_F(ScriptTool, ReadFileFollowsNoLinkThatOthersMayHavePut) {
+  const std::string file = folder_.put("read.txt", "300004 RM0 0 8\n");
+  folder_.put("victim", "precious\n");
+  std::filesystem::create_directory(folder_.path("open"));
+  chmod(folder_.path("open").c_str(), 0777);
+  std::filesystem::create_symlink(folder_.path("victim"), folder_.path("open/out_file.txt"));
+  const Result result = zvgtest::run(
+      {"/bin/sh", "-c",
+       "cd " + folder_.path("open") + " && exec " ZVGCTL_PROGRAM " --sim read " + file},
+      zvgtest::on_virtual_time());
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("symbolic link in a folder that others can write"));
+  EXPECT_EQ(folder_.get("victim"), "precious\n");
 }
 
 TEST_F(ScriptTool, ReadFileThatWritesIsRefused) {
@@ -315,17 +455,40 @@ TEST_F(ScriptTool, SnapshotIsAScriptThatChecksForItself) {
   EXPECT_EQ(folder_.get("snapshot.txt"), "300004 a5 C ff 8\n300005 00 C ff 8\n");
 }
 
+TEST_F(ScriptTool, SnapshotOfOneRegister) {
+  const std::string file = folder_.path("snapshot.txt");
+  EXPECT_EQ(run("reg snapshot --range 0x300004 -o " + file).exit, 0);
+  EXPECT_EQ(folder_.get("snapshot.txt"), "300004 000000a5 C ffffffff 32\n");
+  EXPECT_EQ(run("reg snapshot --force --width 8 --range 0xffffff -o " + file).exit, 0);
+  EXPECT_EQ(folder_.get("snapshot.txt"), "ffffff 00 C ff 8\n");
+  for (const std::string range : {"0x300000-0x300004", "0x300000-0x300001", "0xffffff"}) {
+    const Result cut = run("reg snapshot --range " + range + " -o " + folder_.path("cut.txt"));
+    EXPECT_EQ(cut.exit, 2) << range;
+    EXPECT_FALSE(std::filesystem::exists(folder_.path("cut.txt"))) << range;
+  }
+  EXPECT_THAT(run("reg snapshot --range 0x300000-0x300004 -o -").err,
+              HasSubstr("the register at its end goes on to 0x300007"));
+}
+
+TEST_F(ScriptTool, MaskedWriteTakesNoBitsOutsideOfItsMask) {
+  const Result result = run("reg mask 0x300004 0x0f 0x13");
+  EXPECT_EQ(result.exit, 2);
+  EXPECT_THAT(result.err, HasSubstr("VALUE: 0x13 has bits outside of MASK 0xf"));
+  EXPECT_EQ(accesses(trace()), "");
+}
+
 TEST_F(ScriptTool, DiffShowsWhatChanged) {
   const std::string before = folder_.put("a.txt", "100 1 C f 32\n104 2 C f 32\n108 3 C f 32\n");
   const std::string after = folder_.put("b.txt", "100 1 C f 32\n104 5 C f 32\n10c 3 C f 32\n");
   Result result = zvgctl("reg diff " + before + " " + after + " --json");
-  EXPECT_EQ(result.exit, 0);
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_THAT(result.err, HasSubstr("3 of 4 registers differ"));
   const json document = json::parse(result.out);
   EXPECT_EQ(document["registers"], 4);
   EXPECT_EQ(document["differences"].size(), 3u);
   EXPECT_EQ(document["differences"][0],
             json({{"address", "0x104"}, {"before", "0x00000002"}, {"after", "0x00000005"}}));
-  EXPECT_EQ(document["differences"][1]["after"], "-");
+  EXPECT_EQ(document["differences"][1]["after"], nullptr);
   result = zvgctl("reg diff " + before + " " + before);
   EXPECT_EQ(result.out, "no difference in 3 registers\n");
   result = zvgctl("reg diff " + before + " " + folder_.put("bad.txt", "100 1 W 0 32\n"));

@@ -126,7 +126,7 @@ TEST(SerialTest, AnUnalignedWriteIsMadeOfBytes) {
 TEST(SerialTest, MaskChangesItsBitsOnly) {
   SerialBoard board;
   board.put(0x1308000, 0xFFFFFFFF);
-  EXPECT_EQ(on(board, "reg mask 0x308001 0x0f 0xf5").exit, 0);
+  EXPECT_EQ(on(board, "reg mask 0x308001 0x0f 0x05").exit, 0);
   EXPECT_EQ(board.get(0x1308000), 0xFFFFF5FFu);
   EXPECT_EQ(on(board, "reg mask 0x308000 0xff00 0 --width 32").exit, 0);
   EXPECT_EQ(board.get(0x1308000), 0xFFFF00FFu);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
 
@@ -186,6 +187,60 @@ TEST(TopTest, OnlyLogsWithoutATerminal) {
   EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 4);
 }
 
+// On a busy board, in virtual time.
+Result busy_top(const std::string& arguments) {
+  return zvgtest::run(zvgctl_words("--sim busy top " + arguments), on_virtual_time());
+}
+
+TEST(TopTest, KeepsALogThatIsThere) {
+  const Folder folder;
+  const std::string log = folder.put("top.csv", "precious\n");
+  const Result kept = busy_top("--count 1 --csv " + log);
+  EXPECT_EQ(kept.exit, 1);
+  EXPECT_THAT(kept.err, HasSubstr("--append goes on in it, --force replaces it"));
+  EXPECT_EQ(folder.get("top.csv"), "precious\n");
+  EXPECT_EQ(busy_top("--count 1 --force --csv " + log).exit, 0);
+  EXPECT_THAT(folder.get("top.csv"), StartsWith("time,"));
+}
+
+TEST(TopTest, GoesOnInALog) {
+  const Folder folder;
+  const std::string log = folder.path("top.csv");
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(busy_top("--count 1 --append --csv " + log).exit, 0);
+  const std::string csv = folder.get("top.csv");
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 4) << "the names once, and three samples";
+  // Behind a line that the power cut off, a new one begins.
+  folder.put("top.csv", csv + "2026-");
+  EXPECT_EQ(busy_top("--count 1 --append --csv " + log).exit, 0);
+  EXPECT_THAT(folder.get("top.csv"), HasSubstr("\n2026-\n20"));
+}
+
+TEST(TopTest, PrintsOneSample) {
+  const Result text = busy_top("--once");
+  EXPECT_EQ(text.exit, 0) << text.err;
+  EXPECT_THAT(text.out, AllOf(HasSubstr("3d"), HasSubstr("SENSOR  CELSIUS   VOLTS"),
+                              HasSubstr("ENGINE  LOAD"), HasSubstr("slot  3V3")));
+  const Result once = busy_top("--once --json");
+  const auto document = nlohmann::json::parse(once.out);
+  EXPECT_EQ(document["schema"], "zvg/top/1");
+  EXPECT_EQ(document["clocks"].size(), 9u);
+  EXPECT_EQ(document["sensors"].size(), 2u);
+  EXPECT_EQ(document["engines"][0]["engine"], 0);
+  EXPECT_EQ(document["trouble"], nullptr);
+}
+
+TEST(TopTest, PrintsADocumentASample) {
+  const Result result = busy_top("--json --count 3");
+  EXPECT_EQ(result.exit, 0) << result.err;
+  std::istringstream lines(result.out);
+  int samples = 0;
+  for (std::string line; std::getline(lines, line); ++samples) {
+    EXPECT_EQ(nlohmann::json::parse(line)["schema"], "zvg/top/1");
+  }
+  EXPECT_EQ(samples, 3);
+  EXPECT_THAT(busy_top("--csv - --count 2").out, StartsWith("time,mhz_axi"));
+}
+
 TEST(TopTest, BoardsMayHaveLess) {
   const Folder folder;
   const std::string bare = folder.put("bare.toml", "generation = 'rq301'\n");
@@ -208,7 +263,8 @@ TEST(TopTest, SaysWhatCannotBeMeasured) {
 TEST(TopTest, RefusesWhatMakesNoSense) {
   EXPECT_THAT(zvgctl("top").err, HasSubstr("there is none; with --csv FILE it only logs"));
   EXPECT_EQ(zvgctl("top").exit, 2);
-  EXPECT_EQ(zvgctl("top --json --csv x").exit, 2);
+  EXPECT_EQ(zvgctl("top --append --force --csv x").exit, 2);
+  EXPECT_EQ(zvgctl("top --append").exit, 2);
   EXPECT_EQ(zvgctl("top --interval 0 --csv x").exit, 2);
   EXPECT_THAT(zvgctl("top --csv x --serial /dev/ttyX").err, HasSubstr("--generation"));
   const Result unwritable = zvgtest::run(

@@ -137,7 +137,7 @@ TEST(SimTest, TakesReadyBoardsAndBoardFilesAnywhereOnTheLine) {
 
 TEST(SimTest, ABoardThatIsNotThere) {
   EXPECT_EQ(zvgtest::zvgctl("info --sim /nowhere/board.toml").exit, 1);
-  EXPECT_EQ(zvgtest::zvgctl("info --sim=nowhere").exit, 1);
+  EXPECT_EQ(zvgtest::zvgctl("info --sim=nowhere").exit, 2);
   EXPECT_THAT(zvgtest::zvgctl("info --sim=nowhere").err, HasSubstr("nowhere"));
 }
 
@@ -341,7 +341,7 @@ TEST(RegTest, WritesReachTheBoard) {
 
 TEST(RegTest, MaskReadsAndWritesInItsWidth) {
   Bench bench;
-  bench.run("reg mask 0x318000 0x0f 0xf5");
+  bench.run("reg mask 0x318000 0x0f 0x05");
   EXPECT_EQ(bench.trace(), "r1 mmio 0x318000 0x44\nw1 mmio 0x318000 0x45\n");
   bench.run("reg mask 0x318000 0xffff0000 0xabcd0000 --width 32");
   EXPECT_EQ(bench.trace(), "r4 mmio 0x318000 0x11223344\nw4 mmio 0x318000 0xabcd3344\n");
@@ -381,7 +381,8 @@ TEST(RegTest, WatchEndsAfterItsCount) {
   const json line = json::parse(as_json.out);
   EXPECT_EQ(line["address"], "0x318000");
   EXPECT_EQ(line["value"], "0x11223344");
-  EXPECT_TRUE(line["time"].is_number());
+  EXPECT_TRUE(line["time"].get<std::string>().ends_with("Z"));
+  EXPECT_TRUE(line["seconds"].is_number());
 }
 
 TEST(RegTest, WatchEndsWithCtrlC) {
@@ -639,7 +640,7 @@ TEST_P(EdidDoorTest, PrintsWhatTheLibraryPrints) {
     EXPECT_EQ(result.exit, 0) << monitor << result.err;
     const std::string bytes = monitor_bytes(monitor);
     const std::string fetched = fetch_text(bytes);
-    EXPECT_EQ(result.out, fetched + report_text()) << monitor;
+    EXPECT_EQ(result.out, zvgtest::without_colours(fetched + report_text())) << monitor;
     EXPECT_EQ(result.err,
               bytes.size() > 256 ? "zvgctl: the report covers the first 256 of 512 bytes\n" : "")
         << monitor;
@@ -934,7 +935,7 @@ TEST(HdmiTest, DdcReadsTheMonitor) {
   EXPECT_EQ(bench.run("hdmi ddc read 0 0x50 0 --count 8").out, "0x00: 00 ff ff ff ff ff ff 00\n");
   const json document = json::parse(bench.run("hdmi ddc read 0 80 6 -n 2 --json").out);
   EXPECT_EQ(document["slave"], "0x50");
-  EXPECT_EQ(document["values"], json({"0xff", "0x00"}));
+  EXPECT_EQ(document["bytes"], "ff00");
   const std::string dump = bench.run("hdmi ddc dump 0").out;
   EXPECT_EQ(std::count(dump.begin(), dump.end(), '\n'), 16);
   EXPECT_EQ(bench.run("hdmi ddc dump 0 0x50").out, dump);
@@ -986,7 +987,7 @@ TEST(ServedBoardTest, AnswersAtEveryRate) {
   // One board through it all: what is written stays.
   EXPECT_EQ(zvgtest::zvgctl("reg write 0x318008 0x99 --serial " + path).exit, 0);
   EXPECT_EQ(zvgtest::zvgctl("reg read 0x318008 --serial " + path).out, "0x318008: 0x00000099\n");
-  EXPECT_EQ(zvgtest::zvgctl("reg mask 0x318008 0xf0 0xff --serial " + path).exit, 0);
+  EXPECT_EQ(zvgtest::zvgctl("reg mask 0x318008 0xf0 0xf0 --serial " + path).exit, 0);
   EXPECT_EQ(zvgtest::zvgctl("reg read 0x318008 --serial " + path).out, "0x318008: 0x000000f9\n");
   server.send(SIGTERM);
   EXPECT_EQ(server.finish().exit, 0);

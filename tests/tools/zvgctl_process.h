@@ -39,6 +39,14 @@ inline Result zvgctl_sim(const std::string& text, const Setting& setting = {}) {
   return run(zvgctl_words("--sim " + text), on_virtual_time(setting));
 }
 
+// A text of the library as the tool prints it where there is no terminal.
+inline std::string without_colours(std::string text) {
+  for (size_t at; (at = text.find("\033[")) != std::string::npos;) {
+    text.erase(at, text.find('m', at) + 1 - at);
+  }
+  return text;
+}
+
 // To a virtual board by its apertures, wherever in a command.
 constexpr char memory_door[] = " --mem 0xE0000000:0x1000000,0xD0000000:0x10000000";
 

@@ -16,7 +16,9 @@
 #include "zvgctl/connection.h"
 #include "zvgctl/context.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
@@ -63,6 +65,7 @@ void add_reminders(CLI::App& application) {
 }
 
 void build(CLI::App& application, Context& context) {
+  application.formatter(std::make_shared<HelpFormatter>());  // before there are commands
   application.set_version_flag("--version", std::string("zvgctl ") + ZVGCTL_VERSION);
   application.require_subcommand(1);
   // Options behind a subcommand that are not its own belong to the whole.
@@ -141,18 +144,27 @@ void build(CLI::App& application, Context& context) {
   add_reminders(application);
 }
 
-// Begins what --log and --record ask for. On the way to a virtual board there is nothing to see
-// yet.
+// Appends what comes behind the words so far.
+void collect_names(CLI::App& command, const std::string& words, std::vector<std::string>& names) {
+  // Groups of options are commands without a name.
+  const std::vector<CLI::App*> inner =
+      command.get_subcommands([](const CLI::App* next) { return !next->get_name().empty(); });
+  if (inner.empty()) names.push_back(words);
+  for (CLI::App* const next : inner) {
+    collect_names(*next, words.empty() ? next->get_name() : words + " " + next->get_name(), names);
+  }
+}
+
+// Begins what --log and --record ask for.
 void record(Context& context) {
   if (context.record.empty() && context.log.empty()) return;
   if (parse_connection(context.connection).door == Door::memory) {
     usage_error("%s: loads and stores of mapped memory cannot be seen; use --driver or --serial",
                 context.record.empty() ? "--log" : "--record");
   }
-  if (!context.connection.sim.empty() && !on_virtual_board()) return;
   if (!context.log.empty()) context.access_log = std::make_unique<zvg::AccessLog>(context.log);
   if (context.record.empty()) return;
-  context.recording = std::make_unique<OutputFile>(context.record, /*overwrite=*/false);
+  context.recording = std::make_unique<OutputFile>(context.record, Existing::keep);
   context.recorder = context.access_log
                          ? std::make_unique<zvg::Recorder>(*context.recording, *context.access_log)
                          : std::make_unique<zvg::Recorder>(*context.recording);
@@ -183,6 +195,7 @@ void finish(Context& context) {
   // Also of a command that failed: it may tell why.
   if (context.recorder) std::exchange(context.recorder, nullptr)->finish();
   if (context.access_log) std::exchange(context.access_log, nullptr)->finish();
+  finish_library_text();
   finish_output();
 }
 
@@ -194,13 +207,6 @@ Exit tell(const zvg::Error& error, const std::string& command) {
   put_error_into_json(error, message);
   print_error(message + (usage ? "\nTry '" + command + " --help'." : advice(error)));
   return usage ? Exit::usage : Exit::failed;
-}
-
-std::string misplaced(const CLI::App& application, const CLI::ParseError& error) {
-  // A word that is no command's name shows up only as a command that is missing.
-  const std::vector<std::string> strays = application.remaining(true);
-  if (strays.empty()) return error.what();
-  return format("\"%s\" is out of place: no such command or option here", strays.front().c_str());
 }
 
 // What documents are called after: "zvgctl reg read" prints "reg-read".
@@ -227,18 +233,27 @@ bool changes_nothing(const std::string& command) {
 }
 
 // Runs what the command line says. Throws whatever it ends by.
-void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words) {
+//
+// words: as they were given; settled: with the values that options may have.
+void carry_out(CLI::App& application, Context& context, const std::vector<std::string>& words,
+               const std::vector<std::string>& settled) {
   try {
     // CLI11 takes its words from the back.
-    application.parse(std::vector<std::string>(words.rbegin(), words.rend()));
+    application.parse(std::vector<std::string>(settled.rbegin(), settled.rend()));
   } catch (const CLI::Success& request) {  // --help or --version
     application.exit(request);
     return;
   } catch (const CLI::ParseError& error) {
-    throw Failure(Exit::usage, misplaced(application, error));
+    throw Failure(Exit::usage, explain(application, error, words));
   }
+  if (context.csv && context.json) throw Failure(Exit::usage, "give only one of --csv and --json");
   begin_output(context.json, document_name(named_command(application)));
+  begin_tables(context.csv);
   catch_interrupts();
+  // Before anything is read, asked or written: all of that happens once, in the other process.
+  if (!context.connection.sim.empty() && !on_virtual_board()) {
+    run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
+  }
   context.shows_dead = shows_what_it_reads(application);
   context.only_reads = changes_nothing(named_command(application));
   record(context);
@@ -248,6 +263,15 @@ void carry_out(CLI::App& application, Context& context, const std::vector<std::s
 }
 
 }  // namespace
+
+std::vector<std::string> command_names() {
+  CLI::App application;
+  Context context;
+  build(application, context);
+  std::vector<std::string> names;
+  collect_names(application, "", names);
+  return names;
+}
 
 int run(const std::vector<std::string>& words) {
   CLI::App application{"Reach a graphics board's registers, memory and monitors.", "zvgctl"};
@@ -263,6 +287,7 @@ int run(const std::vector<std::string>& words) {
   // For a command line that is not understood.
   const bool json = std::find(words.begin(), words.end(), "--json") != words.end();
   begin_output(json, "error");
+  const zvg::seam::Redirection library_text(print_library_text);  // also where no board is open
   Exit exit = Exit::done;
   const auto attempt = [&](const std::function<void()>& part) {
     try {
@@ -275,7 +300,7 @@ int run(const std::vector<std::string>& words) {
       exit = std::max(exit, tell(internal, named_command(application)));
     }
   };
-  attempt([&] { carry_out(application, context, arguments.words); });
+  attempt([&] { carry_out(application, context, words, arguments.words); });
   attempt([&] { finish(context); });
   end_as_interrupted();
   return static_cast<int>(exit);

@@ -1,6 +1,5 @@
 #include "zvgctl/connection.h"
 
-#include <stdio.h>
 #include <util_zvg.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include "service/number.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
 
@@ -34,9 +34,6 @@ unsigned deadline_seconds(const Context& context, unsigned default_deadline, Doo
 Route prepare(const Context& context, unsigned default_deadline) {
   Route route = parse_connection(context.connection);
   const unsigned deadline = deadline_seconds(context, default_deadline, route.door);
-  if (!context.connection.sim.empty() && !on_virtual_board()) {
-    run_on_virtual_board(context.connection.sim, context.arguments_without_sim);
-  }
   if (context.json) reserve_stdout_for_json();
   if (deadline != 0) zvgctl::set_deadline(deadline);
   return route;
@@ -58,17 +55,12 @@ zvg::DeadBoard policy(const Context& context) {
 
 std::optional<zvg::Error> shown_dead;
 
-// What the library prints is for the person at the terminal, in the order of the tool's own texts.
-void print(zvg::seam::Stream stream, std::string_view text) {
-  fwrite(text.data(), 1, text.size(), stream == zvg::seam::Stream::out ? stdout : stderr);
-}
-
 }  // namespace
 
 Connection::Connection(const Context& context, unsigned default_deadline, bool any_chip)
     : Board(prepare(context, default_deadline), {.transport = context.transport(),
                                                  .any_chip = any_chip,
-                                                 .log = print,
+                                                 .log = print_library_text,
                                                  .deadline = deadline(context, default_deadline),
                                                  .stop = &board_stop(),
                                                  .dead_board = policy(context),

@@ -17,6 +17,7 @@ namespace zvgctl {
 struct Context {
   ConnectionText connection;
   bool json = false;
+  bool csv = false;  // of a command that prints a table
   bool yes = false;
   std::string record;    // the file to record into; empty for none
   std::string log;       // the file to log accesses in; empty for none

@@ -4,6 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include "service/text.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
@@ -43,7 +44,7 @@ void print_error(const std::string& message) {
   fflush(stdout);
   const bool colour = use_colour(STDERR_FILENO);
   fprintf(stderr, "%szvgctl:%s %s\n", colour ? "\033[1;31m" : "", colour ? "\033[0m" : "",
-          message.c_str());
+          printable(message).c_str());
 }
 
 void warn(const char* pattern, ...) {
@@ -52,7 +53,7 @@ void warn(const char* pattern, ...) {
   const std::string text = format_list(pattern, arguments);
   va_end(arguments);
   fflush(stdout);
-  fprintf(stderr, "zvgctl: %s\n", text.c_str());
+  fprintf(stderr, "zvgctl: %s\n", printable(text).c_str());
 }
 
 }  // namespace zvgctl

@@ -10,8 +10,10 @@
 #include <toml++/toml.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 
+#include "service/files/input_file.h"
 #include "zvgctl/connection_options.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
@@ -27,7 +29,7 @@ constexpr char simulator[] = "zvgsim";
 // "1" lets the board's clock jump over every sleep. For tests.
 constexpr char virtual_time_variable[] = "ZVGSIM_VIRTUAL_TIME";
 
-constexpr char ready_boards[] = "/../share/zvgsim/boards/";
+constexpr char boards_folder[] = "/../share/zvgsim/boards/";
 
 std::string own_path() {
   char path[PATH_MAX];
@@ -71,7 +73,7 @@ std::string virtual_board_file() {
   constexpr char simulators_default[] = "rq302";
   const std::string name = virtual_board_name();
   if (name.find('/') != std::string::npos || name.ends_with(".toml")) return name;
-  return own_folder() + ready_boards + (name == default_board ? simulators_default : name) +
+  return own_folder() + boards_folder + (name == default_board ? simulators_default : name) +
          ".toml";
 }
 
@@ -88,14 +90,32 @@ std::string virtual_board_identity() {
   return format("virtual board of process %d", getpid());
 }
 
+std::vector<std::string> ready_boards() {
+  std::vector<std::string> names;
+  std::error_code ignored;
+  for (const auto& file : fs::directory_iterator(own_folder() + boards_folder, ignored)) {
+    if (file.path().extension() == ".toml") names.push_back(file.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
 bool is_board(const std::string& word) {
   if (word.empty() || word.starts_with('-')) return false;
   if (word.ends_with(".toml")) return true;
   return word.find('/') == std::string::npos &&
-         is_file(own_folder() + ready_boards + word + ".toml");
+         is_file(own_folder() + boards_folder + word + ".toml");
 }
 
 void run_on_virtual_board(const std::string& board, const std::vector<std::string>& arguments) {
+  const bool named = board.find('/') == std::string::npos && !board.ends_with(".toml");
+  const std::vector<std::string> boards = ready_boards();
+  if (named && board != default_board && !boards.empty() &&
+      std::find(boards.begin(), boards.end(), board) == boards.end()) {
+    usage_error("--sim: there is no board \"%s\": 'zvgsim boards' lists them", board.c_str());
+  }
+  constexpr size_t most_bytes = size_t{1} << 20;
+  if (!named) expect_input(board, most_bytes, "a board file");
   std::vector<std::string> words = {simulator, "run"};
   if (board != default_board) {
     words.push_back("--board");

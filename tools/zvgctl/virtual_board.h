@@ -18,6 +18,8 @@ std::string virtual_board_file();
 
 // What only this board has: the file of its flash, or this process. Empty for a real one.
 std::string virtual_board_identity();
+// The names of the ready boards, in order.
+std::vector<std::string> ready_boards();
 
 // Whether the word names a board: a .toml file that is there, or one of the ready boards.
 bool is_board(const std::string& word);

@@ -14,6 +14,7 @@
 #include "service/axi/axi_sampler.h"
 #include "service/axi/axi_summary.h"
 #include "service/axi/axi_tables.h"
+#include "service/files/own_path.h"
 #include "service/number.h"
 #include "zvgctl/commands/axi_top.h"
 #include "zvgctl/commands/families.h"
@@ -111,6 +112,7 @@ fs::path prepare_folder(const SampleArguments& arguments) {
   if (error)
     fail("cannot use the folder %s: %s", arguments.output.c_str(), error.message().c_str());
   const fs::path folder = parent / (folder_beginning + arguments.suffix);
+  expect_own_folder(folder.string());  // the library opens what has its tables' names
   for (const std::string_view port : rq302_axi_ports) {
     const fs::path table = axi_table_path(folder, port);
     if (!fs::exists(table, error)) continue;
@@ -191,11 +193,7 @@ void summary_command(const Context& context, const SummaryArguments& arguments) 
   const std::vector<AxiSummary> summaries = read_axi_summaries(&text);
   if (context.json) {
     Json ports = Json::array();
-    for (const AxiSummary& summary : summaries) {
-      Json counters = Json::object();
-      for (const auto& [label, value] : summary.counters) counters[label] = value;
-      ports.push_back({{"port", summary.port}, {"counters", counters}});
-    }
+    for (const AxiSummary& summary : summaries) ports.push_back(to_json(summary));
     print_json({{"ports", ports}});
     return;
   }
@@ -276,8 +274,8 @@ void report_command(const Context& context, const ReportArguments& arguments) {
                 {"problems", problems}});
     return;
   }
-  printf("%s: %zu ports, up to %zu samples; %s\n", arguments.output.c_str(), tables.size(), samples,
-         late.empty() ? "no timeouts" : ("timeouts on " + late).c_str());
+  printf("%s: %zu ports, up to %zu samples; %s\n", output_name(arguments.output).c_str(),
+         tables.size(), samples, late.empty() ? "no timeouts" : ("timeouts on " + late).c_str());
 }
 
 // Top ----------------------------------------------------------------------------------------
@@ -315,7 +313,7 @@ void add_sample(CLI::App& family, Context& context) {
   CLI::App* const command =
       family.add_subcommand("sample", "Sample all ports into tables, until Ctrl-C (RQ302)");
   command->add_option("--seconds", arguments->seconds, "For so long")->type_name("N");
-  command->add_option("--count", arguments->count, "So many samples")->type_name("N");
+  command->add_option("-n,--count", arguments->count, "So many samples")->type_name("N");
   command->add_option("-o,--output", arguments->output, "Where the run gets a folder")
       ->required()
       ->type_name("DIR");
@@ -353,7 +351,9 @@ void add_report(CLI::App& family, Context& context) {
   command->add_option("DIR", arguments->folder, "The --output of 'axi sample', or a folder in it")
       ->required()
       ->type_name("DIR");
-  command->add_option("-o,--output", arguments->output, "The page (default axi-report.html)")
+  command
+      ->add_option("-o,--output", arguments->output,
+                   "The page (default axi-report.html); - is standard output")
       ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Overwrite the page");
   command->footer(
@@ -371,7 +371,7 @@ void add_top(CLI::App& family, Context& context) {
       family.add_subcommand("top", "Show all ports live in the terminal; q ends it");
   command->add_option("--interval", arguments->interval, "Seconds from view to view (default 1)")
       ->type_name("SECONDS");
-  command->add_option("--count", arguments->count, "End after so many views")->type_name("N");
+  command->add_option("-n,--count", arguments->count, "End after so many views")->type_name("N");
   command->footer("Example:\n  zvgctl axi top --interval 0.5");
   set_action(*command, context, arguments, top_command);
 }

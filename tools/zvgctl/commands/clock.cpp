@@ -93,7 +93,7 @@ void list_command(const Context& context) {
     return;
   }
   clocks.print();
-  putchar('\n');
+  if (!context.csv) putchar('\n');
   plls.print();
 }
 
@@ -169,7 +169,7 @@ void expect_locked(Connection& connection, const std::array<uint32_t, pll_count>
 void set_command(const Context& context, const SetArguments& arguments) {
   const ClockName& clock = parse_clock(arguments.clock);
   if (clock.number == ZVG_CLOCK_DEVPLL_2 || clock.number == ZVG_CLOCK_FIFTH_PLL) {
-    usage_error("the clock '%s' can only be read", clock.name);
+    usage_error("CLOCK: the clock '%s' can only be read", clock.name);
   }
   const double target = arguments.mhz.empty() ? 0 : parse_mhz("--mhz", arguments.mhz);
   // The read-back knows no post-divider in the word, so that only those who ask get one.
@@ -233,13 +233,14 @@ void mode_command(const Context& context, const std::string& name, const std::st
   int number = 0;
   for (int i = 0; i < 6; ++i) number = name == targets[i] ? i + 1 : number;
   if (number == 0) {
-    usage_error("there is no '%s' to switch; known are devpll, dev2pll, gpupll, gpu2pll, 3d, 2d",
-                name.c_str());
+    usage_error(
+        "PLL: there is no '%s' to switch; known are devpll, dev2pll, gpupll, gpu2pll, 3d, 2d",
+        name.c_str());
   }
   const auto* mode = modes;
   while (mode != std::end(modes) && mode_name != mode->name) ++mode;
   if (mode == std::end(modes)) {
-    usage_error("expected on, bypass or off, found '%s'", mode_name.c_str());
+    usage_error("MODE: expected on, bypass or off, found '%s'", mode_name.c_str());
   }
   need_generation(context);
   Connection connection(context);
@@ -271,6 +272,7 @@ void add_clock(CLI::App& application, Context& context) {
                                 "  zvgctl clock plan --mhz 900\n"
                                 "  zvgctl clock set 3d --mhz 900");
   CLI::App* const list = family.add_subcommand("list", "Show all clocks and PLLs");
+  add_csv_option(*list, context);
   list->footer(
       "MHz of a PLL are those before any post-divider.\n"
       "Examples:\n"

@@ -11,8 +11,10 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 
 #include "service/ddr/ddr_channels.h"
@@ -24,6 +26,7 @@
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/output.h"
+#include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/progress.h"
 
 namespace zvgctl {
@@ -116,19 +119,31 @@ class Watcher {
   std::thread thread_;
 };
 
+void copy(const fs::path& from, OutputFile& to) {
+  std::ifstream file(from, std::ios::binary);
+  std::vector<char> piece(1 << 20);
+  while (file.read(piece.data(), static_cast<std::streamsize>(piece.size())), file.gcount() > 0) {
+    to.write(piece.data(), static_cast<size_t>(file.gcount()));
+  }
+  to.commit();
+}
+
 void dump_command(const Context& context, const Arguments& arguments) {
   const unsigned mask = parse_mask(arguments);
+  const bool to_stdout = arguments.output == standard_stream;
   const fs::path target = fs::absolute(arguments.output);
-  if (!arguments.force && fs::exists(target)) {
+  if (!to_stdout && !arguments.force && fs::exists(target)) {
     fail("%s exists; --force overwrites it", arguments.output.c_str());
   }
+  std::optional<OutputFile> stream;
+  if (to_stdout) stream.emplace(arguments.output, arguments.force);
   check_generation(context);
   if (context.json) reserve_stdout_for_json();
   Connection connection(context);
   const unsigned selected = selected_ddr_channels(mask);
   const auto channels = static_cast<unsigned>(__builtin_popcount(selected));
   // The library writes its dump into the current folder, under a name of its own.
-  const WorkFolder folder(target.parent_path());
+  const WorkFolder folder(to_stdout ? fs::temp_directory_path() : target.parent_path());
   const fs::path dump = folder.path() / library_dump;
   int result = 0;
   size_t failures = 0;
@@ -141,17 +156,21 @@ void dump_command(const Context& context, const Arguments& arguments) {
   if (result == -1 && failures == 0) fail("the library could not write its dump");
   std::error_code error;
   const uint64_t size = fs::file_size(dump, error);
-  if (!error) fs::rename(dump, target, error);
-  if (error) fail("cannot write %s: %s", arguments.output.c_str(), error.message().c_str());
+  const std::string name = output_name(arguments.output);
+  if (stream && !error) {
+    copy(dump, *stream);
+  } else if (!error) {
+    fs::rename(dump, target, error);
+  }
+  if (error) fail("cannot write %s: %s", name.c_str(), error.message().c_str());
   if (failures != 0) {
-    fail("%zu blocks could not be read to their end; %s has the rest", failures,
-         arguments.output.c_str());
+    fail("%zu blocks could not be read to their end; %s has the rest", failures, name.c_str());
   }
   if (context.json) {
     print_json({{"file", arguments.output}, {"channels", channels}, {"bytes", size}});
   } else {
-    printf("%s: %u channel%s, %llu bytes\n", arguments.output.c_str(), channels,
-           channels == 1 ? "" : "s", static_cast<unsigned long long>(size));
+    printf("%s: %u channel%s, %llu bytes\n", name.c_str(), channels, channels == 1 ? "" : "s",
+           static_cast<unsigned long long>(size));
   }
 }
 
@@ -202,7 +221,9 @@ void add_ddr(CLI::App& application, Context& context) {
   command = add_command(family, context, "dump",
                         "Write all the registers of the channels into a text file", arguments,
                         dump_command);
-  command->add_option("-o,--output", arguments->output, "The file (default DDR_Dump_Reg.txt)")
+  command
+      ->add_option("-o,--output", arguments->output,
+                   "The file (default DDR_Dump_Reg.txt); - is standard output")
       ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Overwrite the file");
   command->footer(

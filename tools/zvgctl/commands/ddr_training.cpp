@@ -43,6 +43,7 @@ enum class FileKind { none, svg, png, csv };
 
 FileKind file_kind(const std::string& path) {
   if (path.empty()) return FileKind::none;
+  if (path == standard_stream) return FileKind::svg;
   const std::string extension = std::filesystem::path(path).extension().string();
   if (extension == ".svg") return FileKind::svg;
   if (extension == ".png") return FileKind::png;
@@ -117,7 +118,7 @@ void eye_command(const Context& context, const EyeArguments& arguments) {
     const bool colour = !arguments.no_color && use_colour(STDOUT_FILENO);
     for (const ChannelEyes& eyes : channels) printf("\n%s", heat_maps(eyes, colour).c_str());
     if (file)
-      printf("\n%s: %zu channel%s\n", arguments.output.c_str(), channels.size(),
+      printf("\n%s: %zu channel%s\n", output_name(arguments.output).c_str(), channels.size(),
              channels.size() == 1 ? "" : "s");
   }
   if (!problems.empty()) fail("%s; what it had sent is shown", problems.c_str());
@@ -186,7 +187,8 @@ void add_ddr_eye(CLI::App& family, Context& context) {
       ->type_name("TYPE");
   command
       ->add_option("-o,--output", arguments->output,
-                   "Draw the eyes into a picture (.svg, .png), or write their counts (.csv)")
+                   "Draw the eyes into a picture (.svg, .png), or write their counts (.csv); - is "
+                   "standard output, SVG")
       ->type_name("FILE");
   command->add_flag("--no-color", arguments->no_color, "Plain characters, on a terminal as well");
   command->add_flag("-f,--force", arguments->force, "Overwrite the file");

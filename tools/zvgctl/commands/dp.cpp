@@ -179,6 +179,7 @@ void dpcd_read_command(const Context& context, const Arguments& arguments) {
   const auto count = static_cast<uint32_t>(
       arguments.count.empty() ? 1 : parse_number("--count", arguments.count, 0x1000));
   if (count == 0) usage_error("--count: expected at least 1");
+  if (context.csv && !arguments.decode) usage_error("--csv is for the table of --decode");
   if (count - 1 > last_dpcd - address) fail("DPCD addresses end at %s", hex(last_dpcd).c_str());
   Connection connection(context, dp_deadline);
   DpChannel channel(connection, port, way_of(arguments));
@@ -239,6 +240,7 @@ void add_dpcd(CLI::App& family, Context& context) {
         ->type_name("NUMBER");
   }
   read->add_option("-n,--count", arguments->count, "How many (default 1)")->type_name("N");
+  add_csv_option(*read, context);
   read->add_flag("--decode", arguments->decode, "Show the fields by their names in the standard");
   write->add_option("VALUE", arguments->value, "0 to 0xff")->required()->type_name("NUMBER");
   read->footer(
@@ -446,6 +448,7 @@ void add_dp(CLI::App& application, Context& context) {
   auto arguments = std::make_shared<Arguments>();
   CLI::App* const status =
       family.add_subcommand("status", "Show sinks, links and streams of all ports or one");
+  add_csv_option(*status, context);
   add_port(status, arguments);
   status->footer("\"link\" is what the sink says.\nExample:\n  zvgctl dp status --json");
   on_command(status, context, arguments, status_command);

@@ -13,6 +13,7 @@
 #include "service/display/dp_channel.h"
 #include "service/display/hdmi_registers.h"
 #include "service/edid/edid_image.h"
+#include "service/files/memory_file.h"
 #include "service/number.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/i2c.h"
@@ -183,7 +184,9 @@ void show_command(const Context& context, const ShowArguments& arguments) {
   if (context.json) {
     print_json(edid_document(image));
   } else {
-    do_edid_parse(arguments.file.c_str());
+    MemoryFile copy;  // the file may be a pipe, which is read once
+    copy.put(image.bytes().data(), image.bytes().size());
+    do_edid_parse(copy.path());
     say_what_is_shown(image);
   }
   judge(image, arguments.strict);
@@ -202,7 +205,9 @@ void add_read(CLI::App& family, Context& context) {
       ->add_option("--mcu", arguments->mcu, "The microcontroller's two bus selectors, 0 to 15 each")
       ->type_name("FIRST:SECOND");
   source->require_option(1);
-  command->add_option("--raw", arguments->raw, "Save all its blocks to a file as well")
+  command
+      ->add_option("--raw", arguments->raw,
+                   "Save all its blocks to a file as well; - is standard output")
       ->type_name("FILE");
   command->add_flag("-f,--force", arguments->force, "Replace the file of --raw if it exists");
   command->add_flag("--blind", arguments->blind, "Read even if no monitor seems to be plugged in");
@@ -227,7 +232,9 @@ void add_show(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<ShowArguments>();
   CLI::App* const command =
       family.add_subcommand("show", "Print the report of an EDID in a file; needs no board");
-  command->add_option("FILE", arguments->file, "Raw EDID bytes: 1 to 256 blocks of 128")
+  command
+      ->add_option("FILE", arguments->file,
+                   "Raw EDID bytes: 1 to 256 blocks of 128; - is standard input")
       ->required();
   command->add_flag("--strict", arguments->strict,
                     "Fail on a wrong header, checksum or block count");

@@ -97,13 +97,7 @@ void set_by_menu(const Words& words, const Way& way) {
 }
 
 void set_variable(const std::string& name, const std::string& value) {
-  constexpr char odd[] = " \t\r\n,=";
-  if (name.empty() || name.find_first_of(odd) != std::string::npos) {
-    usage_error("'%s' is no variable's name", name.c_str());
-  }
-  if (value.empty() || value.find_first_of(odd) != std::string::npos) {
-    usage_error("'%s' cannot be kept in the script: no blank, comma or '='", value.c_str());
-  }
+  expect_plain_setting(name, value);
   ProfileScript script(false, {.note = show_remark});
   // The library goes by the beginning of the name, whosever it is.
   for (const auto& [known, old] : settings_of(script.read())) {
@@ -234,6 +228,7 @@ void add_env(CLI::App& application, Context& context) {
       "texture                  dump textures\n"
       "mgpu combined|balance    share the work between the cores\n"
       "mgpu independent CORE    give all of it to one core, 0 to 7\n"
+      "NAME=VALUE: a name that begins with KRT_ or VIV_, and a plain word.\n"
       "The script has to exist; 'env clear' creates it. An edit that does not end well is undone.\n"
       "Examples:\n"
       "  zvgctl env set 3d gl\n"

@@ -3,15 +3,16 @@
 #include <stdio.h>
 #include <string.h>
 #include <time.h>
+#include <unistd.h>
 #include <util_zvg.h>
 
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 
 #include "service/edid/edid_image.h"
+#include "service/files/input_file.h"
 #include "service/flash/board_info_chain.h"
 #include "service/flash/flash_service.h"
 #include "service/number.h"
@@ -61,11 +62,8 @@ FlashRegion parse_region(const std::string& text) {
 }
 
 std::vector<uint8_t> file_content(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) fail("cannot read %s: %s", path.c_str(), strerror(errno));
-  std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
-  if (file.bad()) fail("cannot read all of %s", path.c_str());
-  if (bytes.empty()) fail("%s is empty", path.c_str());
+  std::vector<uint8_t> bytes = read_input(path, flash_size, "what goes into the flash");
+  if (bytes.empty()) fail("%s is empty", input_name(path).c_str());
   return bytes;
 }
 
@@ -74,14 +72,17 @@ uint32_t parse_offset(const FlashArguments& arguments, size_t size) {
   const auto offset =
       static_cast<uint32_t>(parse_number("--offset", arguments.offset, flash_size - 1));
   if (size > flash_size - offset) {
-    fail("%s has %zu bytes, and from 0x%x on the flash has room for %u", arguments.file.c_str(),
-         size, offset, flash_size - offset);
+    fail("%s has %zu bytes, and from 0x%x on the flash has room for %u",
+         input_name(arguments.file).c_str(), size, offset, flash_size - offset);
   }
   return offset;
 }
 
 std::string backup_name(const FlashArguments& arguments, uint32_t address, size_t size) {
   if (arguments.no_backup) return {};
+  if (arguments.backup == standard_stream) {
+    usage_error("--backup: the old content is kept in a file: expected its name");
+  }
   if (!arguments.backup.empty()) return arguments.backup;
   const time_t now = time(nullptr);
   tm parts;
@@ -92,13 +93,15 @@ std::string backup_name(const FlashArguments& arguments, uint32_t address, size_
   for (int i = 0;; ++i) {
     const std::string name = format("flash-%06x-%zx-%s%s.bin", address, size, stamp,
                                     i == 0 ? "" : format("-%d", i).c_str());
-    if (!std::ifstream(name)) return name;
+    if (access(name.c_str(), F_OK) != 0) return name;
   }
 }
 
 // What was cut off is known by the file that it was about.
 FlashWriteFiles files_of(const FlashArguments& arguments, uint32_t address, size_t size) {
-  return {backup_name(arguments, address, size), arguments.file + ".unfinished"};
+  const std::string source =
+      arguments.file == standard_stream ? format("flash-%06x-%zx", address, size) : arguments.file;
+  return {backup_name(arguments, address, size), source + ".unfinished"};
 }
 
 // Says what a write did.
@@ -127,8 +130,8 @@ void status_command(const Context& context) {
   const uint8_t first = flash_status(1);
   const uint8_t second = flash_status(2);
   const Json document = {{"size", flash_size},
-                         {"status_1", first},
-                         {"status_2", second},
+                         {"status_1", value_text(first, 1)},
+                         {"status_2", value_text(second, 1)},
                          {"busy", (first & busy) != 0},
                          {"write_enabled", (first & write_enabled) != 0},
                          {"protected", (first & protection) != 0},
@@ -167,7 +170,7 @@ void read_command(const Context& context, const FlashArguments& arguments) {
     file->commit();
     if (!context.json) {
       printf("%zu bytes from 0x%06x on are in %s\n", bytes.size(), region.address,
-             arguments.output.c_str());
+             output_name(arguments.output).c_str());
     }
   } else if (context.json) {
     print_json({{"address", address_text(region.address)}, {"bytes", bytes_text(bytes)}});
@@ -219,7 +222,8 @@ void verify_command(const Context& context, const FlashArguments& arguments) {
                 {"first_difference", same == bytes.size() ? Json(nullptr) : Json(offset + same)}});
   }
   if (same != bytes.size()) {
-    fail("the flash differs from %s, first at 0x%06zx", arguments.file.c_str(), offset + same);
+    fail("the flash differs from %s, first at 0x%06zx", input_name(arguments.file).c_str(),
+         offset + same);
   }
   if (!context.json) printf("all %zu bytes are equal\n", bytes.size());
 }
@@ -258,12 +262,12 @@ void edid_set_command(const Context& context, const FlashArguments& arguments) {
   const auto output = static_cast<uint16_t>(parse_number("OUTPUT", arguments.number, last_output));
   const EdidImage image = EdidImage::from_file(arguments.file);
   if (image.blocks() > 2) {
-    fail("%s has %zu blocks, and the board keeps one or two", arguments.file.c_str(),
+    fail("%s has %zu blocks, and the board keeps one or two", input_name(arguments.file).c_str(),
          image.blocks());
   }
   if (!image.valid() && !arguments.force) {
-    fail("the EDID in %s is damaged: %s (--force stores it all the same)", arguments.file.c_str(),
-         image.faults().c_str());
+    fail("the EDID in %s is damaged: %s (--force stores it all the same)",
+         input_name(arguments.file).c_str(), image.faults().c_str());
   }
   confirm(format("store an EDID for output %u in the flash", output), context.yes);
   Connection connection(context);
@@ -293,7 +297,7 @@ void serial_command(const Context& context) {
   if (context.json) {
     print_json({{"serial", serial}});
   } else {
-    puts(serial);
+    puts(zvg::printable(serial).c_str());
   }
 }
 
@@ -340,7 +344,8 @@ void add_flash(CLI::App& application, Context& context) {
                   arguments, read_command);
   read->add_option("-r,--region", arguments->region, "What to read [all]")
       ->type_name("ADDRESS:LENGTH");
-  read->add_option("-o,--output", arguments->output, "The file to write")->type_name("FILE");
+  read->add_option("-o,--output", arguments->output, "The file to write; - is standard output")
+      ->type_name("FILE");
   read->add_flag("-f,--force", arguments->force, "Replace the file if it exists");
 
   CLI::App* const erase =
@@ -362,14 +367,14 @@ void add_flash(CLI::App& application, Context& context) {
       "  zvgctl flash write firmware.bin\n"
       "  zvgctl flash write logo.bin --offset 0x180000 --backup old-logo.bin",
       arguments, write_command);
-  write->add_option("FILE", arguments->file, "The bytes")->required();
+  write->add_option("FILE", arguments->file, "The bytes; - is standard input")->required();
   write->add_option("--offset", arguments->offset, "Where they go [0]")->type_name("ADDRESS");
   add_backup_options(*write, *arguments);
 
   CLI::App* const verify =
       add_command(family, context, "verify", "Compare the flash with a file, every byte",
                   "Example:\n  zvgctl flash verify firmware.bin", arguments, verify_command);
-  verify->add_option("FILE", arguments->file, "The bytes")->required();
+  verify->add_option("FILE", arguments->file, "The bytes; - is standard input")->required();
   verify->add_option("--offset", arguments->offset, "Where they should be [0]")
       ->type_name("ADDRESS");
 
@@ -383,9 +388,11 @@ void add_flash(CLI::App& application, Context& context) {
 
   CLI::App& edid = add_family(family, "edid", "EDIDs that the board keeps for its outputs",
                               "Example:\n  zvgctl flash edid list");
-  add_command(edid, context, "list", "Show the board information entries",
-              "Example:\n  zvgctl flash edid list", arguments,
-              [](const Context& c, const FlashArguments&) { edid_list_command(c); });
+  CLI::App* const list =
+      add_command(edid, context, "list", "Show the board information entries",
+                  "Example:\n  zvgctl flash edid list", arguments,
+                  [](const Context& c, const FlashArguments&) { edid_list_command(c); });
+  add_csv_option(*list, context);
   CLI::App* const set = add_command(
       edid, context, "set", "Store an EDID for an output",
       "Asks first; --yes answers. Every other entry stays; the sectors are saved first.\n"
@@ -393,7 +400,8 @@ void add_flash(CLI::App& application, Context& context) {
       "  zvgctl flash edid set 1 monitor.bin",
       arguments, edid_set_command);
   set->add_option("OUTPUT", arguments->number, "The output, 0 to 65535")->required();
-  set->add_option("FILE", arguments->file, "Raw EDID bytes: 128 or 256")->required();
+  set->add_option("FILE", arguments->file, "Raw EDID bytes: 128 or 256; - is standard input")
+      ->required();
   set->add_flag("-f,--force", arguments->force, "Store an EDID that is damaged, too");
   add_backup_options(*set, *arguments);
 

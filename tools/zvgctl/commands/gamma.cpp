@@ -119,12 +119,14 @@ void set_command(const Context& context, const Arguments& arguments) {
 void write_picture(const Arguments& arguments, const Curves& curves, const std::string& title) {
   const std::string& path = arguments.output;
   const auto ends_with = [&](const char* end) { return path.ends_with(end); };
-  if (!ends_with(".svg") && !ends_with(".png")) {
-    usage_error("-o: expected a file name that ends in .svg or .png, found '%s'", path.c_str());
+  const bool picture_of_lines = ends_with(".svg") || path == standard_stream;
+  if (!picture_of_lines && !ends_with(".png")) {
+    usage_error("--output: expected a file name that ends in .svg or .png, found '%s'",
+                path.c_str());
   }
   OutputFile file(path, arguments.force);
   const std::string content =
-      ends_with(".svg") ? curves_svg(curves, title) : curves_png(curves, title);
+      picture_of_lines ? curves_svg(curves, title) : curves_png(curves, title);
   file.write(content.data(), content.size());
   file.commit();
 }
@@ -167,7 +169,8 @@ void add_gamma(CLI::App& application, Context& context) {
                      "White point, 1000 to 25099 kelvin (default 6500)")
         ->type_name("KELVIN");
   }
-  show->add_option("-o,--output", arguments->output, "Also draw into a .svg or .png file")
+  show->add_option("-o,--output", arguments->output,
+                   "Also draw into a .svg or .png file; - is standard output, SVG")
       ->type_name("FILE");
   show->add_flag("-f,--force", arguments->force, "Replace the file of -o if it exists");
   set->footer("Example:\n  zvgctl gamma set 0 --gamma 2.2 --temperature 5000");

@@ -95,6 +95,7 @@ void add_status(CLI::App& family, Context& context) {
   CLI::App* const command =
       family.add_subcommand("status", "Show monitors, PLL lock and clocks of all ports or one");
   command->add_option("N", *port, "HDMI transmitter, 0 to 3 (default all)")->type_name("N");
+  add_csv_option(*command, context);
   command->footer(
       "\"monitor\" is yes when hot-plug is high and a receiver is sensed; \"receivers\" has a bit "
       "for\neach of the four lanes.\n"
@@ -106,6 +107,13 @@ void add_status(CLI::App& family, Context& context) {
 }
 
 // mode
+
+void print_mode_head(uint32_t hdmi, const uint32_t* mode) {
+  printf("HDMI %u: %ux%u\n", hdmi, mode[ZVG_MODE_H_ACTIVE], mode[ZVG_MODE_V_ACTIVE]);
+  // Its unit is not known, so there is no refresh rate to work out from it.
+  printf("pixel-clock word: %u (%s)\n", mode[ZVG_MODE_PIXEL_CLOCK],
+         hex(mode[ZVG_MODE_PIXEL_CLOCK], 6).c_str());
+}
 
 void mode_command(const Context& context, const std::string& port) {
   const uint32_t hdmi = parse_port(port);
@@ -129,11 +137,8 @@ void mode_command(const Context& context, const std::string& port) {
                   {"total", mode[ZVG_MODE_V_TOTAL]}}}});
     return;
   }
-  printf("HDMI %u: %ux%u\n", hdmi, mode[ZVG_MODE_H_ACTIVE], mode[ZVG_MODE_V_ACTIVE]);
-  // Its unit is not known, so there is no refresh rate to work out from it.
-  printf("pixel-clock word: %u (%s)\n", mode[ZVG_MODE_PIXEL_CLOCK],
-         hex(mode[ZVG_MODE_PIXEL_CLOCK], 6).c_str());
-  Table table({"", "active", "sync start", "sync end", "total"});
+  if (!context.csv) print_mode_head(hdmi, mode);
+  Table table({context.csv ? "direction" : "", "active", "sync start", "sync end", "total"});
   const auto row = [&](const char* name, int first) {
     table.row({name, std::to_string(mode[first]), std::to_string(mode[first + 1]),
                std::to_string(mode[first + 2]), std::to_string(mode[first + 3])});
@@ -148,6 +153,7 @@ void add_mode(CLI::App& family, Context& context) {
   CLI::App* const command =
       family.add_subcommand("mode", "Show the timing that a port's frame composer is set to");
   command->add_option("N", *port, "HDMI transmitter, 0 to 3")->required()->type_name("N");
+  add_csv_option(*command, context);
   command->footer("Example:\n  zvgctl hdmi mode 0 --json");
   command->callback(
       [&context, port] { context.action = [&context, port] { mode_command(context, *port); }; });
@@ -216,12 +222,13 @@ void phy_step_command(const Context& context, const std::string& port, const Phy
 }
 
 void add_phy(CLI::App& family, Context& context) {
-  CLI::App& phy = add_family(
-      family, "phy", "A port's PHY, over its I2C master",
-      "To configure a PHY: start, then write its registers, then end.\n"
-      "Examples:\n"
-      "  zvgctl hdmi phy read 0 0x06\n"
-      "  zvgctl hdmi phy start 0 && zvgctl hdmi phy write 0 0x06 0x0008 && zvgctl hdmi phy end 0");
+  CLI::App& phy = add_family(family, "phy", "A port's PHY, over its I2C master",
+                             "To configure a PHY: start, then write its registers, then end.\n"
+                             "Examples:\n"
+                             "  zvgctl hdmi phy read 0 0x06\n"
+                             "  zvgctl hdmi phy start 0\n"
+                             "  zvgctl hdmi phy write 0 0x06 0x0008\n"
+                             "  zvgctl hdmi phy end 0");
   auto arguments = std::make_shared<PhyArguments>();
   CLI::App* const read = phy.add_subcommand("read", "Read a 16-bit PHY register");
   CLI::App* const write = phy.add_subcommand("write", "Write a 16-bit PHY register");
@@ -272,10 +279,10 @@ struct DdcArguments {
 void print_bytes(const Context& context, uint32_t hdmi, uint8_t slave, uint64_t offset,
                  const std::vector<uint64_t>& bytes) {
   if (context.json) {
-    Json texts = Json::array();
-    for (const uint64_t byte : bytes) texts.push_back(hex(byte, 2));
-    print_json(
-        {{"hdmi", hdmi}, {"slave", hex(slave, 2)}, {"offset", hex(offset, 2)}, {"values", texts}});
+    print_json({{"hdmi", hdmi},
+                {"slave", address_text(slave)},
+                {"offset", address_text(offset)},
+                {"bytes", bytes_text(std::vector<uint8_t>(bytes.begin(), bytes.end()))}});
   } else if (bytes.size() == 1) {
     printf("%s: %s\n", hex(offset, 2).c_str(), hex(bytes[0], 2).c_str());
   } else {

@@ -18,6 +18,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
@@ -148,12 +149,21 @@ void print_registers(const Context& context, const Device& device, unsigned reg,
   }
 }
 
+// What lies behind the last register differs by device: some go on with the first, some with it.
+void expect_registers(const char* name, unsigned reg, size_t count) {
+  if (reg + count <= register_count) return;
+  usage_error(
+      "%s: %zu registers from 0x%02x on go beyond the last one, 0x%02x: expected at most %u", name,
+      count, reg, register_count - 1, register_count - reg);
+}
+
 void read_command(const Context& context, const Place& place, const std::string& count_text) {
   const Route options = parse_connection(context.connection);
   const Device device = parse_device(options, place);
   const auto reg = static_cast<unsigned>(parse_number("REGISTER", place.reg, register_count - 1));
   const size_t count = parse_number("--count", count_text, longest_transfer);
   if (count == 0) usage_error("--count: expected at least 1");
+  expect_registers("--count", reg, count);
   Connection connection(context, i2c_deadline);
   print_registers(context, device, reg, read_registers(device, reg, count));
 }
@@ -177,7 +187,9 @@ void write_command(const Context& context, const Place& place,
   for (const std::string& value : values) {
     bytes.push_back(static_cast<uint8_t>(parse_number("VALUE", value, 0xFF)));
   }
-  if (bytes.size() > longest_transfer) usage_error("expected at most %zu values", longest_transfer);
+  if (bytes.size() > longest_transfer)
+    usage_error("VALUE: expected at most %zu of them", longest_transfer);
+  expect_registers("VALUE", reg, bytes.size());
   confirm(format("write %zu byte%s to register 0x%02x of I2C device 0x%02x on bus %u", bytes.size(),
                  bytes.size() == 1 ? "" : "s", reg, device.slave, device.bus),
           context.yes);
@@ -214,7 +226,8 @@ void add_read(CLI::App& family, Context& context) {
   auto count = std::make_shared<std::string>("1");
   CLI::App* const command = family.add_subcommand("read", "Read registers of a device");
   add_place(*command, place, true);
-  command->add_option("-c,--count", *count, "Bytes in one transfer, 1 to 256 [1]")->type_name("N");
+  command->add_option("-n,--count", *count, "Bytes in one transfer, 1 to 256 [1]")->type_name("N");
+  add_hidden_alias(*command, "-c", *count);
   command->footer(
       "Examples:\n"
       "  zvgctl i2c read 1 0x4c 0x06 --count 10\n"

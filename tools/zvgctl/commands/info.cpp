@@ -78,7 +78,7 @@ Json or_null(const std::optional<Value>& value) {
 }
 
 void line(const char* label, const std::string& value) {
-  printf("%-22s %s\n", label, value.c_str());
+  printf("%-22s %s\n", label, zvg::printable(value).c_str());
 }
 
 // What the driver would not say stays visible as such.
@@ -161,7 +161,7 @@ std::string aperture_text(const Aperture& aperture) {
 }
 
 Json aperture_json(const Aperture& aperture) {
-  return {{"base", hex(aperture.base)}, {"length", hex(aperture.length)}};
+  return {{"base", address_text(aperture.base)}, {"bytes", aperture.length}};
 }
 
 void print_info(Connection& connection) {

@@ -11,6 +11,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/terminal/library_text.h"
 #include "zvgctl/terminal/output.h"
 
 namespace zvgctl {
@@ -67,6 +68,7 @@ void list_command(const Context& context, bool raw) {
   Connection connection(context);
   const uint64_t mux = connection.read_register(output_mux, 4);
   if (raw) {
+    expect_library_colours({"41", "42", "43", "44", "0"});
     zvgCrtcOutputPrint();
     return;
   }
@@ -112,6 +114,7 @@ void add_mode_family(CLI::App& application, Context& context) {
   auto raw = std::make_shared<bool>(false);
   CLI::App* const list = family.add_subcommand(
       "list", "Show each output's display controller, its timing and refresh rate");
+  add_csv_option(*list, context);
   list->add_flag("--raw", *raw, "Print the library's own report, in colour");
   list->footer(
       "\"horizontal\" and \"vertical\": active, sync start, sync end, total. \"syncs\": "

@@ -153,6 +153,7 @@ void add_vga(CLI::App& application, Context& context) {
       add_family(application, "vga", "The VGA DAC", "Example:\n  zvgctl vga gain --red 40");
   auto gains = std::make_shared<Gains>();
   CLI::App* const gain = family.add_subcommand("gain", "Set gains, and show all three");
+  add_csv_option(*gain, context);
   for (size_t i = 0; i < gains->values.size(); ++i) {
     gain->add_option("--" + std::string(gain_names[i]), gains->values[i], "0 to 63")
         ->type_name("N");

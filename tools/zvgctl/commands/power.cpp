@@ -12,6 +12,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/output.h"
 #include "zvgctl/virtual_board.h"
@@ -26,7 +27,6 @@ constexpr unsigned power_deadline = 90;
 struct PowerArguments {
   std::vector<std::string> chips;
   std::string board;
-  bool csv = false;
   std::string interval = "1";
   std::string count = "0";
 };
@@ -81,23 +81,15 @@ void print_csv(const std::string& time, const std::vector<Rail>& rails) {
     return value ? format("%.6g", *value) : std::string();
   };
   for (const Rail& rail : rails) {
-    printf("%s,%s,%s,%s,%s,%s\n", time.c_str(), rail.chip.c_str(), rail.name.c_str(),
-           number(rail.volts).c_str(), number(rail.amperes).c_str(), number(rail.watts()).c_str());
+    printf("%s,%s,%s,%s,%s,%s\n", time.c_str(), csv_field(rail.chip).c_str(),
+           csv_field(rail.name).c_str(), number(rail.volts).c_str(), number(rail.amperes).c_str(),
+           number(rail.watts()).c_str());
   }
 }
 
 Json json_of(const std::string& time, const std::vector<Rail>& rails) {
-  const auto number = [](const std::optional<double>& value) {
-    return value ? Json(*value) : Json(nullptr);
-  };
   Json list = Json::array();
-  for (const Rail& rail : rails) {
-    list.push_back({{"chip", rail.chip},
-                    {"rail", rail.name},
-                    {"volts", number(rail.volts)},
-                    {"amperes", number(rail.amperes)},
-                    {"watts", number(rail.watts())}});
-  }
+  for (const Rail& rail : rails) list.push_back(to_json(rail));
   return {{"time", time}, {"rails", list}};
 }
 
@@ -107,7 +99,7 @@ void read_command(const Context& context, const PowerArguments& arguments) {
   const std::vector<Rail> rails = measure_all(monitors);
   if (context.json) {
     print_json(json_of(timestamp(), rails));
-  } else if (arguments.csv) {
+  } else if (context.csv) {
     print_csv_header();
     print_csv(timestamp(), rails);
   } else {
@@ -121,13 +113,13 @@ void watch_command(const Context& context, const PowerArguments& arguments) {
   const Connection connection(context);
   const std::vector<PowerMonitor> monitors = chosen_monitors(arguments);
   const bool terminal = isatty(STDOUT_FILENO) != 0;
-  if (arguments.csv && !context.json) print_csv_header();
+  if (context.csv) print_csv_header();
   repeat(interval, count, [&](uint64_t i) {
     const std::vector<Rail> rails = measure_all(monitors);
     const std::string time = timestamp();
     if (context.json) {
       print_json_line(json_of(time, rails));
-    } else if (arguments.csv) {
+    } else if (context.csv) {
       print_csv(time, rails);
     } else {
       // On a terminal each table takes the place of the one before.
@@ -138,7 +130,7 @@ void watch_command(const Context& context, const PowerArguments& arguments) {
   });
 }
 
-std::shared_ptr<PowerArguments> add_options(CLI::App& command) {
+std::shared_ptr<PowerArguments> add_options(CLI::App& command, Context& context) {
   auto arguments = std::make_shared<PowerArguments>();
   command
       .add_option("--chip", arguments->chips,
@@ -148,7 +140,7 @@ std::shared_ptr<PowerArguments> add_options(CLI::App& command) {
   command
       .add_option("--board", arguments->board, "Measure the [[power_monitors]] of this board file")
       ->type_name("FILE");
-  command.add_flag("--csv", arguments->csv, "Print comma-separated values");
+  add_csv_option(command, context);
   return arguments;
 }
 
@@ -161,7 +153,7 @@ void add_power(CLI::App& application, Context& context) {
                  "  zvgctl power read --chip ltc2990:1:0x4c:5,5\n"
                  "  zvgctl power watch --board myboard.toml --interval 0.5");
   CLI::App* const read = family.add_subcommand("read", "Measure all rails once");
-  auto read_arguments = add_options(*read);
+  auto read_arguments = add_options(*read, context);
   read->footer(
       "The volts of a rail with a sense resistor are those behind it. The INA3221 is read for its\n"
       "currents only.\n"
@@ -173,13 +165,14 @@ void add_power(CLI::App& application, Context& context) {
   });
 
   CLI::App* const watch = family.add_subcommand("watch", "Measure again and again, until Ctrl-C");
-  auto watch_arguments = add_options(*watch);
+  auto watch_arguments = add_options(*watch, context);
   watch
       ->add_option("-i,--interval", watch_arguments->interval,
                    "Seconds between two measurements [1]")
       ->type_name("SECONDS");
-  watch->add_option("-c,--count", watch_arguments->count, "Stop after so many; 0: never [0]")
+  watch->add_option("-n,--count", watch_arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*watch, "-c", watch_arguments->count);
   watch->footer(
       "With --json, each measurement is a document on a line of its own.\n"
       "Examples:\n"

@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "service/number.h"
+#include "service/station/board_sample.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
@@ -38,13 +39,23 @@ Json line_json(const std::string& line) {
   return {{"item", text}, {"value", nullptr}};
 }
 
-void query_command(const Context& context, const std::string& keyword, const std::string& engine) {
-  if (!engine.empty()) {
-    if (!keyword.starts_with("LOAD")) usage_error("only LOAD takes an engine's number");
-    parse_number("ENGINE", engine, 255);
+// Which engines there are differs by chip; the report says -1 of the others.
+void expect_engine(unsigned engine) {
+  if (engine_load(engine)) return;
+  fail("the driver knows no engine %u: 'query LOAD' shows those that there are", engine);
+}
+
+void query_command(const Context& context, const std::string& keyword,
+                   const std::string& engine_text) {
+  std::string engine;  // in decimal, as the library takes it
+  if (!engine_text.empty()) {
+    if (!keyword.starts_with("LOAD")) usage_error("ENGINE: only LOAD takes an engine's number");
+    constexpr unsigned last_engine = 255;
+    engine = std::to_string(parse_number("ENGINE", engine_text, last_engine));
   }
   need_driver(context, "the report is");
   const Connection connection(context);
+  if (!engine.empty()) expect_engine(static_cast<unsigned>(std::stoul(engine)));
   // The library goes on where the words of the command line were last split.
   std::string words = "query " + keyword + " " + engine;
   strtok(words.data(), " ");
@@ -59,7 +70,7 @@ void query_command(const Context& context, const std::string& keyword, const std
   }
   if (!found) fail("the driver knows no engine");
   if (!context.json) {
-    fputs(report, stdout);
+    fputs(zvg::printable(report).c_str(), stdout);
     return;
   }
   Json document = Json::array();

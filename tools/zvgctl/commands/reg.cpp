@@ -12,6 +12,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "service/text.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/errors.h"
@@ -52,6 +53,10 @@ void mask_command(const Context& context, const MaskArguments& arguments) {
   const Span span = parse_span(registers, arguments.address, arguments.width, "");
   const uint64_t mask = parse_number("MASK", arguments.mask, largest(span.width));
   const uint64_t value = parse_number("VALUE", arguments.value, largest(span.width));
+  if ((value & ~mask) != 0) {
+    usage_error("VALUE: %s has bits outside of MASK %s, which would stay as they are",
+                hex(value).c_str(), hex(mask).c_str());
+  }
   Connection connection(context);
   if (span.width == 1 && connection.door() != Door::serial) {
     const int result =
@@ -98,7 +103,8 @@ void print_sample(const Context& context, const Span& span, double seconds, uint
   const int digits = static_cast<int>(2 * span.width);
   const std::string address = hex(span.first, registers.digits);
   if (context.json) {
-    print_json_line({{"time", std::round(seconds * 1000) / 1000},
+    print_json_line({{"time", timestamp()},
+                     {"seconds", rounded(seconds, 3)},
                      {"address", address_text(span.first)},
                      {"value", hex(value, digits)}});
   } else if (previous == nullptr) {
@@ -156,8 +162,8 @@ void add_mask(CLI::App& family, Context& context) {
   add_verify_option(*command, arguments->verify);
   command->footer(
       "Examples:\n"
-      "  zvgctl reg mask 0x113000 0x38 0x30            bits 5:3 of a byte register become 110\n"
-      "  zvgctl reg mask 0x308030 0x100 0 --width 32   clears bit 8 of a 32-bit register");
+      "  zvgctl reg mask 0x113000 0x38 0x30           bits 5:3 become 110\n"
+      "  zvgctl reg mask 0x308030 0x100 0 --width 32  clears bit 8 of 32");
   command->callback([&context, arguments] {
     context.action = [&context, arguments] { mask_command(context, *arguments); };
   });
@@ -178,7 +184,7 @@ void add_watch(CLI::App& family, Context& context) {
   command->add_option("-n,--count", arguments->count, "End after that many looks")->type_name("N");
   command->footer(
       "Examples:\n"
-      "  zvgctl reg watch 0x113004 --width 8         plug a monitor in and out of HDMI port 0\n"
+      "  zvgctl reg watch 0x113004 --width 8   is HDMI 0 plugged?\n"
       "  zvgctl reg watch 0x308050 -i 1 -n 60        for a minute, once a second\n"
       "With --json each change is one JSON document on a line of its own.");
   command->callback([&context, arguments] {

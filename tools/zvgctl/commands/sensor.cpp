@@ -14,6 +14,7 @@
 #include "zvgctl/commands/space.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/output.h"
 
@@ -26,7 +27,6 @@ void need_generation(const Context& context) {
 }
 
 struct WatchArguments {
-  bool csv = false;
   std::string interval = "1";
   std::string count = "0";
 };
@@ -49,19 +49,11 @@ void print_readings(const DieReadings& readings) {
   table.print();
 }
 
-Json readings_json(const DieReadings& readings) {
-  Json list = Json::array();
-  for (uint32_t i = 0; i < die_sensors; ++i) {
-    list.push_back({{"sensor", i}, {"celsius", readings.celsius[i]}, {"volts", readings.volts[i]}});
-  }
-  return list;
-}
-
 void read_command(const Context& context, bool process) {
   need_generation(context);
   const Connection connection(context);
   const DieReadings readings = read_die();
-  Json document = {{"sensors", readings_json(readings)}};
+  Json document = {{"sensors", to_json(readings)}};
   if (!context.json) print_readings(readings);
   if (process) {
     Table table({"TYPE", "SENSOR", "CODE"});
@@ -77,7 +69,7 @@ void read_command(const Context& context, bool process) {
       }
     }
     if (!context.json) {
-      putchar('\n');
+      if (!context.csv) putchar('\n');
       table.print();
     }
   }
@@ -90,13 +82,13 @@ void watch_command(const Context& context, const WatchArguments& arguments) {
   need_generation(context);
   const Connection connection(context);
   const bool terminal = isatty(STDOUT_FILENO) != 0;
-  if (arguments.csv && !context.json) print_csv_header();
+  if (context.csv) print_csv_header();
   repeat(interval, count, [&](uint64_t i) {
     const DieReadings readings = read_die();
     const std::string time = timestamp();
     if (context.json) {
-      print_json_line({{"time", time}, {"sensors", readings_json(readings)}});
-    } else if (arguments.csv) {
+      print_json_line({{"time", time}, {"sensors", to_json(readings)}});
+    } else if (context.csv) {
       print_csv(time, readings);
     } else {
       // On a terminal each table takes the place of the one before.
@@ -129,7 +121,7 @@ void fan_command(const Context& context, int percent) {
 void test_temperature_command(const Context& context, const std::string& text) {
   const auto celsius = static_cast<uint32_t>(parse_number("TEMPERATURE", text, UINT32_MAX));
   if (parse_connection(context.connection).door != Door::driver) {
-    usage_error("only the driver takes a test temperature");
+    usage_error("TEMPERATURE: only the driver takes one; use --driver");
   }
   const Connection connection(context);
   const StdoutOnStderr remarks;
@@ -147,6 +139,7 @@ void add_sensor(CLI::App& application, Context& context) {
                                 "  zvgctl sensor watch --csv --interval 5 > die.csv");
   CLI::App* const read = family.add_subcommand("read", "Read the sensors once");
   auto process = std::make_shared<bool>(false);
+  add_csv_option(*read, context);
   read->add_flag("--process", *process, "Also the process codes, types 2 to 4");
   read->footer(
       "Past the driver, every change of type or sensor takes a conversion of 1.1 s.\n"
@@ -159,11 +152,12 @@ void add_sensor(CLI::App& application, Context& context) {
 
   CLI::App* const watch = family.add_subcommand("watch", "Read again and again, until Ctrl-C");
   auto arguments = std::make_shared<WatchArguments>();
-  watch->add_flag("--csv", arguments->csv, "Print comma-separated values");
+  add_csv_option(*watch, context);
   watch->add_option("-i,--interval", arguments->interval, "Seconds between two readings [1]")
       ->type_name("SECONDS");
-  watch->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
+  watch->add_option("-n,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*watch, "-c", arguments->count);
   watch->footer(
       "With --json, each reading is a document on a line of its own.\n"
       "Examples:\n"

@@ -1,19 +1,21 @@
 // zvgctl top: the board at work, on a full screen.
-#include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
-#include <string.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <nlohmann/json.hpp>
 
+#include "service/files/input_file.h"
 #include "service/number.h"
 #include "service/station/board_sample.h"
 #include "zvgctl/commands/families.h"
+#include "zvgctl/commands/top_log.h"
 #include "zvgctl/connection.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/sampling.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
@@ -34,6 +36,9 @@ struct TopArguments {
   std::string csv;
   std::string interval = "1";
   std::string count = "0";
+  bool append = false;
+  bool force = false;
+  bool once = false;
 };
 
 // The chips to measure. On a virtual board, its own; a board may have none.
@@ -205,34 +210,47 @@ void draw(Screen& screen, const Connection& connection, const BoardSample& sampl
   screen.show();
 }
 
-class CsvFile {
- public:
-  explicit CsvFile(const std::string& path) : path_(path) {
-    if (path.empty()) return;
-    file_ = fopen(path.c_str(), "we");
-    if (file_ == nullptr) fail("cannot create %s: %s", path.c_str(), strerror(errno));
+// A sample as text, for those who look once, or have no terminal to draw on.
+void print_sample(const BoardSample& sample) {
+  Table clocks({"CLOCK", "MHz", "WHAT"});
+  for (unsigned i = 0; i < clock_count; ++i) {
+    clocks.row({clock_names[i].name, sample.mhz ? mhz_text((*sample.mhz)[i]) : "-",
+                clock_names[i].description});
   }
-  ~CsvFile() {
-    if (file_ != nullptr) fclose(file_);
+  printf("%s\n", sample.time.c_str());
+  clocks.print();
+  putchar('\n');
+  Table die({"SENSOR", "CELSIUS", " VOLTS"});
+  for (uint32_t i = 0; i < die_sensors; ++i) {
+    die.row({std::to_string(i), sample.die ? format("%7.2f", sample.die->celsius[i]) : "      -",
+             sample.die ? format("%6.4f", sample.die->volts[i]) : "     -"});
   }
-  CsvFile(const CsvFile&) = delete;
-  CsvFile& operator=(const CsvFile&) = delete;
-
-  void write(const BoardSample& sample) {
-    if (file_ == nullptr) return;
-    // Other columns than before, because something came or went, get their names again.
-    const std::string header = csv_header(sample);
-    if (header != header_) fputs(header.c_str(), file_);
-    header_ = header;
-    fputs(csv_line(sample).c_str(), file_);
-    if (fflush(file_) != 0) fail("cannot write %s: %s", path_.c_str(), strerror(errno));
+  die.print();
+  printf("\nfan     %s\n",
+         sample.fan_percent ? format("%.0f%%", *sample.fan_percent).c_str() : "-");
+  if (sample.memory) {
+    printf("memory  %u of %.0f\n", sample.memory->used,
+           static_cast<double>(sample.memory->used) + sample.memory->free);
   }
-
- private:
-  const std::string path_;
-  FILE* file_ = nullptr;
-  std::string header_;
-};
+  if (!sample.loads.empty()) {
+    putchar('\n');
+    Table engines({"ENGINE", "LOAD"});
+    for (const auto& [engine, load] : sample.loads) {
+      engines.row({std::to_string(engine), format("%3d%%", load)});
+    }
+    engines.print();
+  }
+  if (sample.rails.empty()) return;
+  const auto cell = [](const std::optional<double>& value) {
+    return value ? format("%8.3f", *value) : format("%8s", "-");
+  };
+  putchar('\n');
+  Table rails({"CHIP", "RAIL", "   VOLTS", " AMPERES", "   WATTS"});
+  for (const Rail& rail : sample.rails) {
+    rails.row({rail.chip, rail.name, cell(rail.volts), cell(rail.amperes), cell(rail.watts())});
+  }
+  rails.print();
+}
 
 // Waits for the next round; true to quit. Looks often, because Ctrl-C only ends a wait.
 bool quit_asked(Screen& screen, const Connection& connection, const BoardSample& sample,
@@ -251,18 +269,45 @@ bool quit_asked(Screen& screen, const Connection& connection, const BoardSample&
   return InterruptNotice::came();
 }
 
-void top_command(const Context& context, const TopArguments& arguments) {
-  if (context.json) usage_error("top draws on a terminal; use --csv FILE for a log");
-  const double interval = parse_interval(arguments.interval);
-  const uint64_t count = parse_number("--count", arguments.count);
-  require_generation(parse_connection(context.connection), "the clock and sensor block");
-  const bool terminal = isatty(STDOUT_FILENO) == 1 && isatty(STDIN_FILENO) == 1;
-  if (!terminal && arguments.csv.empty()) {
-    usage_error("top draws on a terminal, and there is none; with --csv FILE it only logs");
+// How a sample is shown.
+enum class Face { screen, text, json, log_only };
+
+Face face_of(const Context& context, const TopArguments& arguments) {
+  if (context.json) return Face::json;
+  if (arguments.once) return Face::text;
+  if (arguments.csv == standard_stream) return Face::log_only;
+  if (isatty(STDOUT_FILENO) == 1 && isatty(STDIN_FILENO) == 1) return Face::screen;
+  if (!arguments.csv.empty()) return Face::log_only;
+  usage_error(
+      "top draws on a terminal, and there is none; with --csv FILE it only logs, --once prints one "
+      "sample, and --json prints documents");
+}
+
+ExistingLog existing_log(const TopArguments& arguments) {
+  if (arguments.append && arguments.force) usage_error("give only one of --append and --force");
+  if ((arguments.append || arguments.force) && arguments.csv.empty()) {
+    usage_error("--append and --force are for the file of --csv");
   }
+  return arguments.append  ? ExistingLog::append
+         : arguments.force ? ExistingLog::replace
+                           : ExistingLog::keep;
+}
+
+void show(Face face, bool once, const BoardSample& sample) {
+  if (face == Face::text) return print_sample(sample);
+  if (face != Face::json) return;
+  once ? print_json(to_json(sample)) : print_json_line(to_json(sample));
+}
+
+void top_command(const Context& context, const TopArguments& arguments) {
+  const double interval = parse_interval(arguments.interval);
+  const uint64_t count = arguments.once ? 1 : parse_number("--count", arguments.count);
+  const ExistingLog existing = existing_log(arguments);
+  require_generation(parse_connection(context.connection), "the clock and sensor block");
+  const Face face = face_of(context, arguments);
   Connection connection(context);
   const std::vector<PowerMonitor> monitors = known_monitors(arguments);
-  CsvFile log(arguments.csv);
+  TopLog log(arguments.csv, existing);
   std::string missing;  // the first reason why something that is there is not in a sample
   const auto take_sample = [&] {
     BoardSample sample = sample_board(connection, monitors);
@@ -270,8 +315,8 @@ void top_command(const Context& context, const TopArguments& arguments) {
     log.write(sample);
     return sample;
   };
-  if (!terminal) {
-    repeat(interval, count, [&](uint64_t) { take_sample(); });
+  if (face != Face::screen) {
+    repeat(interval, count, [&](uint64_t) { show(face, arguments.once, take_sample()); });
     if (!missing.empty()) fail("a part of the samples is missing: %s", missing.c_str());
     return;
   }
@@ -291,24 +336,30 @@ void add_board_top(CLI::App& application, Context& context) {
   CLI::App* const command =
       application.add_subcommand("top", "Watch clocks, temperatures, loads and rails live");
   auto arguments = std::make_shared<TopArguments>();
-  command->add_option("--csv", arguments->csv, "Log every sample into this file")
+  command
+      ->add_option("--csv", arguments->csv, "Log every sample into this file; - is standard output")
       ->type_name("FILE");
+  command->add_flag("--append", arguments->append, "Go on in the file of --csv if it exists");
+  command->add_flag("-f,--force", arguments->force, "Replace the file of --csv if it exists");
+  command->add_flag("--once", arguments->once, "Print one sample, without a screen");
   command->add_option("--chip", arguments->chips, "A power monitor, as for 'power read'")
       ->type_name("CHIP:BUS:ADDRESS[:MILLIOHMS,...]");
   command->add_option("--board", arguments->board, "The [[power_monitors]] of this board file")
       ->type_name("FILE");
   command->add_option("-i,--interval", arguments->interval, "Seconds between two samples [1]")
       ->type_name("SECONDS");
-  command->add_option("-c,--count", arguments->count, "Stop after so many; 0: never [0]")
+  command->add_option("-n,--count", arguments->count, "Stop after so many; 0: never [0]")
       ->type_name("N");
+  add_hidden_alias(*command, "-c", arguments->count);
   command->footer(
-      "q quits. Needs 80x24 at least. Without a terminal it only logs. Engine loads and video "
-      "memory\n"
-      "are the driver's; past it, a sample takes as long as the sensors' conversions.\n"
+      "q quits. Needs 80x24 at least. Without a terminal it only logs; with --json every sample\n"
+      "is a document on a line of its own. Engine loads and video memory are the driver's; past\n"
+      "it, a sample takes as long as the sensors' conversions.\n"
       "Examples:\n"
       "  zvgctl --sim busy top\n"
       "  zvgctl top --csv board.csv --chip ltc2990:1:0x4c:5,5\n"
-      "  zvgctl top --csv board.csv --count 600 > /dev/null");
+      "  zvgctl top --csv board.csv --append --count 600 > /dev/null\n"
+      "  zvgctl top --once --json");
   command->callback([&context, arguments] {
     context.action = [&context, arguments] { top_command(context, *arguments); };
   });

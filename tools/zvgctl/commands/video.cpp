@@ -120,26 +120,29 @@ void status_command(const Context& context, const VideoArguments& arguments) {
                                : (control & in_window_b) != 0 ? "b"
                                                               : "none";
     const bool capturing = (control & capture_on) != 0;
+    // What the registers of a port hold that does not capture, or is in no window, is of nobody's
+    // making.
+    const bool known = capturing && (control & (in_window_a | in_window_b)) != 0;
+    const auto value = [known](const auto& what) { return known ? Json(what) : Json(); };
     document.push_back({{"port", port},
                         {"capturing", capturing},
                         {"window", window},
-                        {"source", {{"width", v[8]}, {"height", v[9]}}},
-                        {"x", v[0]},
-                        {"y", v[1]},
-                        {"width", v[2]},
-                        {"height", v[3]},
-                        {"offset", v[4]},
-                        {"format_a", v[5]},
-                        {"format_b", v[6]},
-                        {"flag", v[7] != 0}});
+                        {"source", value(Json{{"width", v[8]}, {"height", v[9]}})},
+                        {"x", value(v[0])},
+                        {"y", value(v[1])},
+                        {"width", value(v[2])},
+                        {"height", value(v[3])},
+                        {"offset", value(v[4])},
+                        {"format_a", value(v[5])},
+                        {"format_b", value(v[6])},
+                        {"flag", value(v[7] != 0)}});
+    if (!known) {
+      table.row({std::to_string(port), yes_no(capturing), window, "off", "-", "-", "-", "-", "-"});
+      continue;
+    }
     const auto pair = [](uint32_t a, const char* separator, uint32_t b) {
       return std::to_string(a) + separator + std::to_string(b);
     };
-    // What the library reads of a port in no window is window B's, whoever uses it.
-    if ((control & (in_window_a | in_window_b)) == 0) {
-      table.row({std::to_string(port), yes_no(capturing), window, "-", "-", "-", "-", "-", "-"});
-      continue;
-    }
     table.row({std::to_string(port), yes_no(capturing), window, pair(v[8], "x", v[9]),
                pair(v[0], ",", v[1]), pair(v[2], "x", v[3]), hex(v[4]), pair(v[5], "/", v[6]),
                yes_no(v[7] != 0)});
@@ -178,7 +181,7 @@ void add_video(CLI::App& application, Context& context) {
   CLI::App* const init = add_command(
       family, context, arguments, "init", "Set up a port and its video decoder",
       "Example:\n  zvgctl video init 1 --channel 2 --alternate --window b", init_command);
-  init->add_option("--channel", arguments->channel, "I2C channel of the decoder, 0 to 3")
+  init->add_option("-c,--channel", arguments->channel, "I2C channel of the decoder, 0 to 3")
       ->required()
       ->type_name("N");
   init->add_flag("--alternate", arguments->alternate, "The decoder is at 0x25 instead of 0x24");
@@ -207,8 +210,10 @@ void add_video(CLI::App& application, Context& context) {
   add_command(family, context, arguments, "restart", "Capture and show again",
               "Example:\n  zvgctl video restart 0",
               [](const Context& c, const VideoArguments& a) { switch_command(c, a, true); });
-  add_command(family, context, arguments, "status", "Show what the ports do",
-              "Example:\n  zvgctl video status --json", status_command);
+  CLI::App* const status =
+      add_command(family, context, arguments, "status", "Show what the ports do",
+                  "Example:\n  zvgctl video status --json", status_command);
+  add_csv_option(*status, context);
 }
 
 }  // namespace zvgctl

@@ -1,17 +1,19 @@
 // zvgctl vram: the board's video memory.
-#include <errno.h>
 #include <inttypes.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <span>
+#include <vector>
 
+#include "service/files/input_file.h"
 #include "zvgctl/commands/families.h"
 #include "zvgctl/commands/space.h"
 #include "zvgctl/commands/vram_bulk.h"
 #include "zvgctl/errors.h"
+#include "zvgctl/help.h"
 #include "zvgctl/terminal/output_file.h"
 #include "zvgctl/terminal/prompt.h"
 
@@ -53,9 +55,9 @@ struct Stretch {
 void check_stretch(const Stretch& stretch) {
   if (stretch.offset % word_size != 0) usage_error("--offset: expected a multiple of 4");
   if (stretch.length % word_size != 0) {
-    usage_error("a length of %" PRIu64 " bytes is no multiple of 4", stretch.length);
+    usage_error("--length: a length of %" PRIu64 " bytes is no multiple of 4", stretch.length);
   }
-  if (stretch.length == 0) usage_error("a length of 0 leaves nothing to do");
+  if (stretch.length == 0) usage_error("--length: a length of 0 leaves nothing to do");
   if (stretch.offset > last_vram || stretch.length - 1 > last_vram - stretch.offset) {
     fail("video memory from 0x%" PRIx64 " on, 0x%" PRIx64
          " bytes, is out of range: the last "
@@ -80,52 +82,36 @@ void dump_command(const Context& context, const BulkArguments& arguments) {
   });
   file.commit();
   printf("%" PRIu64 " bytes of video memory from %s on are in %s\n", stretch.length,
-         hex(stretch.offset, video_memory.digits).c_str(), arguments.file.c_str());
-}
-
-struct CloseFile {
-  void operator()(FILE* file) const { fclose(file); }
-};
-using File = std::unique_ptr<FILE, CloseFile>;
-
-File open_to_load(const std::string& path, uint64_t* size) {
-  File file(fopen(path.c_str(), "rb"));
-  if (!file) fail("cannot read %s: %s", path.c_str(), strerror(errno));
-  struct stat status;
-  if (fstat(fileno(file.get()), &status) != 0)
-    fail("cannot read %s: %s", path.c_str(), strerror(errno));
-  if (!S_ISREG(status.st_mode)) fail("%s is no regular file", path.c_str());
-  *size = static_cast<uint64_t>(status.st_size);
-  return file;
+         hex(stretch.offset, video_memory.digits).c_str(), output_name(arguments.file).c_str());
 }
 
 void load_command(const Context& context, const BulkArguments& arguments) {
-  uint64_t size = 0;
-  const File file = open_to_load(arguments.file, &size);
-  Stretch stretch = {parse_number("--offset", arguments.offset), size};
+  const std::string name = input_name(arguments.file);
+  const std::vector<uint8_t> bytes =
+      read_input(arguments.file, last_vram + 1, "what goes into video memory");
+  Stretch stretch = {parse_number("--offset", arguments.offset), bytes.size()};
   if (!arguments.length.empty()) {
     stretch.length = parse_number("--length", arguments.length);
-    if (stretch.length > size) {
-      fail("%s is too short: %" PRIu64 " bytes, not the %" PRIu64 " of --length",
-           arguments.file.c_str(), size, stretch.length);
+    if (stretch.length > bytes.size()) {
+      fail("%s is too short: %zu bytes, not the %" PRIu64 " of --length", name.c_str(),
+           bytes.size(), stretch.length);
     }
-  } else if (size == 0 || size % word_size != 0) {
-    fail("%s has %" PRIu64 " bytes: expected a multiple of 4, and more than none (or --length)",
-         arguments.file.c_str(), size);
+  } else if (bytes.empty() || bytes.size() % word_size != 0) {
+    fail("%s has %zu bytes: expected a multiple of 4, and more than none (or --length)",
+         name.c_str(), bytes.size());
   }
   check_stretch(stretch);
   Connection connection(context);
   confirm(format("overwrite %" PRIu64 " bytes of video memory from %s on", stretch.length,
                  hex(stretch.offset, video_memory.digits).c_str()),
           context.yes);
+  const uint8_t* next = bytes.data();
   write_vram_bulk(connection, stretch.offset, stretch.length, [&](std::span<uint32_t> words) {
-    if (fread(words.data(), word_size, words.size(), file.get()) != words.size()) {
-      fail("cannot read all of %s: %s", arguments.file.c_str(),
-           ferror(file.get()) != 0 ? strerror(errno) : "it has become shorter");
-    }
+    memcpy(words.data(), next, words.size_bytes());
+    next += words.size_bytes();
   });
-  printf("%" PRIu64 " bytes of %s are in video memory from %s on\n", stretch.length,
-         arguments.file.c_str(), hex(stretch.offset, video_memory.digits).c_str());
+  printf("%" PRIu64 " bytes of %s are in video memory from %s on\n", stretch.length, name.c_str(),
+         hex(stretch.offset, video_memory.digits).c_str());
 }
 
 void fill_command(const Context& context, const BulkArguments& arguments) {
@@ -141,8 +127,9 @@ void fill_command(const Context& context, const BulkArguments& arguments) {
 }
 
 void add_offset(CLI::App& command, BulkArguments& arguments) {
-  command.add_option("-o,--offset", arguments.offset, "First byte, a multiple of 4 (default 0)")
+  command.add_option("--offset", arguments.offset, "First byte, a multiple of 4 (default 0)")
       ->type_name("BYTES");
+  add_hidden_alias(command, "-o", arguments.offset);
 }
 
 CLI::Option* add_length(CLI::App& command, BulkArguments& arguments, const char* help) {
@@ -152,7 +139,10 @@ CLI::Option* add_length(CLI::App& command, BulkArguments& arguments, const char*
 void add_dump(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<BulkArguments>();
   CLI::App* const command = family.add_subcommand("dump", "Save video memory to a file");
-  command->add_option("FILE", arguments->file, "Where to; written whole or not at all")->required();
+  command
+      ->add_option("FILE", arguments->file,
+                   "Where to; written whole or not at all; - is standard output")
+      ->required();
   add_offset(*command, *arguments);
   add_length(*command, *arguments, "How much, a multiple of 4")->required();
   command->add_flag("-f,--force", arguments->force, "Replace a file that exists");
@@ -165,7 +155,7 @@ void add_dump(CLI::App& family, Context& context) {
 void add_load(CLI::App& family, Context& context) {
   auto arguments = std::make_shared<BulkArguments>();
   CLI::App* const command = family.add_subcommand("load", "Load a file into video memory");
-  command->add_option("FILE", arguments->file, "Where from")->required();
+  command->add_option("FILE", arguments->file, "Where from; - is standard input")->required();
   add_offset(*command, *arguments);
   add_length(*command, *arguments, "How much of the file (default all), a multiple of 4");
   command->footer(

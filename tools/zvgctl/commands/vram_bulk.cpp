@@ -1,15 +1,12 @@
 #include "zvgctl/commands/vram_bulk.h"
 
-#include <errno.h>
 #include <inttypes.h>
-#include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <util_zvg.h>
 
 #include <algorithm>
 #include <vector>
 
+#include "service/files/memory_file.h"
 #include "service/seam/library_messages.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/progress.h"
@@ -53,30 +50,6 @@ void expect_all_words(const MessageTap& tap, const char* deed, uint64_t offset) 
   }
 }
 
-// A file without a name that the library's file write can open.
-class MemoryFile {
- public:
-  MemoryFile() : fd_(memfd_create("zvgctl-vram", MFD_CLOEXEC)) {
-    if (fd_ < 0) fail("cannot make a file in memory: %s", strerror(errno));
-    path_ = format("/proc/self/fd/%d", fd_);
-  }
-  ~MemoryFile() { close(fd_); }
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-
-  const char* path() const { return path_.c_str(); }
-  void put(std::span<const uint32_t> words) {
-    const ssize_t size = pwrite(fd_, words.data(), words.size_bytes(), 0);
-    if (size != static_cast<ssize_t>(words.size_bytes())) {
-      fail("cannot write a file in memory: %s", strerror(errno));
-    }
-  }
-
- private:
-  int fd_;
-  std::string path_;
-};
-
 void write_piece(Connection& connection, MemoryFile& file, uint64_t offset,
                  std::span<const uint32_t> words) {
   if (connection.door() == Door::serial) {
@@ -85,7 +58,7 @@ void write_piece(Connection& connection, MemoryFile& file, uint64_t offset,
     }
     return;
   }
-  file.put(words);
+  file.put(words.data(), words.size_bytes());
   const MessageTap tap({"Failed to write vram ["});
   const int result =
       zvgMultVramWriteLong(0, offset, static_cast<uint32_t>(words.size()), file.path());

@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <inttypes.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -12,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "service/files/input_file.h"
 #include "zvgctl/errors.h"
 
 namespace zvgctl {
@@ -40,7 +42,22 @@ Json pending;  // the command's document; null until there is one
 
 // What is no UTF-8, such as a file's name, appears with replacement characters.
 std::string text_of(const Json& document, int indent) {
-  return document.dump(indent, ' ', false, Json::error_handler_t::replace);
+  const std::string text = document.dump(indent, ' ', false, Json::error_handler_t::replace);
+  // JSON escapes the control characters of ASCII; terminals obey these as well.
+  std::string shown;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : '\0');
+    if (byte == 0x7F) {
+      shown += "\\u007f";
+    } else if (byte == 0xC2 && next >= 0x80 && next < 0xA0) {
+      shown += format("\\u%04x", next);
+      ++i;
+    } else {
+      shown += text[i];
+    }
+  }
+  return shown;
 }
 
 void print_pending() {
@@ -63,6 +80,22 @@ void reserve_stdout_for_json() {
     fail("cannot set standard output aside for JSON: %s", strerror(errno));
   }
   json_fd = copy;
+}
+
+int take_stdout_for_data() {
+  if (documents_wanted) {
+    usage_error("-: standard output is for the document of --json; name a file");
+  }
+  // A reader that has enough ends the command as a full disk would, with all that was begun tidied.
+  signal(SIGPIPE, SIG_IGN);
+  reserve_stdout_for_json();
+  const int copy = fcntl(json_fd, F_DUPFD_CLOEXEC, 3);
+  if (copy < 0) fail("cannot use standard output: %s", strerror(errno));
+  return copy;
+}
+
+std::string output_name(const std::string& path) {
+  return path == zvg::standard_stream ? "standard output" : path;
 }
 
 void give_stdout_back() {
@@ -105,24 +138,6 @@ void finish_output() {
   print_pending();
   if (fflush(stdout) != 0 || ferror(stdout) != 0) {
     fail("cannot write to standard output: %s", strerror(errno));
-  }
-}
-
-void Table::print() const {
-  std::vector<size_t> widths;
-  for (const auto& row : rows_) {
-    widths.resize(std::max(widths.size(), row.size()));
-    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-  }
-  for (const auto& row : rows_) {
-    for (size_t i = 0; i < row.size(); ++i) {
-      if (i + 1 == row.size()) {
-        printf("%s", row[i].c_str());
-      } else {
-        printf("%-*s  ", static_cast<int>(widths[i]), row[i].c_str());
-      }
-    }
-    printf("\n");
   }
 }
 

@@ -11,6 +11,7 @@
 #include "service/board/error.h"
 #include "service/json.h"
 #include "service/seam/library_messages.h"
+#include "zvgctl/terminal/table.h"
 
 namespace zvgctl {
 
@@ -22,6 +23,13 @@ bool use_colour(int fd);
 // Keeps standard output for JSON: from now on what anything else prints there, such as the
 // library's messages, goes to standard error.
 void reserve_stdout_for_json();
+
+// The same for a file that a command writes to standard output: returns a descriptor of it, which
+// is the caller's. Throws a usage Failure with --json, whose document is there.
+int take_stdout_for_data();
+
+// How messages call a file that is written: its path, or "standard output".
+std::string output_name(const std::string& path);
 
 // Puts standard output back in its place, for the program that replaces this one.
 void give_stdout_back();
@@ -47,17 +55,6 @@ using zvg::StdoutOnStderr;
 
 // Writes out everything that was printed. Throws a Failure when it did not all get there.
 void finish_output();
-
-// Columns as wide as their widest cell, two blanks apart.
-class Table {
- public:
-  explicit Table(std::vector<std::string> header) : rows_{std::move(header)} {}
-  void row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-  void print() const;
-
- private:
-  std::vector<std::vector<std::string>> rows_;
-};
 
 // Lines of 16 bytes: the address of the first item with that many digits, then the items.
 void print_hex_dump(uint64_t address, int address_digits, unsigned width,

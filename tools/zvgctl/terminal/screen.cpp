@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <string>
 
+#include "service/text.h"
 #include "zvgctl/errors.h"
 #include "zvgctl/terminal/interrupts.h"
 #include "zvgctl/terminal/output.h"
@@ -81,7 +82,8 @@ void Screen::clear() {
   werase(stdscr);
 }
 
-void Screen::put(int row, int column, std::string_view text, Look look) {
+void Screen::put(int row, int column, std::string_view raw, Look look) {
+  const std::string text = zvg::printable(raw);
   if (row < 0 || row >= rows() || column < 0 || column >= columns()) return;
   const chtype attribute = attributes(look);
   attron(attribute);
@@ -91,7 +93,7 @@ void Screen::put(int row, int column, std::string_view text, Look look) {
     const bool begins = (static_cast<unsigned char>(text[size]) & 0xC0) != 0x80;
     if (begins && room-- == 0) break;
   }
-  mvaddnstr(row, column, text.data(), static_cast<int>(size));
+  mvaddnstr(row, column, text.c_str(), static_cast<int>(size));
   attroff(attribute);
 }
 

@@ -1,0 +1,31 @@
+// A command line of zvgctl for each of its commands, that a board can carry out.
+#ifndef TESTS_FAILURES_COMMAND_LINES_H
+#define TESTS_FAILURES_COMMAND_LINES_H
+
+#include <string>
+#include <vector>
+
+namespace zvgtest {
+
+// How a command takes an access that fails.
+enum class Failing {
+  ends_it,       // with status 1
+  is_an_answer,  // it looks for what is there: no answer is one
+};
+
+struct CommandLine {
+  std::string words;
+  Failing failing = Failing::ends_it;
+  std::string before = {};  // another, which has to be done first
+  std::string board = {};   // what the board has besides, as in a board file
+  int exit = 0;             // when nothing fails
+};
+
+const std::vector<CommandLine>& command_lines();
+
+// Puts the files into a folder that the lines name.
+void make_files(const std::string& folder);
+
+}  // namespace zvgtest
+
+#endif  // TESTS_FAILURES_COMMAND_LINES_H
