@@ -11,7 +11,9 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(zvg_flags INTERFACE)
-target_compile_options(zvg_flags INTERFACE -Wall -Wextra -Werror)
+# Both compilers mean the same by -Wconversion: a change of sign alone is none.
+target_compile_options(zvg_flags INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Werror)
 if(ZVG_SANITIZE)
   # Little of the instrumented code profits from more than -O1, and all of it takes longer to build.
   # What the checks add to the code makes GCC see uses of unset variables where there are none.

@@ -10,13 +10,13 @@
 
 namespace zvg {
 
-PllSetting::PllSetting(uint32_t word)
-    : word(word),
-      multiplier((word >> 16 & 0x1FF) + 1),
-      input_divider((word >> 8 & 0x3F) + 1),  // the search goes beyond the five bits of the field
-      output_shift(word >> 4 & 0x7),
-      post_divider((word >> 28) + 1),
-      band(word & 0xF) {}
+PllSetting::PllSetting(uint32_t value)
+    : word(value),
+      multiplier((value >> 16 & 0x1FF) + 1),
+      input_divider((value >> 8 & 0x3F) + 1),  // the search goes beyond the five bits of the field
+      output_shift(value >> 4 & 0x7),
+      post_divider((value >> 28) + 1),
+      band(value & 0xF) {}
 
 PllPlan plan_pll(double input_mhz, unsigned max_post_divider, double target_mhz) {
   const auto input = static_cast<int>(lround(input_mhz * 1000));

@@ -16,7 +16,7 @@ struct PllSetting {
   unsigned post_divider;
   unsigned band;
 
-  explicit PllSetting(uint32_t word);
+  explicit PllSetting(uint32_t value);
 
   double compare_mhz(double input_mhz) const { return input_mhz / input_divider; }
   double vco_mhz(double input_mhz) const { return 2 * input_mhz * multiplier / input_divider; }

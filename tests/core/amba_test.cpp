@@ -226,9 +226,9 @@ INSTANTIATE_TEST_SUITE_P(
                     LaneCase{4, 8, 8, 0x00, 0x0F}, LaneCase{4, 15, 12, 0x00, 0xF0},
                     LaneCase{8, 0, 0, 0xFF, 0x00}, LaneCase{8, 7, 0, 0xFF, 0x00},
                     LaneCase{8, 8, 8, 0x00, 0xFF}, LaneCase{8, 12, 8, 0x00, 0xFF}),
-    [](const auto& info) {
-      return "Width" + std::to_string(info.param.width) + "At" +
-             std::to_string(info.param.low_address);
+    [](const auto& instance) {
+      return "Width" + std::to_string(instance.param.width) + "At" +
+             std::to_string(instance.param.low_address);
     });
 
 TEST_F(Amba, StatusIsComparedByItsHighNibble) {

@@ -1,6 +1,8 @@
 // What the report says about the base block, field by field.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 
 namespace edidtest {
@@ -163,7 +165,7 @@ TEST(BaseBlock, AnalogLevelsAndSetups) {
   expect_analog(0x00, std::string("\tSignal Level Standard: ") + analog_levels +
                           "\tVideo Setup: " + analog_setups + no_syncs);
   // Any other level code lists none, and the labels run on.
-  for (const uint8_t code : {0x20, 0x40, 0x60}) {
+  for (const uint8_t code : std::vector<uint8_t>{0x20, 0x40, 0x60}) {
     expect_analog(
         code, std::string("\tSignal Level Standard: \tVideo Setup: ") + analog_setups + no_syncs);
   }

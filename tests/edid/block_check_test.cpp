@@ -1,6 +1,8 @@
 // zvg_edid_block_is_valid(): results, messages and their order.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 #include "support/capture.h"
 #include "util_zvg.h"
@@ -106,7 +108,7 @@ TEST(BlockCheck, ACeaBlockMayHaveAWrongSum) {
 }
 
 TEST(BlockCheck, OtherExtensionsMayNot) {
-  for (const uint8_t tag : {0x00, 0x01, 0x03, 0x70, 0xF0}) {
+  for (const uint8_t tag : std::vector<uint8_t>{0x00, 0x01, 0x03, 0x70, 0xF0}) {
     Bytes image = with_extension_tag(tag);
     const int right = image[255];
     image[255] = static_cast<uint8_t>(right + 1);
@@ -133,14 +135,14 @@ TEST(BlockCheck, AnExtensionWithTagZeroIsHeldToTheBaseVersion) {
 }
 
 TEST(BlockCheck, TheVersionDecides) {
-  for (const uint8_t revision : {0, 1, 2, 3, 4}) {
+  for (const uint8_t revision : std::vector<uint8_t>{0, 1, 2, 3, 4}) {
     expect_check(Edid().set(0x12, {1, revision}).image(), 0, 1, header_good + sum_good(0));
   }
-  for (const uint8_t revision : {5, 6, 255}) {
+  for (const uint8_t revision : std::vector<uint8_t>{5, 6, 255}) {
     expect_check(Edid().set(0x12, {1, revision}).image(), 0, 1,
                  header_good + sum_good(0) + "EDID minor > 4, assuming backward compatibility\n");
   }
-  for (const uint8_t version : {0, 2, 255}) {
+  for (const uint8_t version : std::vector<uint8_t>{0, 2, 255}) {
     expect_check(Edid().set(0x12, {version, 5}).image(), 0, 0,
                  header_good + sum_good(0) + "\033[1;33m*WARN*EDID has major version " +
                      std::to_string(version) + ", instead of 1\n\033[0m" + rejected(0));

@@ -1,6 +1,8 @@
 // The data blocks of a CEA-861 extension.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 
 namespace edidtest {
@@ -280,7 +282,8 @@ TEST(DataBlock, KindsThatOnlyTellTheirLength) {
 }
 
 TEST(DataBlock, ExtendedTagsThatSayNothing) {
-  for (const uint8_t tag : {2, 3, 4, 7, 8, 12, 16, 18, 19, 31, 33, 64, 120, 255}) {
+  for (const uint8_t tag :
+       std::vector<uint8_t>{2, 3, 4, 7, 8, 12, 16, 18, 19, 31, 33, 64, 120, 255}) {
     for (const size_t length : {1, 2, 3, 5, 31}) expect_block(7, zeros(length, {tag}), "");
   }
 }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <vector>
 
 #include "expected_report.h"
 #include "support/capture.h"
@@ -31,10 +32,10 @@ TEST(CeaExtension, PlainOne) {
 }
 
 TEST(CeaExtension, VersionIsNamedByItsTwoLowestBits) {
-  for (const uint8_t version : {1, 2, 3, 0x81, 255}) {
+  for (const uint8_t version : std::vector<uint8_t>{1, 2, 3, 0x81, 255}) {
     expect_extension(Cea().set(1, {version}).block(), plain().text(4));
   }
-  for (const uint8_t version : {0, 4, 0xFC}) {
+  for (const uint8_t version : std::vector<uint8_t>{0, 4, 0xFC}) {
     CeaReport report = plain();
     report.version = "";
     expect_extension(Cea().set(1, {version}).block(), report.text(4));
@@ -84,7 +85,7 @@ TEST(CeaExtension, WalksItsDataBlocks) {
 
 TEST(CeaExtension, AFirstBlockThatDoesNotFitIsNotWalked) {
   // The first block's last byte is at 7: the timings must start behind it.
-  for (const uint8_t d : {5, 6, 7}) {
+  for (const uint8_t d : std::vector<uint8_t>{5, 6, 7}) {
     CeaReport report;
     // From d on: the speaker byte 0x7F at 5 and the zeros behind make a clock when d is 5.
     report.timings = undefined_timings(0, 6);
@@ -101,7 +102,7 @@ TEST(CeaExtension, AFirstBlockThatDoesNotFitIsNotWalked) {
 }
 
 TEST(CeaExtension, ALaterBlockThatDoesNotFitEndsTheWalk) {
-  for (const uint8_t d : {9, 10, 11}) {
+  for (const uint8_t d : std::vector<uint8_t>{9, 10, 11}) {
     CeaReport report;
     report.data_blocks = speakers_text;
     report.timings = undefined_timings(0, 6);
@@ -264,7 +265,7 @@ TEST(CeaExtension, AMissingOneIsATagOfZero) {
 }
 
 TEST(CeaExtension, OnlyASingleOneIsDecoded) {
-  for (const uint8_t count : {0, 2, 3, 127, 255}) {
+  for (const uint8_t count : std::vector<uint8_t>{0, 2, 3, 127, 255}) {
     expect_report(
         Edid().extension(Cea().data_block(4, speakers).block()).set(0x7E, {count}).image(),
         Report{});

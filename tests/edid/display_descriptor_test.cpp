@@ -1,6 +1,8 @@
 // Display descriptors other than the range limits.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 
 namespace edidtest {
@@ -14,7 +16,8 @@ void expect_descriptor(const Bytes& descriptor, const std::string& text, uint8_t
 }
 
 TEST(DisplayDescriptor, TagsBelowF7AreUndefined) {
-  for (const uint8_t tag : {0x00, 0x01, 0x0F, 0x10, 0x11, 0x7F, 0x80, 0xF0, 0xF6}) {
+  for (const uint8_t tag :
+       std::vector<uint8_t>{0x00, 0x01, 0x0F, 0x10, 0x11, 0x7F, 0x80, 0xF0, 0xF6}) {
     expect_descriptor(display_descriptor(tag, Bytes(13, 'x')), undefined_descriptor);
   }
 }

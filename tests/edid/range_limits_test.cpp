@@ -1,6 +1,8 @@
 // The display range limits descriptor.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 
 namespace edidtest {
@@ -31,7 +33,8 @@ const char limits[] =
 const std::string with_support = std::string(limits) + "\nVideo Timing Supported\n";
 
 TEST(RangeLimits, EndWithTheClockBeforeRevision4) {
-  for (const uint8_t revision : {0, 1, 2, 3}) expect_range(revision, range({0x02}), limits);
+  for (const uint8_t revision : std::vector<uint8_t>{0, 1, 2, 3})
+    expect_range(revision, range({0x02}), limits);
 }
 
 TEST(RangeLimits, Offsets) {
@@ -76,16 +79,16 @@ const char non_continuous[] =
     "\033[1;31m*ERROR*\tDisplay is non-continuous frequency(multi-mode)\n\033[0m";
 
 TEST(RangeLimits, DefaultGtfNeedsAnOddRevision) {
-  for (const uint8_t revision : {4, 6, 254}) {
+  for (const uint8_t revision : std::vector<uint8_t>{4, 6, 254}) {
     expect_range(revision, range({0x00}), with_support + non_continuous);
   }
-  for (const uint8_t revision : {5, 255}) {
+  for (const uint8_t revision : std::vector<uint8_t>{5, 255}) {
     expect_range(revision, range({0x00}), with_support + "\tDefault GTF supported\n");
   }
 }
 
 TEST(RangeLimits, LimitsOnlyEndsWithoutNewline) {
-  for (const uint8_t revision : {4, 5}) {
+  for (const uint8_t revision : std::vector<uint8_t>{4, 5}) {
     expect_range(
         revision, range({0x01}),
         with_support + "\tRange Limits Only --- no additional timing information is provided.\t");
@@ -93,7 +96,7 @@ TEST(RangeLimits, LimitsOnlyEndsWithoutNewline) {
 }
 
 TEST(RangeLimits, SecondaryGtf) {
-  for (const uint8_t revision : {4, 5}) {
+  for (const uint8_t revision : std::vector<uint8_t>{4, 5}) {
     expect_range(revision, range({0x02, 0x00, 45, 81, 0x58, 0x02, 128, 40}),
                  with_support +
                      "\tSecondary GTF supported --- requires support for Default GTF\n"
@@ -114,7 +117,7 @@ TEST(RangeLimits, SecondaryGtf) {
 }
 
 TEST(RangeLimits, OtherSupportCodesSayNothing) {
-  for (const uint8_t code : {3, 5, 6, 8, 16, 128, 255}) {
+  for (const uint8_t code : std::vector<uint8_t>{3, 5, 6, 8, 16, 128, 255}) {
     expect_range(4, range({code, 1, 2, 3, 4, 5, 6, 7}), with_support);
     expect_range(5, range({code, 1, 2, 3, 4, 5, 6, 7}), with_support);
   }

@@ -1,6 +1,8 @@
 // Standard timings: the eight pairs of the base block.
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "expected_report.h"
 
 namespace edidtest {
@@ -32,15 +34,16 @@ TEST(StandardTiming, Aspects) {
 }
 
 TEST(StandardTiming, TheFirstAspectWasSquareBeforeRevision3) {
-  for (const uint8_t revision : {0, 1, 2}) {
+  for (const uint8_t revision : std::vector<uint8_t>{0, 1, 2}) {
     expect_pair(revision, {0xD1, 0x05, "\t1920x1920@65Hz\n"});
     expect_pair(revision, {0xD1, 0x45, "\t1920x1440@65Hz\n"});
   }
-  for (const uint8_t revision : {3, 4}) expect_pair(revision, {0xD1, 0x05, "\t1920x1200@65Hz\n"});
+  for (const uint8_t revision : std::vector<uint8_t>{3, 4})
+    expect_pair(revision, {0xD1, 0x05, "\t1920x1200@65Hz\n"});
 }
 
 TEST(StandardTiming, FillersAreRejected) {
-  for (const uint8_t filler : {0x00, 0x01, 0x20}) {
+  for (const uint8_t filler : std::vector<uint8_t>{0x00, 0x01, 0x20}) {
     expect_pair(3,
                 {filler, filler, "\033[1;33m*WARN*Standard Timings 0 is bad or unused\n\033[0m"});
   }

@@ -73,7 +73,8 @@ TEST(ColourRamp, TableIsWhole) {
     EXPECT_EQ(white[2] == 0.0f, kelvin <= 1900) << kelvin;
     EXPECT_GE(white[2], before[2]) << kelvin;
     const int32_t row = (kelvin - 1000) / 100 + 1;
-    for (size_t c = 0; c < 3; ++c) sum += white[c] * row * static_cast<double>(c + 1);
+    for (size_t c = 0; c < 3; ++c)
+      sum += white[c] * static_cast<float>(row) * static_cast<double>(c + 1);
     before = white;
   }
   EXPECT_NEAR(sum, 154413.381503, 1e-4);

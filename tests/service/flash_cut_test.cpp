@@ -93,7 +93,7 @@ TEST_P(FlashCut, AnEdidIsStoredByTheSameCommand) {
   using zvg::BoardInfoChain;
   constexpr zvg::FlashRegion area = {BoardInfoChain::first_sector, BoardInfoChain::sectors_size};
   const Bytes first = bytes(128, 1), second = bytes(256, 2);
-  const auto set = [&](unsigned output, const Bytes& edid) {
+  const auto set = [&](uint16_t output, const Bytes& edid) {
     BoardInfoChain chain(zvg::settled_content(area, files_.journal));
     chain.set_edid(output, edid);
     zvg::write_flash(area.address, chain.bytes(), files_);

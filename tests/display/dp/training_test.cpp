@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "display/dp/training_rows.h"
 #include "support/capture.h"
 
@@ -59,7 +61,7 @@ TEST_F(DpTraining, SelfRefreshIsEnabledBeforeThePowerIsLookedAt) {
 }
 
 TEST_F(DpTraining, SinkThatIsPoweredIsLeftSo) {
-  for (const uint8_t power : {1, 2, 5}) {
+  for (const uint8_t power : std::vector<uint8_t>{1, 2, 5}) {
     node_.dpcd[0x600] = power;
     zvg_dptx_train_link(&device_, 0x0A, 1, 1, 0);
     const Log log = node_.folded(0);
@@ -249,7 +251,7 @@ TEST_F(DpTrainingByPort, EqualisationWaitIsTheSinks) {
 }
 
 TEST_F(DpTrainingByPort, RateIsTheSinksOwnByte) {
-  for (const uint8_t code : {0x1E, 0x06, 0x77}) {
+  for (const uint8_t code : std::vector<uint8_t>{0x1E, 0x06, 0x77}) {
     node_.dpcd[0x001] = code;
     train(2, 0);
     EXPECT_EQ(err_, code == 0x77 ? "unsupported linkrate speed: 77\n" : "");

@@ -161,7 +161,7 @@ TEST(StandardTimings, HaveFourAspects) {
 }
 
 TEST(StandardTimings, FillersAreNone) {
-  for (const uint8_t filler : {0x00, 0x01, 0x20}) {
+  for (const uint8_t filler : std::vector<uint8_t>{0x00, 0x01, 0x20}) {
     const uint8_t bytes[] = {filler, filler};
     EXPECT_EQ(parse_standard_timing(bytes, 3), std::nullopt);
   }

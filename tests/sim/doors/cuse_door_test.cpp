@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <vector>
 
 #include "devices/fan/fan.h"
 #include "sim/doors/driver_records.h"
@@ -194,7 +195,7 @@ TEST_F(CuseDoorTest, AnswersAsInProcess) {
   ASSERT_GE(fd, 0);
   int done = 0, refused = 0;
   for (const unsigned long request : requests) {
-    for (const uint8_t fill : {0, 1, 2, 0xFF}) {
+    for (const uint8_t fill : std::vector<uint8_t>{0, 1, 2, 0xFF}) {
       std::array<uint8_t, 540> in_process, forwarded;
       in_process.fill(0);
       in_process[0] = fill;

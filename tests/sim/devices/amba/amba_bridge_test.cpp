@@ -76,7 +76,7 @@ class AmbaBridgeTest : public ::testing::TestWithParam<Generation> {
 
 INSTANTIATE_TEST_SUITE_P(Generations, AmbaBridgeTest,
                          ::testing::Values(Generation::rq300, Generation::rq301, Generation::rq302),
-                         [](const auto& info) { return std::string(name(info.param)); });
+                         [](const auto& instance) { return std::string(name(instance.param)); });
 
 TEST_P(AmbaBridgeTest, WritesEnabledLanesOfALine) {
   for (unsigned i = 0; i < 16; ++i) board().write(Space::vram, 0x100 + i, 1, 0xEE);

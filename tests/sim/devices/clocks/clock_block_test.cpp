@@ -177,7 +177,7 @@ TEST_P(LibraryClocks, ModesBypassSwitchOffAndOnAgain) {
 INSTANTIATE_TEST_SUITE_P(Generations, LibraryClocks,
                          testing::Values(std::pair{Generation::rq301, "rq301"},
                                          std::pair{Generation::rq302, "rq302"}),
-                         [](const auto& info) { return info.param.second; });
+                         [](const auto& instance) { return instance.param.second; });
 
 }  // namespace
 }  // namespace zvgsim

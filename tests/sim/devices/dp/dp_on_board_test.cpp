@@ -79,7 +79,7 @@ class DpThroughDoors : public DpOnBoard, public testing::WithParamInterface<Door
 };
 
 INSTANTIATE_TEST_SUITE_P(All, DpThroughDoors, testing::Values(Door::driver, Door::aperture),
-                         [](const auto& info) { return name(info.param); });
+                         [](const auto& instance) { return name(instance.param); });
 
 TEST_P(DpThroughDoors, SetUpSucceedsWithoutAMessage) {
   for (int port = 0; port < 4; ++port) {

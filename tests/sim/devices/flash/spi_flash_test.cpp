@@ -354,9 +354,9 @@ INSTANTIATE_TEST_SUITE_P(Generations, SpiFlash,
                          testing::Combine(testing::Values(Generation::rq300, Generation::rq301,
                                                           Generation::rq302),
                                           testing::Values(Door::driver, Door::aperture)),
-                         [](const auto& info) {
-                           return std::string(name(std::get<Generation>(info.param))) + "By" +
-                                  name(std::get<Door>(info.param));
+                         [](const auto& instance) {
+                           return std::string(name(std::get<Generation>(instance.param))) + "By" +
+                                  name(std::get<Door>(instance.param));
                          });
 
 // What a quad read of 1 MiB costs: the words themselves, and little around them.
