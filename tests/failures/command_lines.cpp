@@ -12,6 +12,11 @@ namespace fs = std::filesystem;
 // Capture port 0 in window A, as 'video init' leaves it.
 constexpr char captured[] = "[[registers]]\noffset = 0x100c0\nvalue = 0x510\n";
 
+// What is measured a moment later is the same.
+constexpr char steady_rails[] =
+    "[[power_monitors]]\nname = \"steady\"\nchip = \"ltc2990\"\nbus = 1\naddress = 0x4D\n"
+    "volts = [3.3, 3.2, 1.8, 1.7]\n";
+
 void put(const fs::path& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
@@ -22,6 +27,7 @@ const std::vector<CommandLine>& command_lines() {
   static const std::vector<CommandLine> lines = {
       {"info"},
       {"info --json"},
+      {"doctor --json"},
       {"reg read 0x288400"},
       {"reg read 0x111001-0x111010 --width 8"},
       {"reg read 0x308000 --count 16 --json"},
@@ -74,7 +80,7 @@ const std::vector<CommandLine>& command_lines() {
       {"hdmi ddc init 0"},
       {"hdmi ddc read 0 0x50 0 --count 8"},
       // No virtual monitor acknowledges it.
-      {"hdmi ddc write 0 0x37 0x51 0x82 --yes", Failing::ends_it, "", "", 1},
+      {.words = "hdmi ddc write 0 0x37 0x51 0x82 --yes", .exit = 1},
       {"hdmi ddc dump 0 0x50"},
       {"i2c scan", Failing::is_an_answer},
       {"i2c scan 1", Failing::is_an_answer},
@@ -89,10 +95,10 @@ const std::vector<CommandLine>& command_lines() {
       {"power read --chip ina3221:2:0x40:5,10"},
       {"power watch --chip ltc2990:1:0x4c:5,5 --csv --count 2"},
       {"video init 0 --channel 3"},
-      {"video start 0 --at 100,50 --size 720x480 --format-a 1", Failing::ends_it, "", captured},
-      {"video stop 0", Failing::ends_it, "", captured},
-      {"video restart 0", Failing::ends_it, "", captured},
-      {"video status", Failing::ends_it, "", captured},
+      {.words = "video start 0 --at 100,50 --size 720x480 --format-a 1", .board = captured},
+      {.words = "video stop 0", .board = captured},
+      {.words = "video restart 0", .board = captured},
+      {.words = "video status", .board = captured},
       {"mcu edid 0:1"},
       {"mcu edid 0:1 --raw monitor.out"},
       {"mcu reset --yes"},
@@ -138,12 +144,16 @@ const std::vector<CommandLine>& command_lines() {
       {"query C --json"},
       {"power-state get"},
       {"power-state set performance"},
-      {"env menu"},
+      // It asks on a terminal; of a board it wants nothing.
+      {.words = "env menu", .exit = 2},
       {"env list"},
-      {"env set 3d gl"},
+      {.words = "env set 3d gl", .before = "env clear --yes"},
       {"env clear --yes"},
-      {"top --csv board.csv --count 2"},
-      {"top --csv board.csv --chip ltc2990:1:0x4c:5,5 --count 2"},
+      {"top --csv board.csv --count 2", Failing::is_repeated},
+      {"top --once --json", Failing::is_repeated},
+      {.words = "top --csv board.csv --chip ltc2990:1:0x4d:5,5 --count 2",
+       .failing = Failing::is_repeated,
+       .board = steady_rails},
       {"flash status"},
       {"flash read --region 0x70200:0x40"},
       {"flash read --region 0x70000:0x400 -o flash.out"},
@@ -162,13 +172,13 @@ const std::vector<CommandLine>& command_lines() {
       {"read read.txt"},
       {"ddr read 0x2801b0"},
       {"ddr write 0x2801b0 0x1 --mask 0x1"},
-      {"ddr dump --mask 0x1 -o ddr.out"},
+      {.words = "ddr dump --mask 0x1 -o ddr.out", .long_run = true},
       {"ddr eye --channel 0x1"},
       {"ddr messages 0x00160004"},
       {"axi sample --count 2 -o traffic"},
-      {"axi summary"},
-      {"axi report sampled -o page.html", Failing::ends_it, "axi sample --count 2 -o sampled"},
-      {"axi top --count 2"},
+      {.words = "axi summary", .chip = "rq301"},
+      {.words = "axi report sampled -o page.html", .before = "axi sample --count 2 -o sampled"},
+      {.words = "axi top --count 2 --interval 0.1", .terminal = true},
   };
   return lines;
 }
@@ -183,7 +193,7 @@ void make_files(const std::string& folder) {
       "308034 10 S 00000010 32\n");
   put(path / "ddr_script.txt",
       "2801b0 1 W ffffffff 32\n"
-      "2801b0 1 C ffffffff 32\n");
+      "2801b0 1 R ffffffff 32\n");
   put(path / "check.txt",
       "308030 WM0 ffffffff 32 301\n"
       "308030 RM0 ffffffff 32 301\n"

@@ -167,7 +167,7 @@ INSTANTIATE_TEST_SUITE_P(
                     LineFault{"CutInHalf", "action = \"cut\"\nbytes = 2\n", true},
                     LineFault{"TooLate", "action = \"delay\"\ndelay_ms = 2500\n", true},
                     LineFault{"Flipped", "action = \"corrupt\"\n", false}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(DoorFaults, AReplyThatIsLateButInTimeDoesNoHarm) {
   const std::string command = "reg read 0x318000 --count 4" + std::string(serial_door);

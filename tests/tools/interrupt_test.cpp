@@ -110,7 +110,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Hang{"Microcontroller", hung_mcu, "mcu edid 0:0"},
                     Hang{"MicrocontrollerThroughMemory", hung_mcu,
                          "mcu edid 0:0 --mem 0xE0000000:0x1000000 --generation rq302"}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& row) { return std::string(row.param.name); });
 
 class Interrupts : public testing::Test {
  protected:

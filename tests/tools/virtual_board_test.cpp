@@ -312,8 +312,8 @@ TEST_P(DoorTest, OffsetsOutOfRangeFail) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, DoorTest, testing::Values("", memory_door, serial_door), [](const auto& info) {
-      return std::string(info.index == 0 ? "Driver" : info.index == 1 ? "Memory" : "Serial");
+    All, DoorTest, testing::Values("", memory_door, serial_door), [](const auto& row) {
+      return std::string(row.index == 0 ? "Driver" : row.index == 1 ? "Memory" : "Serial");
     });
 
 TEST(MemoryDoorTest, BeyondTheMappedLength) {
@@ -674,8 +674,8 @@ TEST_P(EdidDoorTest, JsonIsAllThereIsOnStdout) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    All, EdidDoorTest, testing::Values("", memory_door, serial_door), [](const auto& info) {
-      return std::string(info.index == 0 ? "Driver" : info.index == 1 ? "Memory" : "Serial");
+    All, EdidDoorTest, testing::Values("", memory_door, serial_door), [](const auto& row) {
+      return std::string(row.index == 0 ? "Driver" : row.index == 1 ? "Memory" : "Serial");
     });
 
 // Over a serial line the whole EDID twice: answers carry no checksum there.
