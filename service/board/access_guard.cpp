@@ -169,6 +169,7 @@ void AccessGuard::take_reply(const void* bytes, size_t size) {
   for (; size > 0 && reply_left_ > 0; --size) {
     reply_ = reply_ << 8 | *byte++;
     if (--reply_left_ > 0) continue;
+    replied_ = attempt_.address;
     // Bytes that were not asked for say nothing.
     for (unsigned lane = 0; lane < hw::serial::reply_size; ++lane) {
       if ((reply_enables_ >> lane & 1) == 0) reply_ |= 0xFFu << (8 * lane);
@@ -271,6 +272,11 @@ int AccessGuard::poll(pollfd* descriptors, nfds_t count, int timeout_ms) {
     if (!again && (result != 0 || !cut)) return result;
     if (!again && left > 0) left -= slice;
   }
+}
+
+int AccessGuard::tcflush(int fd, int queue) {
+  if (before_frame_ && queue == TCIFLUSH) before_frame_();
+  return Forwarding::tcflush(fd, queue);
 }
 
 int AccessGuard::usleep(useconds_t microseconds) {

@@ -6,7 +6,9 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <utility>
 
 #include "service/board/error.h"
 #include "service/board/liveness.h"
@@ -24,7 +26,8 @@ namespace zvg {
 // Nothing is thrown while another exception is on its way: what tidies up has its accesses.
 class AccessGuard : public seam::Forwarding {
  public:
-  // stop: null for none. before_frame: called before each frame and sleep; may throw.
+  // stop: null for none. before_frame: called before each frame and sleep, and before the input is
+  // thrown away in front of a frame; may throw.
   AccessGuard(seam::Transport& inner, Door door, Stop* stop, Liveness& liveness,
               std::function<void()> before_frame);
   ~AccessGuard() override;
@@ -37,6 +40,9 @@ class AccessGuard : public seam::Forwarding {
   // The time from now on; 0 for no end.
   void set_deadline(std::chrono::seconds limit);
 
+  // The bus address whose reply came whole over the serial line, the last one since this was asked.
+  std::optional<uint64_t> take_replied() { return std::exchange(replied_, std::nullopt); }
+
   // Throws the Error when the time is over or a stop was asked for.
   void end_if_over() const { end_if_over(false); }
 
@@ -46,6 +52,7 @@ class AccessGuard : public seam::Forwarding {
   int select(int count, fd_set* readable, fd_set* writable, fd_set* exceptional,
              timeval* timeout) override;
   int poll(pollfd* descriptors, nfds_t count, int timeout_ms) override;
+  int tcflush(int fd, int queue) override;
   int usleep(useconds_t microseconds) override;
   unsigned sleep(unsigned seconds) override;
 
@@ -81,6 +88,7 @@ class AccessGuard : public seam::Forwarding {
   unsigned reply_left_ = 0;
   uint32_t reply_ = 0;
   uint8_t reply_enables_ = 0;
+  std::optional<uint64_t> replied_;
 };
 
 }  // namespace zvg

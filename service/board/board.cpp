@@ -116,6 +116,9 @@ std::string last_failure_text() {
     case FailedAccess::no_reply:
       return format("no whole answer over the serial line from bus address 0x%010" PRIx64,
                     failure.address);
+    case FailedAccess::long_reply:
+      return format("more came over the serial line than the answer from bus address 0x%010" PRIx64,
+                    failure.address);
     case FailedAccess::no_connection:
     case FailedAccess::none:
       break;
@@ -143,6 +146,7 @@ Error last_failure(std::string message) {
       error.address = failure.address;
       break;
     case FailedAccess::no_reply:
+    case FailedAccess::long_reply:
       error.door = Door::serial;
       error.address = failure.address;
       error.system_error = 0;
@@ -224,8 +228,10 @@ void Board::open(bool any_chip) {
 
 // Without the guard: the line is given back in any case.
 void Board::close() {
+  const auto replied = guard_->take_replied();
   use_guard_.reset();
   guard_.reset();
+  note_long_reply(replied);
   if (door() == Door::serial && descriptor_ >= 0) claim_line(false);
   if (get_s_type() != UINT32_MAX) zvgClose();
 }
@@ -475,7 +481,7 @@ void Board::write_bus(uint64_t address, unsigned width, uint64_t value) {
   const bool aligned = is_aligned(address, width);
   const unsigned step = aligned ? width : 1;
   for (unsigned i = 0; i < width; i += step) {
-    seam::transport().tcflush(descriptor_, TCIFLUSH);
+    forget_input();
     const int result = write_by_width(line, address + i, step, value >> (8 * i));
     if (result != (step == 8 ? quad_write_success : 0)) {
       fail_line(address + i,
@@ -487,8 +493,7 @@ void Board::write_bus(uint64_t address, unsigned width, uint64_t value) {
 
 // At most a word, aligned.
 uint64_t Board::read_bus_word(uint64_t address, unsigned width) {
-  // A late answer to an earlier question must not be taken for this one's.
-  seam::transport().tcflush(descriptor_, TCIFLUSH);
+  forget_input();
   uint64_t value = 0;
   if (read_by_width(line, address, width, &value) != 0) {
     fail_line(address, format("no whole answer from the board on %s to a read of bus address "
@@ -502,30 +507,49 @@ uint64_t Board::read_bus_word(uint64_t address, unsigned width) {
 // The board sends four bytes for a read and nothing else. If a fifth one follows, some byte of the
 // answer was noise and no one can tell which.
 void Board::expect_silence(uint64_t address) {
+  guard_->take_replied();
+  if (!more_comes()) return;
+  fail_line(address, format("noise on the line %s: more came back than the answer to a read of "
+                            "bus address 0x%010" PRIx64 ", so the answer cannot be trusted",
+                            line_name().c_str(), address));
+}
+
+bool Board::more_comes() {
   const long wait_us =
       std::max(shortest_wait_us, silence_characters * bits_per_character * 1'000'000 / route_.baud);
-  int ready = 0;
   if (descriptor_ < FD_SETSIZE) {
     fd_set readable;
     FD_ZERO(&readable);
     FD_SET(descriptor_, &readable);
     timeval wait = {0, wait_us};
-    ready = seam::transport().select(descriptor_ + 1, &readable, nullptr, nullptr, &wait);
-  } else {
-    pollfd waited = {descriptor_, POLLIN, 0};
-    ready = seam::transport().poll(&waited, 1, static_cast<int>((wait_us + 999) / 1000));
+    return seam::transport().select(descriptor_ + 1, &readable, nullptr, nullptr, &wait) > 0;
   }
-  if (ready > 0) {
-    fail_line(address, format("noise on the line %s: more came back than the answer to a read of "
-                              "bus address 0x%010" PRIx64 ", so the answer cannot be trusted",
-                              line_name().c_str(), address));
-  }
+  pollfd waited = {descriptor_, POLLIN, 0};
+  return seam::transport().poll(&waited, 1, static_cast<int>((wait_us + 999) / 1000)) > 0;
+}
+
+// The same for the library's own reads: a byte too many in front of an answer shifts all that come
+// behind it, and the library sees nothing. The byte that is left over is the sign.
+void Board::note_long_reply(std::optional<uint64_t> address) {
+  if (!address || !more_comes()) return;
+  seam::transport().tcflush(descriptor_, TCIFLUSH);
+  note_failed_access(FailedAccess::long_reply, 0, *address);
+}
+
+// What came too late or too much for the question before must not be taken for the next one's
+// answer.
+void Board::forget_input() {
+  note_long_reply(guard_->take_replied());
+  seam::transport().tcflush(descriptor_, TCIFLUSH);
 }
 
 // The library's register functions go on after a lost answer as if nothing had happened. What they
 // return from then on is worth nothing, so that the next frame ends the call.
 void Board::before_frame() {
-  if (!checking_line_) end_if_lost();
+  if (!checking_line_) {
+    note_long_reply(guard_->take_replied());
+    end_if_lost();
+  }
   const auto& failure = g_access_failures;
   if (failure.count != std::exchange(line_failures_, failure.count)) {
     // The board still waits for the rest of a frame: it would take the next one for it.
@@ -570,7 +594,8 @@ uint64_t Board::failures() {
   return g_access_failures.count;
 }
 
-void Board::expect_none_since(uint64_t before, const char* deed) const {
+void Board::expect_none_since(uint64_t before, const char* deed) {
+  note_long_reply(guard_->take_replied());
   if (g_access_failures.count == before || probes_ != 0) return;
   g_settled = g_access_failures.count;
   throw last_failure(format("cannot %s: %s", deed, last_failure_text().c_str()));

@@ -162,7 +162,7 @@ class Board {
   static uint64_t failures();
   static void settle();
   void end_if_lost() const;
-  void expect_none_since(uint64_t before, const char* deed) const;
+  void expect_none_since(uint64_t before, const char* deed);
   void lock_line();
   void claim_line(bool claimed) const;
   void lock_by_pci(const Patience& patience);
@@ -178,6 +178,9 @@ class Board {
   void write_bus(uint64_t address, unsigned width, uint64_t value);
   uint64_t read_bus_word(uint64_t address, unsigned width);
   void expect_silence(uint64_t address);
+  bool more_comes();
+  void note_long_reply(std::optional<uint64_t> address);
+  void forget_input();
   void before_frame();
   void quiet_line();
   [[noreturn]] void fail_access(const char* deed, const char* noun, const Aperture& aperture,

@@ -14,6 +14,7 @@ enum class FailedAccess {
   aperture,       // outside the mapped aperture
   frame_lost,     // a frame did not get onto the serial line
   no_reply,       // no whole reply came in time
+  long_reply,     // more came than a reply; the library cannot see it, whoever listens does
   no_connection,  // no access mode
 };
 

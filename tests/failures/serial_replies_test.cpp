@@ -18,9 +18,11 @@ TEST_P(SpoiledReplies, EndTheCommandOrChangeNothing) {
   const CommandLine& line = GetParam();
   const std::string serial = "--serial /dev/ttyZVG0 --generation " + line.chip;
   const Outcome sound = run_line(line, line.chip, {}, "", serial);
-  if (sound.result.exit != 0 || sound.reads == 0 || line.long_run) {
-    GTEST_SKIP() << "does not go over a serial line";
+  if (sound.result.exit != 0) {  // it does not go over a serial line
+    EXPECT_NE(sound.result.err, "");
+    return;
   }
+  if (line.long_run && !all_failures()) return;
   std::vector<long> replies = places(line, sound.reads);
   if (!all_failures() && replies.size() > 4) {
     replies = {replies[0], replies[1], replies[replies.size() / 2], replies.back()};

@@ -93,6 +93,7 @@ std::optional<LinkStatus> ask_sink(DpChannel& channel, bool plugged) {
   try {
     return read_link_status(channel);
   } catch (const zvg::Error& failure) {
+    if (failure.door) throw;  // it was not the sink, but the way to the board
     warn("%s", failure.what());
     return {};
   }
