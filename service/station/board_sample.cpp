@@ -33,7 +33,7 @@ auto attempt(Board& board, BoardSample& sample, const char* deed, Part part) {
   return value;
 }
 
-std::array<int, clock_count> clocks() {
+std::array<int, clock_count> clock_rates() {
   std::array<int, clock_count> mhz{};
   for (unsigned i = 0; i < clock_count; ++i) mhz[i] = zvg_rq300_get_freq(clock_names[i].number);
   return mhz;
@@ -85,7 +85,7 @@ std::optional<int> engine_load(unsigned engine) {
 BoardSample sample_board(Board& board, const std::vector<PowerMonitor>& monitors) {
   BoardSample sample;
   sample.time = timestamp();
-  sample.mhz = attempt(board, sample, "read the clocks", clocks);
+  sample.mhz = attempt(board, sample, "read the clocks", clock_rates);
   sample.die = attempt(board, sample, "read the sensors", read_die);
   sample.fan_percent =
       attempt(board, sample, "read the fan's registers", [&] { return fan_percent(board); });
