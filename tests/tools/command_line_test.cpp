@@ -105,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
         Misuse{"reg",
                "A subcommand is required: read, write, mask, watch, snapshot, diff\nTry 'zvgctl "
                "reg --help'."},
-        Misuse{"--json", "A subcommand is required: info, reg, vram, "},
+        Misuse{"--json", "A subcommand is required: info, doctor, reg, vram, "},
         Misuse{"reg nonsense", "nonsense"}, Misuse{"reg read", "ADDR is required"},
         Misuse{"reg read x", not_a_number}, Misuse{"reg read 0x10zz", not_a_number},
         Misuse{"reg read 0 --width 24", "--width: \"24\" is not a width"},
