@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "core/access_failures.h"
+#include "service/board/access_family.h"
 
 namespace zvg {
 
@@ -34,60 +35,6 @@ constexpr int quad_write_success = 11;
 
 // Of the process's failed accesses, those that an Error told or a probe asked for.
 uint64_t g_settled = 0;
-
-// One call of a family's four, by width.
-struct Family {
-  int (*read8)(uint64_t, uint8_t*);
-  int (*read16)(uint64_t, uint16_t*);
-  int (*read32)(uint64_t, uint32_t*);
-  int (*read64)(uint64_t, uint64_t*);
-  int (*write8)(uint64_t, uint8_t);
-  int (*write16)(uint64_t, uint16_t);
-  int (*write32)(uint64_t, uint32_t);
-  int (*write64)(uint64_t, uint64_t);
-};
-
-constexpr Family registers = {zvgRegReadByte,  zvgRegReadWord,  zvgRegReadLong,  zvgRegReadQuad,
-                              zvgRegWriteByte, zvgRegWriteWord, zvgRegWriteLong, zvgRegWriteQuad};
-constexpr Family video_memory = {zvgVramReadByte,  zvgVramReadWord,  zvgVramReadLong,
-                                 zvgVramReadQuad,  zvgVramWriteByte, zvgVramWriteWord,
-                                 zvgVramWriteLong, zvgVramWriteQuad};
-constexpr Family line = {zvgUartReadByte,  zvgUartReadWord,  zvgUartReadLong,  zvgUartReadQuad,
-                         zvgUartWriteByte, zvgUartWriteWord, zvgUartWriteLong, zvgUartWriteQuad};
-
-template <typename Word>
-int read_as(int (*read)(uint64_t, Word*), uint64_t address, uint64_t* value) {
-  Word word = 0;
-  const int result = read(address, &word);
-  *value = word;
-  return result;
-}
-
-int read_by_width(const Family& family, uint64_t address, unsigned width, uint64_t* value) {
-  switch (width) {
-    case 1:
-      return read_as(family.read8, address, value);
-    case 2:
-      return read_as(family.read16, address, value);
-    case 4:
-      return read_as(family.read32, address, value);
-    default:
-      return read_as(family.read64, address, value);
-  }
-}
-
-int write_by_width(const Family& family, uint64_t address, unsigned width, uint64_t value) {
-  switch (width) {
-    case 1:
-      return family.write8(address, static_cast<uint8_t>(value));
-    case 2:
-      return family.write16(address, static_cast<uint16_t>(value));
-    case 4:
-      return family.write32(address, static_cast<uint32_t>(value));
-    default:
-      return family.write64(address, value);
-  }
-}
 
 // 64 bits travel as two words, so a word's alignment is enough for them.
 bool is_aligned(uint64_t address, unsigned width) {
@@ -332,7 +279,7 @@ uint64_t Board::read_register(uint64_t offset, unsigned width) {
   end_if_lost();
   if (door() == Door::serial) return read_bus(bus_mmio_base + offset, width);
   uint64_t value = 0;
-  const int result = read_by_width(registers, offset, width, &value);
+  const int result = read_by_width(register_access, offset, width, &value);
   if (result != 0) {
     fail_access("read", "register", route_.registers, offset, width,
                 result == -1 ? errno : -result);
@@ -343,7 +290,7 @@ uint64_t Board::read_register(uint64_t offset, unsigned width) {
 void Board::write_register(uint64_t offset, unsigned width, uint64_t value) {
   end_if_lost();
   if (door() == Door::serial) return write_bus(bus_mmio_base + offset, width, value);
-  const int result = write_by_width(registers, offset, width, value);
+  const int result = write_by_width(register_access, offset, width, value);
   if (result != 0) {
     fail_access("write", "register", route_.registers, offset, width,
                 result == -1 ? errno : -result);
@@ -354,7 +301,7 @@ uint64_t Board::read_vram(uint64_t offset, unsigned width) {
   end_if_lost();
   if (door() == Door::serial) return read_bus(bus_vram_base + offset, width);
   uint64_t value = 0;
-  const int result = read_by_width(video_memory, offset, width, &value);
+  const int result = read_by_width(video_memory_access, offset, width, &value);
   if (result != 0) {
     fail_access("read", "video memory", route_.video_memory, offset, width,
                 result == -1 ? errno : -result);
@@ -365,7 +312,7 @@ uint64_t Board::read_vram(uint64_t offset, unsigned width) {
 void Board::write_vram(uint64_t offset, unsigned width, uint64_t value) {
   end_if_lost();
   if (door() == Door::serial) return write_bus(bus_vram_base + offset, width, value);
-  const int result = write_by_width(video_memory, offset, width, value);
+  const int result = write_by_width(video_memory_access, offset, width, value);
   if (result != 0) {
     fail_access("write", "video memory", route_.video_memory, offset, width,
                 result == -1 ? errno : -result);
@@ -450,7 +397,7 @@ void Board::probe_line() {
   constexpr uint64_t address = bus_mmio_base + misc_output_read;
   uint64_t value = 0;
   seam::transport().tcflush(descriptor_, TCIFLUSH);
-  if (read_by_width(line, address, 1, &value) != 0) {
+  if (read_by_width(line_access, address, 1, &value) != 0) {
     g_settled = g_access_failures.count;
     Error failure(
         ErrorKind::not_connected,
@@ -482,7 +429,7 @@ void Board::write_bus(uint64_t address, unsigned width, uint64_t value) {
   const unsigned step = aligned ? width : 1;
   for (unsigned i = 0; i < width; i += step) {
     forget_input();
-    const int result = write_by_width(line, address + i, step, value >> (8 * i));
+    const int result = write_by_width(line_access, address + i, step, value >> (8 * i));
     if (result != (step == 8 ? quad_write_success : 0)) {
       fail_line(address + i,
                 format("the write of bus address 0x%010" PRIx64 " did not get onto the line %s",
@@ -495,7 +442,7 @@ void Board::write_bus(uint64_t address, unsigned width, uint64_t value) {
 uint64_t Board::read_bus_word(uint64_t address, unsigned width) {
   forget_input();
   uint64_t value = 0;
-  if (read_by_width(line, address, width, &value) != 0) {
+  if (read_by_width(line_access, address, width, &value) != 0) {
     fail_line(address, format("no whole answer from the board on %s to a read of bus address "
                               "0x%010" PRIx64 ": check the line and the board's power",
                               line_name().c_str(), address));
