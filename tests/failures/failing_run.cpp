@@ -119,19 +119,20 @@ Outcome run_line(const CommandLine& line, const std::string& ready_board, const 
   return outcome;
 }
 
-std::vector<long> places(const CommandLine& line, long requests) {
-  if (line.long_run) return {1, requests / 2, requests};
+std::vector<long> places(const CommandLine& line, long accesses) {
 #ifdef ZVG_SANITIZED
+  if (line.long_run) return {1};
   const long first = 1;
   const long strided = 1;
 #else
+  if (line.long_run) return {1, accesses / 2, accesses};
   const long first = all_failures() ? 200 : 20;
   const long strided = 20;
 #endif
   std::set<long> chosen;
-  for (long k = 1; k <= std::min(first, requests); ++k) chosen.insert(k);
-  for (long i = 1; i <= strided && requests > first; ++i) {
-    chosen.insert(first + (requests - first) * i / strided);
+  for (long k = 1; k <= std::min(first, accesses); ++k) chosen.insert(k);
+  for (long i = 1; i <= strided && accesses > first; ++i) {
+    chosen.insert(first + (accesses - first) * i / strided);
   }
   return {chosen.begin(), chosen.end()};
 }
