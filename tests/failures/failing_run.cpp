@@ -16,7 +16,13 @@ namespace zvgtest {
 namespace {
 
 // Commands that wait for what a lost write should have begun end by it.
-constexpr int deadline_s = 2;
+int deadline_s(const CommandLine& line) {
+#ifdef ZVG_SANITIZED
+  return line.long_run ? 200 : 10;
+#else
+  return line.long_run ? 100 : 2;
+#endif
+}
 
 namespace fs = std::filesystem;
 
@@ -52,14 +58,14 @@ void read_trace(const std::string& trace, Outcome& outcome) {
   }
 }
 
-void run_words(const std::string& words, bool terminal, const std::string& board,
+void run_words(const std::string& words, int deadline, bool terminal, const std::string& board,
                const Folder& work, const Folder& notes, const Fault& fault, Outcome& outcome) {
   std::vector<std::string> line = {ZVGSIM_PROGRAM,   "run",     "--board",           board,
                                    "--virtual-time", "--trace", notes.path("trace"), "--",
                                    "/usr/bin/env",   "-C",      work.path("")};
   line.push_back(std::string("LD_PRELOAD=") + FAIL_REQUEST_LIBRARY + ":" + PROFILE_REDIRECT + ":" +
                  preloaded());
-  const std::string timed = words + " --deadline " + std::to_string(deadline_s);
+  const std::string timed = words + " --deadline " + std::to_string(deadline);
   if (terminal) {
     const std::vector<std::string> on_terminal = {
         "/usr/bin/script", "-qec", std::string(ZVGCTL_PROGRAM) + " " + timed, "/dev/null"};
@@ -69,7 +75,7 @@ void run_words(const std::string& words, bool terminal, const std::string& board
     line.insert(line.end(), command.begin(), command.end());
   }
   Setting setting;
-  setting.patience = std::chrono::seconds(10 * deadline_s);
+  setting.patience = std::chrono::seconds(deadline + 20);
   setting.environment = {
       {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
       {"FAIL_REQUEST", std::to_string(fault.request)},
@@ -105,9 +111,12 @@ Outcome run_line(const CommandLine& line, const std::string& ready_board, const 
   const Folder notes;
   zvgtest::make_files(work.path(""));
   const std::string board = board_for(line, ready_board, additions, notes);
+  const int deadline = deadline_s(line);
   Outcome outcome;
-  if (!line.before.empty()) run_words(line.before, false, board, work, notes, {}, outcome);
-  run_words(line.words + " " + options, line.terminal, board, work, notes, fault, outcome);
+  if (!line.before.empty())
+    run_words(line.before, deadline, false, board, work, notes, {}, outcome);
+  run_words(line.words + " " + options, deadline, line.terminal, board, work, notes, fault,
+            outcome);
   for (const auto& entry : fs::recursive_directory_iterator(work.path(""))) {
     if (!entry.is_regular_file()) continue;
     const std::string name = fs::relative(entry.path(), work.path("")).string();
