@@ -98,6 +98,26 @@ TEST(ExclusiveUse, AFlashIsWrittenByOneAtATime) {
   EXPECT_EQ(zvgtest::zvgctl("--sim " + board + " flash protect").exit, 0);
 }
 
+// Each has its own, though all of them show the same PCI function.
+TEST(ExclusiveUse, ProgramsOfTheSimulatorDoNotKeepEachOtherOut) {
+  Folder folder;
+  const std::string board =
+      folder.put("hung.toml", "[[dp]]\nport = 0\n[[faults.dp]]\nport = 0\ntimer_stopped = true\n");
+  const std::string log = folder.path("accesses.log");
+  Process first({ZVGSIM_PROGRAM, "run", "--virtual-time", "--board", board, "--", ZVGCTL_PROGRAM,
+                 "dp", "train", "0", "--log", log});
+  std::error_code missing;
+  while (std::filesystem::file_size(log, missing) == 0 || missing) {
+    ASSERT_EQ(kill(first.pid(), 0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  const Result second = zvgtest::run(
+      {ZVGSIM_PROGRAM, "run", "--virtual-time", "--", ZVGCTL_PROGRAM, "dp", "train", "0"});
+  EXPECT_EQ(second.exit, 0) << second.err;
+  first.send(SIGKILL);
+  first.finish();
+}
+
 // --sim
 
 TEST(ExclusiveUse, ASimulatedBoardThatIsNotThereIsNotReplacedByARealOne) {

@@ -48,15 +48,19 @@ bool is_file(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+// The loader leaves the virtual board out of programs with rights of their own, and anybody may set
+// a variable: only the board itself shows that it is here.
+bool board_is_loaded() {
+  using Question = int();
+  auto* const is_loaded = reinterpret_cast<Question*>(dlsym(RTLD_DEFAULT, "zvgsim_is_loaded"));
+  return is_loaded != nullptr && is_loaded() != 0;
+}
+
 }  // namespace
 
 bool on_virtual_board() {
   if (getenv(virtual_board_variable) == nullptr) return false;
-  // The loader leaves the virtual board out of programs with rights of their own, and anybody may
-  // set a variable: only the board itself shows that it is here.
-  using Question = int();
-  auto* const is_loaded = reinterpret_cast<Question*>(dlsym(RTLD_DEFAULT, "zvgsim_is_loaded"));
-  if (is_loaded != nullptr && is_loaded() != 0) return true;
+  if (board_is_loaded()) return true;
   fail(
       "the virtual board is not in this process, though %s is set: the loader leaves it out of "
       "programs with a set-user-ID or set-group-ID bit; without that variable zvgctl would reach a "
@@ -78,9 +82,11 @@ std::string virtual_board_file() {
 }
 
 std::string virtual_board_identity() {
-  if (!on_virtual_board()) return {};
+  // Also where somebody else began the virtual board, and this is one of its programs.
+  if (!on_virtual_board() && !board_is_loaded()) return {};
+  const char* const board_file = getenv("ZVGSIM_BOARD");
   try {
-    const fs::path file = virtual_board_file();
+    const fs::path file = board_file == nullptr ? "" : board_file;
     const toml::table board = toml::parse_file(file.string());
     const auto image = board["flash"]["image"].value_or(std::string());
     if (!image.empty()) return fs::weakly_canonical(file.parent_path() / image).string();
