@@ -22,9 +22,10 @@ TEST_P(SpoiledReplies, EndTheCommandOrChangeNothing) {
     EXPECT_NE(sound.result.err, "");
     return;
   }
-  if (line.long_run && !all_failures()) return;
   std::vector<long> replies = places(line, sound.reads);
-  if (!all_failures() && replies.size() > 4) {
+  if (!all_failures() && line.long_run) {
+    replies = {1};
+  } else if (!all_failures() && replies.size() > 4) {
     replies = {replies[0], replies[1], replies[replies.size() / 2], replies.back()};
   }
   for (const char* const action : {"drop", "cut", "delay", "noise"}) {
